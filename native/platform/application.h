@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+namespace quill {
+
+/// The light or dark look of the interface.
+enum class Appearance { light, dark };
+
+/// Mouse events, with the platform's numbers.
+enum class EventType : int {
+  leftMouseDown = 1,
+  leftMouseUp = 2,
+  rightMouseDown = 3,
+  rightMouseUp = 4,
+};
+
+struct Event {
+  EventType type;
+};
+
+/// A set of event types; bit n stands for the event type with the number n.
+using EventMask = std::uint64_t;
+
+constexpr EventMask maskOf(EventType type) {
+  return EventMask{1} << static_cast<int>(type);
+}
+
+/// What the host's application object tells; written by the desktop, read by the core. Main thread.
+struct Application {
+  std::optional<Event> currentEvent;
+  Appearance effectiveAppearance = Appearance::light;
+};
+
+}  // namespace quill

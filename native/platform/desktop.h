@@ -1,0 +1,40 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+
+#include "application.h"
+#include "main_queue.h"
+#include "status_item.h"
+
+namespace quill {
+
+/// The one seam between the library and the machine's desktop. Main thread, unless said otherwise.
+class Desktop {
+ public:
+  /// The desktop of this process, made on first use and never destroyed. Defined by the one desktop
+  /// that is linked in. Any thread.
+  static Desktop& current();
+
+  Desktop() = default;
+  Desktop(const Desktop&) = delete;
+  Desktop& operator=(const Desktop&) = delete;
+  virtual ~Desktop() = default;
+
+  /// Empty where there is no application object.
+  std::optional<Application> application;
+
+  virtual MainQueue& mainQueue() = 0;
+  /// A further place in the bar; null where this machine has none.
+  virtual std::shared_ptr<StatusItem> makeStatusItem(double length) = 0;
+  /// Turns an image into what the bar reads, once, and keeps that with the image. Any thread.
+  virtual void prepare(Image& image) = 0;
+  /// Asks the application to end; it may refuse.
+  virtual void terminate() = 0;
+
+  /// What a mouse event on `item` does: the button sends its action where its mask holds the event,
+  /// which is the application's current one meanwhile.
+  void deliver(EventType type, const StatusItem& item);
+};
+
+}  // namespace quill

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "action.h"
+#include "application.h"
+#include "main_queue.h"
+#include "menu.h"
+#include "view.h"
+
+namespace quill {
+
+class StatusItem;
+
+/// As wide as the bar is high.
+constexpr double kSquareStatusItemLength = -2.0;
+constexpr double kRequiredLayoutPriority = 1000.0;
+
+enum class ImagePosition : int { none = 0, imageOnly = 1 };
+enum class Orientation : int { horizontal = 0, vertical = 1 };
+
+/// The part of a status item that shows the icon and takes the clicks. Main thread.
+class StatusBarButton : public View {
+ public:
+  /// `onChange` is called after every change of what can be seen.
+  StatusBarButton(Rect frame, std::function<void()> onChange) : View(frame), onChange_(std::move(onChange)) {}
+
+  const std::optional<Image>& image() const { return image_; }
+  void setImage(std::optional<Image> image) { assign(image_, image); }
+  ImagePosition imagePosition() const { return imagePosition_; }
+  void setImagePosition(ImagePosition position) { assign(imagePosition_, position); }
+  bool isBordered() const { return bordered_; }
+  void setBordered(bool bordered) { assign(bordered_, bordered); }
+  bool isTransparent() const { return transparent_; }
+  void setTransparent(bool transparent) { assign(transparent_, transparent); }
+  void setNeedsDisplay(bool needsDisplay);
+
+  double contentHuggingPriority(Orientation orientation) const { return hugging_[static_cast<int>(orientation)]; }
+  void setContentHuggingPriority(double priority, Orientation orientation) {
+    hugging_[static_cast<int>(orientation)] = priority;
+  }
+
+  EventMask actionMask() const { return actionMask_; }
+  void sendActionOn(EventMask mask) { actionMask_ = mask; }
+  const Action& action() const { return action_; }
+  void setTarget(std::weak_ptr<Responder> target) { action_.target = std::move(target); }
+  void setAction(Selector selector) { action_.selector = selector; }
+
+  std::string description() const;
+
+ protected:
+  void changed() override;
+
+ private:
+  std::function<void()> onChange_;
+  std::optional<Image> image_;
+  ImagePosition imagePosition_ = ImagePosition::none;
+  bool bordered_ = true;
+  bool transparent_ = false;
+  double hugging_[2] = {250.0, 250.0};  // the platform's low default
+  EventMask actionMask_ = maskOf(EventType::leftMouseUp);
+  Action action_;
+};
+
+/// Shows one status item; made by a desktop, owned by the item. Main thread.
+class StatusItemPresenter {
+ public:
+  virtual ~StatusItemPresenter() = default;
+  /// Brings the bar up to date with the whole item. At most once a turn of the main loop, however
+  /// many of its settings changed.
+  virtual void present(const StatusItem& item) = 0;
+  /// Opens `menu` at a place in the button's own coordinates.
+  virtual void popUp(const Menu& menu, Point at) = 0;
+};
+
+/// One place in the system bar, given back when the object goes. Main thread.
+class StatusItem : public std::enable_shared_from_this<StatusItem> {
+ public:
+  /// `queue` must outlive the item. An item without a button shows nothing and takes no clicks.
+  static std::shared_ptr<StatusItem> make(double length, MainQueue& queue,
+                                          std::unique_ptr<StatusItemPresenter> presenter, bool withButton = true);
+  StatusItem(const StatusItem&) = delete;
+  StatusItem& operator=(const StatusItem&) = delete;
+  ~StatusItem();
+
+  double length() const { return length_; }
+  bool isVisible() const { return visible_; }
+  void setVisible(bool visible);
+  /// Null where the machine gave none.
+  const std::shared_ptr<StatusBarButton>& button() const { return button_; }
+
+  /// Tells which menu a right click would pop up, before anyone clicks: many bars open a menu that
+  /// they have read earlier. The item follows its changes. Null: none.
+  void announceMenu(std::shared_ptr<Menu> menu);
+  const std::shared_ptr<Menu>& announcedMenu() const { return announcedMenu_; }
+
+  void popUp(const Menu& menu, Point at) { presenter_->popUp(menu, at); }
+
+  std::string description() const;
+
+ protected:
+  StatusItem(double length, MainQueue& queue, std::unique_ptr<StatusItemPresenter> presenter);
+
+ private:
+  void changed();
+
+  double length_;
+  MainQueue& queue_;
+  std::unique_ptr<StatusItemPresenter> presenter_;
+  std::shared_ptr<StatusBarButton> button_;
+  std::shared_ptr<Menu> announcedMenu_;
+  bool visible_ = true;
+  bool presentPending_ = false;
+};
+
+}  // namespace quill
