@@ -17,6 +17,8 @@ class StatusItem;
 
 /// As wide as the bar is high.
 constexpr double kSquareStatusItemLength = -2.0;
+/// The mouse events of a left and of a right click.
+constexpr EventMask kClickEvents = maskOf(EventType::leftMouseUp) | maskOf(EventType::rightMouseUp);
 constexpr double kRequiredLayoutPriority = 1000.0;
 
 enum class ImagePosition : int { none = 0, imageOnly = 1 };

@@ -1,0 +1,70 @@
+#include "bodies.h"
+
+#include <span>
+#include <string>
+
+#include "decode_image.h"
+#include "log.h"
+#include "menu_items_json.h"
+#include "tray_manager.h"
+#include "utf8_text.h"
+
+namespace quill {
+
+namespace {
+
+/// Bytes that break the contract (null, a negative count) are not touched and count as no image.
+std::optional<Image> imageFromBytes(const std::uint8_t* bytes, std::intptr_t length) {
+  if (!bytes || length <= 0) return std::nullopt;
+  return decodeImage({bytes, static_cast<size_t>(length)});
+}
+
+/// Calls one operation while holding the manager.
+template <typename... Parameters, typename... Arguments>
+void callShared(void (TrayManager::*operation)(Parameters...), Arguments&&... arguments) {
+  const auto manager = TrayManager::shared();
+  (manager.get()->*operation)(std::forward<Arguments>(arguments)...);
+}
+
+}  // namespace
+
+void quillTrayManagerCreate() noexcept { callShared(&TrayManager::createTray); }
+
+void quillTrayManagerSetMainIcon(const std::uint8_t* iconData, std::intptr_t iconLength) noexcept {
+  if (const auto image = imageFromBytes(iconData, iconLength)) callShared(&TrayManager::setMainIcon, *image);
+}
+
+void quillTrayManagerAddAnimationFrame(const std::uint8_t* frameData, std::intptr_t frameLength) noexcept {
+  if (const auto image = imageFromBytes(frameData, frameLength)) callShared(&TrayManager::addAnimationFrame, *image);
+}
+
+void quillTrayManagerStartAnimation() noexcept { callShared(&TrayManager::startAnimation); }
+
+void quillTrayManagerStopAnimation() noexcept { callShared(&TrayManager::stopAnimation); }
+
+void quillTrayManagerResetAnimation() noexcept { callShared(&TrayManager::resetAnimation); }
+
+void quillTrayManagerSetClickCallback(void (*callback)()) noexcept {
+  callShared(&TrayManager::setClickCallback, callback);
+}
+
+void quillTrayManagerSetMenuItemsJson(const char* jsonData) noexcept {
+  if (!jsonData) {
+    logError("[TrayManager] 设置菜单项数据失败：JSON 数据为空", kLogModule);
+    return;
+  }
+  auto items = readMenuItems(utf8Text(jsonData));
+  if (!items) {
+    logError("[TrayManager] 设置菜单项数据失败：JSON 解析失败", kLogModule);
+    return;
+  }
+  const auto count = items->size();
+  callShared(&TrayManager::setMenuItems, std::move(*items));
+  logInfo("[TrayManager] 已设置菜单项数据，数量: " + std::to_string(count), kLogModule);
+}
+
+void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*)) noexcept {
+  callShared(&TrayManager::setMenuItemCallback, callback);
+}
+
+}  // namespace quill

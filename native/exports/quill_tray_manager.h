@@ -1,0 +1,117 @@
+/*
+ * One icon in the system bar, with a menu, clicks and a log.
+ *
+ * Rules that hold for every function:
+ *
+ * - Nothing is returned. What was done and what failed stands in the log: one line on standard
+ *   output at once, and the same with a timestamp at the end of
+ *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log.
+ * - No function needs another one to be called first, and none undoes another: the icon stays until
+ *   the process ends.
+ * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default main context or, while none does,
+ *   the process's first thread. No function waits for the desktop or for the disk.
+ * - What you pass is read during the call and stays yours.
+ * - Your callbacks run on the main thread, out of its main context, and may call every function
+ *   declared here.
+ */
+#ifndef QUILL_TRAY_MANAGER_H
+#define QUILL_TRAY_MANAGER_H
+
+#include <stdint.h>
+
+#if defined(QUILL_TRAY_MANAGER_BUILD)
+#define QUILL_TRAY_MANAGER_API __attribute__((visibility("default")))
+#else
+#define QUILL_TRAY_MANAGER_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/*
+ * Puts the icon's place into the bar.
+ *
+ * It shows an icon from the next quill_tray_manager_set_main_icon on, and has a menu at once: the
+ * items given as JSON, else one with a disabled entry for settings and an entry that quits the
+ * application. Where no bar is running yet, the item waits for one and appears by itself; where
+ * there is no session bus at all, the log gets an error line and everything else still works.
+ * A second call puts a new item in place of the first.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
+
+/*
+ * Shows an icon.
+ *
+ * iconData, iconLength: an encoded image (PNG, or whatever else the machine decodes). Its opacity
+ * alone counts: it is a template, drawn in the bar's own colour at 22 by 22 points. Give at least 44
+ * by 44 pixels, so that it is sharp on screens of twice the density. Null, a length of 0 or less, and
+ * bytes that are no image change nothing and log nothing.
+ *
+ * An icon given before quill_tray_manager_create is remembered but not put on the new item.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t *iconData, intptr_t iconLength);
+
+/*
+ * Adds a frame to the icon's animation.
+ *
+ * frameData, frameLength: as for quill_tray_manager_set_main_icon. The frame is made ready here and
+ * now, so that playing costs next to nothing. A running animation goes on to the new frame.
+ *
+ * This and the three functions below may be called on any thread: off the main thread the call
+ * returns after the main thread has done the work. So the main thread must not be waiting for the
+ * caller, and its loop must run, or start to run at some time.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t *frameData, intptr_t frameLength);
+
+/*
+ * Plays the frames once, 35 milliseconds apart, then shows the main icon again.
+ *
+ * Without frames, while an animation runs and without an item in the bar it does nothing but log a
+ * warning. The frames stay: the next start plays them again.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_start_animation(void);
+
+/*
+ * Ends the animation early and shows the main icon again.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_stop_animation(void);
+
+/*
+ * Ends the animation, shows the main icon again and forgets the frames.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
+
+/*
+ * Sets the function that is called on a left click; null for none.
+ *
+ * Shells that open the menu on a left click call it on a double click, if at all.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(void (*callback)(void));
+
+/*
+ * Describes the menu that a right click opens, in place of any earlier one.
+ *
+ * jsonData: an array of objects, as NUL-terminated UTF-8:
+ *
+ *   [{"id": "open", "title": "Open", "enabled": true, "keyEquivalent": "Cmd+Shift+O"}]
+ *
+ * "id" and "title" are required: an element without them is left out. "enabled" is true where it is
+ * missing. "keyEquivalent" is one key behind any of Cmd, Command, Shift, Option, Alt, Control and
+ * Ctrl, joined by "+". Null, text that is no JSON, and anything but an array of objects leave the
+ * menu as it was and log an error line.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char *jsonData);
+
+/*
+ * Sets the function that is told the "id" of the menu item that was chosen; null for none.
+ *
+ * The string is UTF-8, belongs to the library and is valid during the call only: copy it to keep it.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(void (*callback)(const char *identifier));
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

@@ -1,0 +1,72 @@
+#include "memory_desktop.h"
+
+#include "immortal.h"
+
+namespace quill {
+
+Desktop& Desktop::current() { return memory::Desktop::current(); }
+
+namespace memory {
+
+class Desktop::Presenter : public StatusItemPresenter {
+ public:
+  explicit Presenter(Desktop& desktop) : desktop_(desktop) { ++desktop_.statusItemsInBar; }
+  Presenter(const Presenter&) = delete;
+  Presenter& operator=(const Presenter&) = delete;
+  ~Presenter() override { --desktop_.statusItemsInBar; }
+
+  void present(const StatusItem& item) override {
+    ++desktop_.presentations;
+    const auto image = item.button() && !item.button()->isHidden() && item.isVisible() ? item.button()->image()
+                                                                                       : std::nullopt;
+    if (image == image_) return;
+    image_ = image;
+    desktop_.shown.push_back({desktop_.mainQueue_.now(), image});
+  }
+  void popUp(const Menu& menu, Point at) override { desktop_.poppedUp.push_back({&menu, at}); }
+
+ private:
+  Desktop& desktop_;
+  std::optional<Image> image_;
+};
+
+Desktop& Desktop::current() {
+  static const Immortal<std::unique_ptr<Desktop>> desktop([] {
+    made_ = true;
+    return std::make_unique<Desktop>();
+  });
+  return *desktop.get();
+}
+
+void Desktop::mouseUp(EventType type) {
+  if (const auto item = statusItem()) deliver(type, *item);
+}
+
+bool Desktop::choose(std::string_view title) {
+  const auto item = statusItem();
+  if (!item || !item->announcedMenu()) return false;
+  const auto menu = item->announcedMenu();  // the choice may replace it
+  for (const auto& entry : menu->items()) {
+    if (entry->title != title) continue;
+    const auto chosen = entry;
+    chosen->choose();
+    return true;
+  }
+  return false;
+}
+
+std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
+  if (refusesStatusItems) return nullptr;
+  ++statusItemsMade;
+  auto item = StatusItem::make(length, mainQueue_, std::make_unique<Presenter>(*this), !refusesButtons);
+  newest_ = item;
+  return item;
+}
+
+void Desktop::prepare(Image& image) {
+  ++prepared;
+  image.setRendering(std::make_shared<const ImageRendering>());
+}
+
+}  // namespace memory
+}  // namespace quill

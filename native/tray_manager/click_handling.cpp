@@ -1,0 +1,25 @@
+#include "tray_manager.h"
+
+namespace quill {
+
+void TrayManager::setClickCallback(ClickCallback callback) { clickCallback = callback; }
+
+void TrayManager::handleClick() {
+  const auto event = desktop_.application ? desktop_.application->currentEvent : std::nullopt;
+  const bool isRightClick =
+      event && (event->type == EventType::rightMouseDown || event->type == EventType::rightMouseUp);
+
+  if (isRightClick) {
+    const auto target = button();
+    if (!menu || !target) return;
+    menu->appearance = effectiveAppearance();
+    // The lower left corner of the button: its coordinates run from the top.
+    statusItem->popUp(*menu, {0.0, target->bounds().size.height});
+    return;
+  }
+
+  if (clickCallback) clickCallback();
+  if (const auto observer = delegate.lock()) observer->trayManagerDidClick(*this);
+}
+
+}  // namespace quill

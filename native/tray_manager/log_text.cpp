@@ -1,0 +1,20 @@
+#include "log_text.h"
+
+#include <array>
+#include <charconv>
+
+namespace quill {
+
+std::string numberText(double value) {
+  std::array<char, 32> digits{};  // the shortest form of a double takes at most 24 characters
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  std::string text(digits.data(), end);
+  if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
+  return text;
+}
+
+std::string sizeText(Size size) { return numberText(size.width) + "x" + numberText(size.height); }
+
+std::string flagText(bool flag) { return flag ? "true" : "false"; }
+
+}  // namespace quill

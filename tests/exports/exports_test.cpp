@@ -1,0 +1,139 @@
+#include "bodies.h"
+#include "manager_fixture.h"
+#include "menu_items_json.h"
+#include "utf8_text.h"
+
+namespace quill::testing {
+namespace {
+
+std::optional<std::string> read(std::string_view json) {
+  const auto items = readMenuItems(json);
+  if (!items) return std::nullopt;
+  std::string text;
+  for (const auto& item : *items) {
+    text += item.id + "|" + item.title + "|" + (item.enabled ? "on" : "off") + "|" + item.keyEquivalent + "\n";
+  }
+  return text;
+}
+
+TEST(MenuItemsJson, KeepsWhatHasAnIdAndATitle) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"[]", ""},
+      {" [ ] ", ""},
+      {R"([{"id":"a","title":"A"}])", "a|A|on|\n"},
+      {R"([{"id":"","title":""},{"id":"","title":""}])", "||on|\n||on|\n"},
+      {R"([{"id":"a","title":"A","enabled":false,"keyEquivalent":"Cmd+K"}])", "a|A|off|Cmd+K\n"},
+      {R"([{"id":"a"},{"title":"B"},{"id":1,"title":"C"},{"id":"d","title":null},{"id":"e","title":"E"}])",
+       "e|E|on|\n"},
+      {R"([{"id":"a","title":"A","enabled":null,"keyEquivalent":null}])", "a|A|on|\n"},
+      {R"([{"id":"a","title":"A","enabled":"false","keyEquivalent":5}])", "a|A|on|\n"},
+      {R"([{"id":"a","title":"A","enabled":{"x":false},"keyEquivalent":["K"]}])", "a|A|on|\n"},
+      {R"([{"id":"a","title":"A","enabled":0},{"id":"b","title":"B","enabled":1}])", "a|A|off|\nb|B|on|\n"},
+      {R"([{"id":"a","title":"A","enabled":0.0},{"id":"b","title":"B","enabled":2}])", "a|A|off|\nb|B|on|\n"},
+      {R"([{"id":"x","id":"a","title":"A","title":"B","enabled":false,"enabled":7}])", "a|B|on|\n"},
+      {R"([{"id":"x","id":{},"title":"A"}])", ""},
+      {R"([{"other":{"id":"x","title":[{"id":"y"}]},"id":"a","title":"A","more":[1,[2]]}])", "a|A|on|\n"},
+      {R"([{"id":"a","title":"A","n":123456789012345678901234567890,"m":-0,"e":1e999}])", "a|A|on|\n"},
+      {R"([{"id":"\u00e9\ud83d\ude00","title":"\u4e2d"}])", "é😀|中|on|\n"},
+      {"[{\"id\":\"\x7F\",\"title\":\"A\"}]", "\x7F|A|on|\n"},
+  };
+  for (const auto& [json, expected] : cases) EXPECT_EQ(read(json), expected) << json;
+  EXPECT_EQ(readMenuItems(R"([{"id":"a\u0000b","title":"\u0000"}])")->front().id, std::string("a\0b", 3));
+}
+
+TEST(MenuItemsJson, RefusesEverythingElse) {
+  std::string deep = R"([{"id":"a","title":"A","x":)";
+  deep.append(100000, '[').append(100000, ']').append("}]");
+  const std::string cases[] = {
+      "", " ", "{}", "null", "true", "5", "\"a\"", "[5]", "[{},null]", "[[]]", "[\"a\"]", "[{}", "[{}]]", "[{}] x",
+      "[{},]", "[{\"id\":\"a\",}]", "[/*c*/]", "[{\"a\":01}]", "[{\"a\":NaN}]", "[{\"a\":Infinity}]",
+      "[{'id':'a'}]", "[{id:1}]", "[{\"id\":\"a\nb\"}]", R"([{"id":"\ud800","title":"A"}])",
+      R"([{"id":"\udc00","title":"A"}])", R"([{"id":"\x","title":"A"}])", "[{\"a\":\"\xC3\x28\"}]", deep,
+  };
+  for (const auto& json : cases) EXPECT_EQ(read(json), std::nullopt) << json.substr(0, 60);
+  std::string within = R"([{"id":"a","title":"A","x":)";
+  within.append(510, '[').append(510, ']').append("}]");
+  EXPECT_EQ(read(within), "a|A|on|\n");
+}
+
+TEST(Utf8Text, ReplacesWhatIsIllFormed) {
+  const std::pair<const char*, std::string> cases[] = {
+      {"", ""},
+      {"中a", "中a"},
+      {"a\x80z", "a\uFFFDz"},
+      {"\xE4\xB8", "\uFFFD"},
+      {"\xED\xA0\x80|", "\uFFFD\uFFFD\uFFFD|"},
+      {"\xC0\xAF", "\uFFFD\uFFFD"},
+      {"\xF0\x9F\x98\x80\xFF", "😀\uFFFD"},
+  };
+  for (const auto& [text, expected] : cases) EXPECT_EQ(utf8Text(text), expected);
+}
+
+class ExportsTest : public ::testing::Test {
+ protected:
+  ExportsTest() { takeLines(); }
+  memory::Desktop& desktop() { return memory::Desktop::current(); }
+};
+
+// A PNG of one opaque pixel.
+constexpr std::uint8_t kPng[] = {
+    0x89, 'P',  'N',  'G',  0x0D, 0x0A, 0x1A, 0x0A, 0x00, 0x00, 0x00, 0x0D, 'I',  'H',  'D',  'R',  0x00, 0x00,
+    0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x08, 0x06, 0x00, 0x00, 0x00, 0x1F, 0x15, 0xC4, 0x89, 0x00, 0x00, 0x00,
+    0x0D, 'I',  'D',  'A',  'T',  0x78, 0xDA, 0x63, 0x64, 0x60, 0xF8, 0xFF, 0x1F, 0x00, 0x03, 0x03, 0x02, 0x00,
+    0xEE, 0xD9, 0x92, 0xE7, 0x00, 0x00, 0x00, 0x00, 'I',  'E',  'N',  'D',  0xAE, 0x42, 0x60, 0x82};
+
+TEST_F(ExportsTest, RejectedArgumentsDoNotMakeAManager) {
+  quillTrayManagerSetMenuItemsJson(nullptr);
+  quillTrayManagerSetMenuItemsJson("");
+  quillTrayManagerSetMenuItemsJson("{}");
+  const std::string parseFailure = "ERROR 设置菜单项数据失败：JSON 解析失败";
+  EXPECT_THAT(takeLines(), ElementsAre("ERROR 设置菜单项数据失败：JSON 数据为空", parseFailure, parseFailure));
+  const std::uint8_t noImage[] = {1, 2, 3};
+  for (const auto set : {quillTrayManagerSetMainIcon, quillTrayManagerAddAnimationFrame}) {
+    set(nullptr, 5);
+    set(nullptr, 0);
+    set(kPng, 0);
+    set(kPng, -1);
+    set(noImage, sizeof noImage);
+  }
+  EXPECT_THAT(takeLines(), IsEmpty());
+  EXPECT_FALSE(memory::Desktop::isMade());
+  quillTrayManagerSetClickCallback(nullptr);
+  EXPECT_TRUE(memory::Desktop::isMade());
+}
+
+TEST_F(ExportsTest, ATypicalRun) {
+  quillTrayManagerSetMenuItemsJson(R"([{"id":"1","title":"一"},{"id":"2","title":"二","keyEquivalent":"Cmd+2"},{}])");
+  EXPECT_THAT(takeLines(), ElementsAre("INFO 已设置菜单项数据，数量: 2"));
+  quillTrayManagerSetClickCallback(Host::click);
+  quillTrayManagerSetMenuItemCallback(Host::choose);
+  quillTrayManagerCreate();
+  takeLines();
+  quillTrayManagerSetMainIcon(kPng, sizeof kPng);
+  EXPECT_EQ(takeLines().at(8), "INFO 使用直接图像模式设置图标");
+  desktop().mainQueue().runAll();
+  ASSERT_EQ(desktop().shown.size(), 1U);
+  desktop().click();
+  EXPECT_EQ(Host::clicks, 1);
+  EXPECT_TRUE(desktop().choose("二"));
+  EXPECT_THAT(Host::chosen, ElementsAre("2"));
+
+  quillTrayManagerSetMenuItemsJson(R"([{"id":"3","title":"三","keyEquivalent":"Alt+3"}])");
+  EXPECT_THAT(takeLines(), ElementsAre("DEBUG 已设置快捷键：Alt+3 -> keyEquivalent: 3, modifiers: "
+                                       "NSEventModifierFlags(rawValue: 524288)",
+                                       "INFO 菜单已更新，菜单项数量: 1", "INFO 已设置菜单项数据，数量: 1"));
+  quillTrayManagerSetMenuItemsJson("[");
+  EXPECT_TRUE(desktop().choose("三")) << "a rejected text leaves the menu as it was";
+  EXPECT_THAT(Host::chosen, ElementsAre("2", "3"));
+
+  quillTrayManagerAddAnimationFrame(kPng, sizeof kPng);
+  quillTrayManagerStartAnimation();
+  desktop().mainQueue().runAll();
+  EXPECT_EQ(desktop().shown.size(), 2U);
+  quillTrayManagerStopAnimation();
+  quillTrayManagerResetAnimation();
+  EXPECT_EQ(takeLines().back(), "INFO 动画已重置，动画帧数: 0");
+}
+
+}  // namespace
+}  // namespace quill::testing
