@@ -23,9 +23,7 @@ void quill_tray_manager_set_click_callback(void (*callback)(void)) {
   quill::quillTrayManagerSetClickCallback(callback);
 }
 
-void quill_tray_manager_set_menu_items_json(const char* jsonData) {
-  quill::quillTrayManagerSetMenuItemsJson(jsonData);
-}
+void quill_tray_manager_set_menu_items_json(const char* jsonData) { quill::quillTrayManagerSetMenuItemsJson(jsonData); }
 
 void quill_tray_manager_set_menu_item_callback(void (*callback)(const char* identifier)) {
   quill::quillTrayManagerSetMenuItemCallback(callback);

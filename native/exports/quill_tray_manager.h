@@ -8,8 +8,8 @@
  *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log.
  * - No function needs another one to be called first, and none undoes another: the icon stays until
  *   the process ends.
- * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default main context or, while none does,
- *   the process's first thread. No function waits for the desktop or for the disk.
+ * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default main context or,
+ * while none does, the process's first thread. No function waits for the desktop or for the disk.
  * - What you pass is read during the call and stays yours.
  * - Your callbacks run on the main thread, out of its main context, and may call every function
  *   declared here.
@@ -50,7 +50,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
  *
  * An icon given before quill_tray_manager_create is remembered but not put on the new item.
  */
-QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t *iconData, intptr_t iconLength);
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* iconData, intptr_t iconLength);
 
 /*
  * Adds a frame to the icon's animation.
@@ -62,7 +62,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t *icon
  * returns after the main thread has done the work. So the main thread must not be waiting for the
  * caller, and its loop must run, or start to run at some time.
  */
-QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t *frameData, intptr_t frameLength);
+QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength);
 
 /*
  * Plays the frames once, 35 milliseconds apart, then shows the main icon again.
@@ -101,14 +101,14 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(void (*callbac
  * Ctrl, joined by "+". Null, text that is no JSON, and anything but an array of objects leave the
  * menu as it was and log an error line.
  */
-QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char *jsonData);
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char* jsonData);
 
 /*
  * Sets the function that is told the "id" of the menu item that was chosen; null for none.
  *
  * The string is UTF-8, belongs to the library and is valid during the call only: copy it to keep it.
  */
-QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(void (*callback)(const char *identifier));
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(void (*callback)(const char* identifier));
 
 #ifdef __cplusplus
 }

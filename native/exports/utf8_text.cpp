@@ -7,14 +7,26 @@
 
 namespace quill {
 
+namespace {
+
+/// The bytes that one U+FFFD stands for: as many as could have begun a character, at least one.
+size_t illFormedLength(const std::uint8_t* bytes, size_t size) {
+  constexpr int kCutShort = -2;
+  ucs4_t character = 0;
+  size_t length = 1;
+  while (length < size && u8_mbtoucr(&character, bytes, length + 1) == kCutShort) ++length;
+  return length;
+}
+
+}  // namespace
+
 std::string utf8Text(const char* text) {
   std::string wellFormed;
   auto rest = reinterpret_cast<const std::uint8_t*>(text);
   auto size = std::strlen(text);
   while (const auto* bad = u8_check(rest, size)) {
     const auto good = static_cast<size_t>(bad - rest);
-    ucs4_t replacement = 0;
-    const auto skipped = static_cast<size_t>(u8_mbtouc(&replacement, bad, size - good));
+    const auto skipped = illFormedLength(bad, size - good);
     wellFormed.append(reinterpret_cast<const char*>(rest), good).append("\xEF\xBF\xBD");
     rest = bad + skipped;
     size -= good + skipped;

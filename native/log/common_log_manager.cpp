@@ -36,8 +36,9 @@ std::optional<std::filesystem::path> CommonLogManager::getLogFileURL(const std::
 void CommonLogManager::log(std::string_view message, std::string_view level, std::string_view module) {
   LogLine line(surroundings_.now(), level, module, message);
   surroundings_.writeConsole(line.forConsole());
-  logQueue_->submit([self = shared_from_this(), text = std::move(line).forFile(),
-                     home = surroundings_.homeVariable()] { self->append(text, home); });
+  logQueue_->submit([self = shared_from_this(), text = std::move(line).forFile(), home = surroundings_.homeVariable()] {
+    self->append(text, home);
+  });
 }
 
 void CommonLogManager::append(const std::string& line, const std::string& home) {

@@ -23,9 +23,7 @@ struct Event {
 /// A set of event types; bit n stands for the event type with the number n.
 using EventMask = std::uint64_t;
 
-constexpr EventMask maskOf(EventType type) {
-  return EventMask{1} << static_cast<int>(type);
-}
+constexpr EventMask maskOf(EventType type) { return EventMask{1} << static_cast<int>(type); }
 
 /// What the host's application object tells; written by the desktop, read by the core. Main thread.
 struct Application {

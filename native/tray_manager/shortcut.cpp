@@ -23,7 +23,7 @@ struct Modifier {
 };
 
 constexpr std::array kModifiers{
-    Modifier{"CMD", kCommand}, Modifier{"COMMAND", kCommand}, Modifier{"SHIFT", kShift},     Modifier{"OPTION", kOption},
+    Modifier{"CMD", kCommand}, Modifier{"COMMAND", kCommand}, Modifier{"SHIFT", kShift},  Modifier{"OPTION", kOption},
     Modifier{"ALT", kOption},  Modifier{"CONTROL", kControl}, Modifier{"CTRL", kControl},
 };
 
@@ -39,9 +39,7 @@ std::string mapCase(CaseMapping mapping, std::string_view text) {
   return {reinterpret_cast<const char*>(mapped.get()), length};
 }
 
-bool isBlank(ucs4_t character) {
-  return character == '\t' || uc_is_general_category(character, UC_SPACE_SEPARATOR);
-}
+bool isBlank(ucs4_t character) { return character == '\t' || uc_is_general_category(character, UC_SPACE_SEPARATOR); }
 
 std::string_view trim(std::string_view text) {
   ucs4_t character = 0;

@@ -19,12 +19,13 @@ void TrayManager::createTray() {
 
   if (!menuItems.empty()) {
     replaceMenu(createMenuFromData());
-    logInfo("[TrayManager] 已使用动态菜单数据创建菜单，菜单项数量: " + std::to_string(menu->items().size()), kLogModule);
+    logInfo("[TrayManager] 已使用动态菜单数据创建菜单，菜单项数量: " + std::to_string(menu->items().size()),
+            kLogModule);
   } else if (menu) {
     replaceMenu(menu);
-    logInfo("[TrayManager] 已设置菜单: " + menu->description() +
-                "，菜单项数量: " + std::to_string(menu->items().size()),
-            kLogModule);
+    logInfo(
+        "[TrayManager] 已设置菜单: " + menu->description() + "，菜单项数量: " + std::to_string(menu->items().size()),
+        kLogModule);
   } else {
     replaceMenu(createBasicMenu());
     logInfo("[TrayManager] 已创建并设置基本菜单", kLogModule);

@@ -136,7 +136,7 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
   const std::shared_ptr<ImageView> animatedIconView;
   const std::shared_ptr<ImageView> mainIconView;
   std::vector<Image> animationFrames;
-  std::int64_t currentFrameIndex = 0;      // the frame that the next tick shows
+  std::int64_t currentFrameIndex = 0;     // the frame that the next tick shows
   std::unique_ptr<Timer> animationTimer;  // holds the manager for as long as it is here
   bool isAnimating = false;
   std::weak_ptr<TrayManagerDelegate> delegate;

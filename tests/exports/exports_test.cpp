@@ -45,10 +45,34 @@ TEST(MenuItemsJson, RefusesEverythingElse) {
   std::string deep = R"([{"id":"a","title":"A","x":)";
   deep.append(100000, '[').append(100000, ']').append("}]");
   const std::string cases[] = {
-      "", " ", "{}", "null", "true", "5", "\"a\"", "[5]", "[{},null]", "[[]]", "[\"a\"]", "[{}", "[{}]]", "[{}] x",
-      "[{},]", "[{\"id\":\"a\",}]", "[/*c*/]", "[{\"a\":01}]", "[{\"a\":NaN}]", "[{\"a\":Infinity}]",
-      "[{'id':'a'}]", "[{id:1}]", "[{\"id\":\"a\nb\"}]", R"([{"id":"\ud800","title":"A"}])",
-      R"([{"id":"\udc00","title":"A"}])", R"([{"id":"\x","title":"A"}])", "[{\"a\":\"\xC3\x28\"}]", deep,
+      "",
+      " ",
+      "{}",
+      "null",
+      "true",
+      "5",
+      "\"a\"",
+      "[5]",
+      "[{},null]",
+      "[[]]",
+      "[\"a\"]",
+      "[{}",
+      "[{}]]",
+      "[{}] x",
+      "[{},]",
+      "[{\"id\":\"a\",}]",
+      "[/*c*/]",
+      "[{\"a\":01}]",
+      "[{\"a\":NaN}]",
+      "[{\"a\":Infinity}]",
+      "[{'id':'a'}]",
+      "[{id:1}]",
+      "[{\"id\":\"a\nb\"}]",
+      R"([{"id":"\ud800","title":"A"}])",
+      R"([{"id":"\udc00","title":"A"}])",
+      R"([{"id":"\x","title":"A"}])",
+      "[{\"a\":\"\xC3\x28\"}]",
+      deep,
   };
   for (const auto& json : cases) EXPECT_EQ(read(json), std::nullopt) << json.substr(0, 60);
   std::string within = R"([{"id":"a","title":"A","x":)";
@@ -62,6 +86,7 @@ TEST(Utf8Text, ReplacesWhatIsIllFormed) {
       {"中a", "中a"},
       {"a\x80z", "a\uFFFDz"},
       {"\xE4\xB8", "\uFFFD"},
+      {"\xF0\x9F\x98z", "\uFFFDz"},
       {"\xED\xA0\x80|", "\uFFFD\uFFFD\uFFFD|"},
       {"\xC0\xAF", "\uFFFD\uFFFD"},
       {"\xF0\x9F\x98\x80\xFF", "😀\uFFFD"},
@@ -75,12 +100,12 @@ class ExportsTest : public ::testing::Test {
   memory::Desktop& desktop() { return memory::Desktop::current(); }
 };
 
-// A PNG of one opaque pixel.
-constexpr std::uint8_t kPng[] = {
-    0x89, 'P',  'N',  'G',  0x0D, 0x0A, 0x1A, 0x0A, 0x00, 0x00, 0x00, 0x0D, 'I',  'H',  'D',  'R',  0x00, 0x00,
-    0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x08, 0x06, 0x00, 0x00, 0x00, 0x1F, 0x15, 0xC4, 0x89, 0x00, 0x00, 0x00,
-    0x0D, 'I',  'D',  'A',  'T',  0x78, 0xDA, 0x63, 0x64, 0x60, 0xF8, 0xFF, 0x1F, 0x00, 0x03, 0x03, 0x02, 0x00,
-    0xEE, 0xD9, 0x92, 0xE7, 0x00, 0x00, 0x00, 0x00, 'I',  'E',  'N',  'D',  0xAE, 0x42, 0x60, 0x82};
+// A PNG of one black pixel.
+constexpr std::uint8_t kPng[] = {0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A, 0x00, 0x00, 0x00, 0x0D, 0x49, 0x48,
+                                 0x44, 0x52, 0x00, 0x00, 0x00, 0x01, 0x00, 0x00, 0x00, 0x01, 0x08, 0x00, 0x00, 0x00,
+                                 0x00, 0x3A, 0x7E, 0x9B, 0x55, 0x00, 0x00, 0x00, 0x0A, 0x49, 0x44, 0x41, 0x54, 0x78,
+                                 0x9C, 0x63, 0x60, 0x00, 0x00, 0x00, 0x02, 0x00, 0x01, 0x48, 0xAF, 0xA4, 0x71, 0x00,
+                                 0x00, 0x00, 0x00, 0x49, 0x45, 0x4E, 0x44, 0xAE, 0x42, 0x60, 0x82};
 
 TEST_F(ExportsTest, RejectedArgumentsDoNotMakeAManager) {
   quillTrayManagerSetMenuItemsJson(nullptr);
@@ -110,7 +135,7 @@ TEST_F(ExportsTest, ATypicalRun) {
   quillTrayManagerCreate();
   takeLines();
   quillTrayManagerSetMainIcon(kPng, sizeof kPng);
-  EXPECT_EQ(takeLines().at(8), "INFO 使用直接图像模式设置图标");
+  EXPECT_EQ(takeLines().at(7), "INFO 使用直接图像模式设置图标");
   desktop().mainQueue().runAll();
   ASSERT_EQ(desktop().shown.size(), 1U);
   desktop().click();

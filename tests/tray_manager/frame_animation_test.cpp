@@ -16,7 +16,8 @@ class AnimationTest : public ManagerTest {
   Lines takeShown() {
     Lines all;
     for (const auto& shown : desktop.shown) {
-      all.push_back(std::to_string(shown.at / 1ms) + ":" + std::to_string(shown.image ? shown.image->pixels().width : 0));
+      all.push_back(std::to_string(shown.at / 1ms) + ":" +
+                    std::to_string(shown.image ? shown.image->pixels().width : 0));
     }
     desktop.shown.clear();
     return all;
@@ -93,8 +94,8 @@ TEST_F(AnimationTest, RefusalsLeaveTheStateAlone) {
   EXPECT_TRUE(idle());
   manager->stopAnimation();
   manager->resetAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre("WARN 动画停止：按钮不存在", "WARN 动画停止：按钮不存在",
-                                       "INFO 动画已重置，动画帧数: 0"));
+  EXPECT_THAT(takeLines(),
+              ElementsAre("WARN 动画停止：按钮不存在", "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0"));
   createWithIcon();
   addFrames(2);
   manager->startAnimation();

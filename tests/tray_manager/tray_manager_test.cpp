@@ -9,9 +9,10 @@ const Lines kCreatedBefore{"INFO 创建状态项，长度: NSStatusItem.squareLe
 
 Lines created(const std::string& menuLine, bool withButton = true) {
   auto lines = kCreatedBefore;
-  lines.insert(lines.end(), {std::string("DEBUG 状态项按钮: ") + (withButton ? "<StatusBarButton>" : "nil"),
-                             "INFO 已设置状态项可见", menuLine, "INFO 已设置点击事件（左键切换窗口，右键显示菜单）",
-                             "INFO 已设置按钮可见", withButton ? "DEBUG 按钮尺寸: 22.0x22.0" : "DEBUG 按钮尺寸: 0.0x0.0"});
+  lines.insert(lines.end(),
+               {std::string("DEBUG 状态项按钮: ") + (withButton ? "<StatusBarButton>" : "nil"), "INFO 已设置状态项可见",
+                menuLine, "INFO 已设置点击事件（左键切换窗口，右键显示菜单）", "INFO 已设置按钮可见",
+                withButton ? "DEBUG 按钮尺寸: 22.0x22.0" : "DEBUG 按钮尺寸: 0.0x0.0"});
   return lines;
 }
 
@@ -199,11 +200,10 @@ TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
                          {"x\0y"s, "nul", true, ""},
                          {"编号", "中文", true, ""},
                          {"off", "disabled", false, ""}});
-  EXPECT_THAT(takeLines(),
-              ElementsAre("WARN 无法解析快捷键：Cmd+，按键部分无效", "WARN 未知的修饰键：HYPER",
-                          "DEBUG 已设置快捷键：Hyper+Cmd+K -> keyEquivalent: k, modifiers: "
-                          "NSEventModifierFlags(rawValue: 1048576)",
-                          "INFO 菜单已更新，菜单项数量: 5"));
+  EXPECT_THAT(takeLines(), ElementsAre("WARN 无法解析快捷键：Cmd+，按键部分无效", "WARN 未知的修饰键：HYPER",
+                                       "DEBUG 已设置快捷键：Hyper+Cmd+K -> keyEquivalent: k, modifiers: "
+                                       "NSEventModifierFlags(rawValue: 1048576)",
+                                       "INFO 菜单已更新，菜单项数量: 5"));
   EXPECT_NE(manager->menu, before);
   EXPECT_EQ(manager->menu->items()[0]->keyEquivalent, "");
   EXPECT_EQ(manager->menu->items()[0]->keyEquivalentModifierMask, kCommand);
@@ -291,8 +291,8 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   before[5] = "DEBUG statusItem: <StatusItem>";
   before[6] = "DEBUG statusItem.button: <StatusBarButton>";
   auto expected = before;
-  expected.insert(expected.end(), {"DEBUG 已重置按钮尺寸为: 22.0x22.0", "INFO 使用直接图像模式设置图标",
-                                   "DEBUG 按钮尺寸: 22.0x22.0"});
+  expected.insert(expected.end(),
+                  {"DEBUG 已重置按钮尺寸为: 22.0x22.0", "INFO 使用直接图像模式设置图标", "DEBUG 按钮尺寸: 22.0x22.0"});
   EXPECT_EQ(takeLines(), expected);
   EXPECT_EQ(button->frame(), (Rect{{3, 4}, {22, 22}}));
   EXPECT_EQ(button->image(), manager->mainIcon);

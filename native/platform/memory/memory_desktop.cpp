@@ -17,8 +17,8 @@ class Desktop::Presenter : public StatusItemPresenter {
 
   void present(const StatusItem& item) override {
     ++desktop_.presentations;
-    const auto image = item.button() && !item.button()->isHidden() && item.isVisible() ? item.button()->image()
-                                                                                       : std::nullopt;
+    const auto image =
+        item.button() && !item.button()->isHidden() && item.isVisible() ? item.button()->image() : std::nullopt;
     if (image == image_) return;
     image_ = image;
     desktop_.shown.push_back({desktop_.mainQueue_.now(), image});

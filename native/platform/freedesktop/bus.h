@@ -1,0 +1,67 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "backoff.h"
+#include "glib_main_queue.h"
+#include "sd_bus_handles.h"
+
+namespace quill::freedesktop {
+
+/// Where the session bus listens, as the environment says now; empty where there is none.
+std::optional<std::string> sessionBusAddress();
+
+/// A private connection to the session bus, driven by the default main context. It never waits: a
+/// bus that is missing, refuses or goes away is connected to once it is there. Main thread.
+class Bus {
+ public:
+  struct Handlers {
+    /// A new connection, which need not be through yet: what is sent now goes out once it is.
+    std::function<void(sd_bus*)> opened;
+    /// That connection is closed; slots on it are to be given back.
+    std::function<void()> lost;
+  };
+
+  Bus(GlibMainQueue& queue, std::string address, Handlers handlers);
+  Bus(const Bus&) = delete;
+  Bus& operator=(const Bus&) = delete;
+  ~Bus();
+
+  /// Connects; from then on the connection is kept up. Not twice.
+  void start();
+  bool isStarted() const { return source_ != nullptr; }
+  /// The connection for signals; null while there is none that anyone could hear.
+  sd_bus* forSignals();
+
+ private:
+  struct Source;
+  static GSourceFuncs sourceFunctions;
+
+  void connect();
+  bool isForked() const;
+  bool isCongested() const;
+  bool prepare(int& timeoutMilliseconds);
+  bool isReadyToProcess() const;
+  void process();
+  void lose();
+  void watchDescriptor(int descriptor, int events);
+
+  GlibMainQueue& queue_;
+  std::string address_;
+  Handlers handlers_;
+  pid_t process_;
+  Backoff backoff_;
+  std::optional<DueCall> reconnect_;
+  SourceHandle source_;
+  void* watch_ = nullptr;  // the descriptor's tag in source_
+  int descriptor_ = -1;
+  int events_ = 0;
+  std::optional<std::chrono::nanoseconds> due_;
+  BusHandle bus_;
+};
+
+}  // namespace quill::freedesktop

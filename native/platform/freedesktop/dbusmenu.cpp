@@ -1,0 +1,321 @@
+#include "dbusmenu.h"
+
+#include <limits>
+#include <span>
+#include <utility>
+
+#include "bus_message.h"
+
+namespace quill::freedesktop {
+namespace {
+
+constexpr auto kInterface = "com.canonical.dbusmenu";
+constexpr std::uint32_t kVersion = 3;
+constexpr auto kEntrySignature = "ia{sv}av";
+constexpr std::string_view kClicked = "clicked";
+
+void appendVariant(MessageWriter& to, const EntryValue& value) {
+  if (const auto* flag = std::get_if<bool>(&value)) {
+    to.container('v', "b", [&] { to.append(*flag); });
+  } else if (const auto* number = std::get_if<std::int32_t>(&value)) {
+    to.container('v', "i", [&] { to.append(*number); });
+  } else if (const auto* text = std::get_if<std::string>(&value)) {
+    to.container('v', "s", [&] { to.append(*text); });
+  } else {
+    to.container('v', "aas", [&] {
+      to.container('a', "as", [&] {
+        const auto& keys = std::get<Shortcut>(value);
+        if (keys.empty()) return;
+        to.container('a', "s", [&] {
+          for (const auto& key : keys) to.append(key);
+        });
+      });
+    });
+  }
+}
+
+/// Those of `properties` that are not at their defaults, and those in `always`.
+void appendProperties(MessageWriter& to, const MenuEntry& entry, EntryProperties properties,
+                      EntryProperties always = {}) {
+  to.container('a', "{sv}", [&] {
+    properties.forEach([&](EntryProperty property) {
+      auto value = entry.value(property);
+      if (!value && always.contains(property)) value = defaultOf(property);
+      if (!value) return;
+      to.container('e', "sv", [&] {
+        to.append(nameOf(property).data());
+        appendVariant(to, *value);
+      });
+    });
+  });
+}
+
+/// What the fields of an entry's structure hold, down to `depth` levels below it.
+void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, EntryProperties properties,
+                 std::int32_t depth) {
+  const auto& entries = layout.entries();
+  to.append(layout.idOf(index));
+  appendProperties(to, entries[index], properties);
+  to.container('a', "v", [&] {
+    if (depth == 0) return;
+    for (auto child = index + 1; child < entries[index].end && to.result() >= 0; child = entries[child].end) {
+      to.container('v', "(ia{sv}av)", [&] {
+        to.container('r', kEntrySignature, [&] { appendEntry(to, layout, child, properties, depth - 1); });
+      });
+    }
+  });
+}
+
+/// Reads a list of names, of which an empty one means all. Negative: the error.
+int readProperties(sd_bus_message* from, EntryProperties& properties) {
+  properties = {};
+  bool any = false;
+  int result = sd_bus_message_enter_container(from, 'a', "s");
+  for (const char* name = nullptr; result > 0;) {
+    result = sd_bus_message_read_basic(from, 's', &name);
+    if (result <= 0) break;
+    any = true;
+    if (const auto property = entryPropertyNamed(name)) properties.insert(*property);
+  }
+  if (!any) properties = EntryProperties::all();
+  return result < 0 ? result : sd_bus_message_exit_container(from);
+}
+
+int readIds(sd_bus_message* from, std::span<const std::int32_t>& ids) {
+  const void* data = nullptr;
+  std::size_t size = 0;
+  const int result = sd_bus_message_read_array(from, 'i', &data, &size);
+  if (size > 0) ids = {static_cast<const std::int32_t*>(data), size / sizeof(std::int32_t)};
+  return result;
+}
+
+/// Answers `call` with what `fill` puts in.
+template <typename Fill>
+int reply(sd_bus_message* call, Fill fill) {
+  sd_bus_message* created = nullptr;
+  const int result = sd_bus_message_new_method_return(call, &created);
+  if (result < 0) return result;
+  const MessageHandle message(created);
+  MessageWriter writer(created);
+  fill(writer);
+  return writer.result() < 0 ? writer.result() : sd_bus_send(nullptr, created, nullptr);
+}
+
+int refuseId(sd_bus_error* error, std::int32_t id) {
+  return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS, "No menu entry has the id %d", id);
+}
+
+void appendIds(MessageWriter& to, std::span<const std::int32_t> ids) {
+  to.container('a', "i", [&] {
+    for (const auto id : ids) to.append(id);
+  });
+}
+
+using Getter = int(sd_bus*, const char*, const char*, const char*, sd_bus_message*, void*, sd_bus_error*);
+
+constexpr Getter* kGetVersion = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
+                                   sd_bus_error*) { return sd_bus_message_append(reply, "u", kVersion); };
+constexpr Getter* kGetTextDirection = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
+                                         sd_bus_error*) { return sd_bus_message_append(reply, "s", "ltr"); };
+constexpr Getter* kGetStatus = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
+                                  sd_bus_error*) { return sd_bus_message_append(reply, "s", "normal"); };
+constexpr Getter* kGetIconThemePath = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
+                                         sd_bus_error*) { return sd_bus_message_append(reply, "as", 0); };
+
+}  // namespace
+
+const sd_bus_vtable DBusMenu::kVtable[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("GetLayout", "iias", "u(ia{sv}av)", call<&DBusMenu::getLayout>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("GetGroupProperties", "aias", "a(ia{sv})", call<&DBusMenu::getGroupProperties>,
+                  SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("GetProperty", "is", "v", call<&DBusMenu::getProperty>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("Event", "isvu", "", call<&DBusMenu::event>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("EventGroup", "a(isvu)", "ai", call<&DBusMenu::eventGroup>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("AboutToShow", "i", "b", call<&DBusMenu::aboutToShow>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("AboutToShowGroup", "ai", "aiai", call<&DBusMenu::aboutToShowGroup>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_PROPERTY("Version", "u", kGetVersion, 0, 0),
+    SD_BUS_PROPERTY("TextDirection", "s", kGetTextDirection, 0, 0),
+    SD_BUS_PROPERTY("Status", "s", kGetStatus, 0, 0),
+    SD_BUS_PROPERTY("IconThemePath", "as", kGetIconThemePath, 0, 0),
+    SD_BUS_SIGNAL("ItemsPropertiesUpdated", "a(ia{sv})a(ias)", 0),
+    SD_BUS_SIGNAL("LayoutUpdated", "ui", 0),
+    SD_BUS_SIGNAL("ItemActivationRequested", "iu", 0),
+    SD_BUS_VTABLE_END};
+
+void DBusMenu::exportOn(sd_bus* bus) {
+  sd_bus_slot* slot = nullptr;
+  if (sd_bus_add_object_vtable(bus, &slot, kPath, kInterface, kVtable, this) >= 0) slot_.reset(slot);
+}
+
+void DBusMenu::show(std::shared_ptr<const Menu> menu) {
+  const auto update = history_.show(std::move(menu));
+  if (!update.isNewLayout && update.changes.empty()) return;
+  sd_bus* const bus = bus_.forSignals();
+  if (bus == nullptr) return;  // who comes later reads it all
+  if (update.isNewLayout) {
+    sd_bus_emit_signal(bus, kPath, kInterface, "LayoutUpdated", "ui", history_.revision(), MenuLayout::kRootId);
+  } else {
+    signalChanges(bus, update.changes);
+  }
+}
+
+int DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes) {
+  sd_bus_message* created = nullptr;
+  const int result = sd_bus_message_new_signal(bus, &created, kPath, kInterface, "ItemsPropertiesUpdated");
+  if (result < 0) return result;
+  const MessageHandle signal(created);
+  MessageWriter to(created);
+  const auto& layout = history_.current();
+  to.container('a', "(ia{sv})", [&] {
+    for (const auto& change : changes) {
+      if (change.updated.empty()) continue;
+      to.container('r', "ia{sv}", [&] {
+        to.append(change.id);
+        appendProperties(to, layout.entries()[*layout.indexOf(change.id)], change.updated, change.updated);
+      });
+    }
+  });
+  to.container('a', "(ias)", [&] {
+    for (const auto& change : changes) {
+      if (change.removed.empty()) continue;
+      to.container('r', "ias", [&] {
+        to.append(change.id);
+        to.container('a', "s", [&] {
+          change.removed.forEach([&](EntryProperty property) { to.append(nameOf(property).data()); });
+        });
+      });
+    }
+  });
+  return to.result() < 0 ? to.result() : sd_bus_send(bus, created, nullptr);
+}
+
+int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
+  std::int32_t parent = 0;
+  std::int32_t depth = 0;
+  EntryProperties properties;
+  int result = sd_bus_message_read(call, "ii", &parent, &depth);
+  if (result >= 0) result = readProperties(call, properties);
+  if (result < 0) return result;
+  const auto& layout = history_.current();
+  const auto index = layout.indexOf(parent);
+  if (!index) return refuseId(error, parent);
+  if (depth < 0) depth = std::numeric_limits<std::int32_t>::max();
+  result = reply(call, [&](MessageWriter& to) {
+    to.append(history_.revision());
+    to.container('r', kEntrySignature, [&] { appendEntry(to, layout, *index, properties, depth); });
+  });
+  if (result >= 0) history_.noteRead();
+  return result;
+}
+
+int DBusMenu::getGroupProperties(sd_bus_message* call, sd_bus_error*) {
+  std::span<const std::int32_t> ids;
+  EntryProperties properties;
+  int result = readIds(call, ids);
+  if (result >= 0) result = readProperties(call, properties);
+  if (result < 0) return result;
+  const auto& layout = history_.current();
+  return reply(call, [&](MessageWriter& to) {
+    const auto append = [&](std::size_t index) {
+      to.container('r', "ia{sv}", [&] {
+        to.append(layout.idOf(index));
+        appendProperties(to, layout.entries()[index], properties);
+      });
+    };
+    to.container('a', "(ia{sv})", [&] {
+      if (ids.empty()) {
+        for (std::size_t index = 0; index < layout.entries().size(); ++index) append(index);
+        return;
+      }
+      std::vector<bool> answered(layout.entries().size());
+      for (const auto id : ids) {
+        const auto index = layout.indexOf(id);
+        if (!index || answered[*index]) continue;
+        answered[*index] = true;
+        append(*index);
+      }
+    });
+  });
+}
+
+int DBusMenu::getProperty(sd_bus_message* call, sd_bus_error* error) {
+  std::int32_t id = 0;
+  const char* name = nullptr;
+  if (const int result = sd_bus_message_read(call, "is", &id, &name); result < 0) return result;
+  const auto& layout = history_.current();
+  const auto index = layout.indexOf(id);
+  if (!index) return refuseId(error, id);
+  const auto property = entryPropertyNamed(name);
+  if (!property) {
+    return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_PROPERTY, "Menu entries have no property of that name");
+  }
+  return reply(call, [&](MessageWriter& to) {
+    appendVariant(to, layout.entries()[*index].value(*property).value_or(defaultOf(*property)));
+  });
+}
+
+void DBusMenu::chooseLater(std::shared_ptr<const MenuItem> item) {
+  queue_.post([item = std::move(item)] { item->choose(); });
+}
+
+int DBusMenu::event(sd_bus_message* call, sd_bus_error* error) {
+  std::int32_t id = 0;
+  const char* name = nullptr;
+  if (const int result = sd_bus_message_read(call, "is", &id, &name); result < 0) return result;
+  auto found = history_.find(id);
+  if (!found.isKnown) return refuseId(error, id);
+  const int result = sd_bus_reply_method_return(call, nullptr);
+  if (found.item && std::string_view(name) == kClicked) chooseLater(std::move(found.item));
+  return result;
+}
+
+int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
+  std::vector<std::shared_ptr<const MenuItem>> clicked;
+  std::vector<std::int32_t> unknown;
+  bool anyKnown = false;
+  int result = sd_bus_message_enter_container(call, 'a', "(isvu)");
+  while (result > 0 && (result = sd_bus_message_enter_container(call, 'r', "isvu")) > 0) {
+    std::int32_t id = 0;
+    const char* name = nullptr;
+    result = sd_bus_message_read(call, "is", &id, &name);
+    if (result >= 0) result = sd_bus_message_skip(call, "vu");
+    if (result >= 0) result = sd_bus_message_exit_container(call);
+    if (result < 0) break;
+    auto found = history_.find(id);
+    if (!found.isKnown) {
+      unknown.push_back(id);
+      continue;
+    }
+    anyKnown = true;
+    if (found.item && std::string_view(name) == kClicked) clicked.push_back(std::move(found.item));
+  }
+  if (result < 0) return result;
+  if (!anyKnown && !unknown.empty()) return refuseId(error, unknown.front());
+  result = reply(call, [&](MessageWriter& to) { appendIds(to, unknown); });
+  for (auto& item : clicked) chooseLater(std::move(item));
+  return result;
+}
+
+int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
+  std::int32_t id = 0;
+  if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
+  if (!history_.find(id).isKnown) return refuseId(error, id);
+  return reply(call, [](MessageWriter& to) { to.append(false); });  // what changed was signalled
+}
+
+int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
+  std::span<const std::int32_t> ids;
+  if (const int result = readIds(call, ids); result < 0) return result;
+  std::vector<std::int32_t> unknown;
+  for (const auto id : ids) {
+    if (!history_.find(id).isKnown) unknown.push_back(id);
+  }
+  if (!ids.empty() && unknown.size() == ids.size()) return refuseId(error, unknown.front());
+  return reply(call, [&](MessageWriter& to) {
+    appendIds(to, {});
+    appendIds(to, unknown);
+  });
+}
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <glib.h>
+
+#include <memory>
+
+namespace quill::freedesktop {
+
+struct SourceEnd {
+  void operator()(GSource* source) const {
+    g_source_destroy(source);
+    g_source_unref(source);
+  }
+};
+/// A source that leaves its main context when the handle goes, also from inside its own dispatch.
+using SourceHandle = std::unique_ptr<GSource, SourceEnd>;
+
+struct GFree {
+  void operator()(void* memory) const { g_free(memory); }
+};
+using GCharPointer = std::unique_ptr<char, GFree>;
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,110 @@
+#include "glib_main_queue.h"
+
+#include <unistd.h>
+
+// GLib's lock hands a call from the thread that posts it to the one that runs it; the thread
+// sanitizer cannot see into GLib, so it is told.
+#ifdef __SANITIZE_THREAD__
+#include <sanitizer/tsan_interface.h>
+#define QUILL_HAND_OVER(call) __tsan_release(call)
+#define QUILL_TAKE_OVER(call) __tsan_acquire(call)
+#else
+#define QUILL_HAND_OVER(call) static_cast<void>(0)
+#define QUILL_TAKE_OVER(call) static_cast<void>(0)
+#endif
+
+namespace quill::freedesktop {
+namespace {
+
+struct Call {
+  std::shared_ptr<GlibMainQueue::Dispatches> dispatches;
+  std::function<void()> call;
+};
+
+GSourceFuncs functionsWithDispatch(gboolean (*dispatch)(GSource*, GSourceFunc, gpointer)) {
+  GSourceFuncs functions{};
+  functions.dispatch = dispatch;
+  return functions;
+}
+
+/// A source of default priority that calls whenever its ready time has passed; it sets none itself.
+SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSourceFuncs& functions, gint64 readyTime) {
+  SourceHandle source(g_source_new(&functions, sizeof(GSource)));
+  auto owned = std::make_unique<Call>(Call{queue.dispatches(), std::move(call)});
+  QUILL_HAND_OVER(owned.get());
+  g_source_set_callback(
+      source.get(),
+      [](gpointer data) -> gboolean {
+        QUILL_TAKE_OVER(data);
+        const auto& self = *static_cast<Call*>(data);
+        self.dispatches->note();
+        self.call();
+        return G_SOURCE_CONTINUE;
+      },
+      owned.release(), [](gpointer data) { const std::unique_ptr<Call> ended(static_cast<Call*>(data)); });
+  g_source_set_ready_time(source.get(), readyTime);
+  g_source_attach(source.get(), nullptr);
+  return source;
+}
+
+class GlibTimer : public Timer {
+ public:
+  GlibTimer(GlibMainQueue& queue, std::chrono::nanoseconds period, std::function<void()> tick)
+      : start_(monotonicNow()), period_(period), call_(queue, [this, tick = std::move(tick)] {
+          call_.setDue(nextDue(start_, period_, monotonicNow()));
+          tick();  // may end this timer
+        }) {
+    call_.setDue(start_ + period_);
+  }
+
+ private:
+  std::chrono::nanoseconds start_;
+  std::chrono::nanoseconds period_;
+  DueCall call_;
+};
+
+}  // namespace
+
+bool GlibMainQueue::isCurrent() const {
+  auto* const context = g_main_context_default();
+  if (g_main_context_is_owner(context) != FALSE) return true;
+  if (g_main_context_acquire(context) == FALSE) return false;  // another thread runs it
+  g_main_context_release(context);
+  const auto last = dispatches_->lastThread();
+  return last == std::thread::id() ? gettid() == getpid() : last == std::this_thread::get_id();
+}
+
+void GlibMainQueue::post(std::function<void()> work) {
+  static GSourceFuncs once = functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) -> gboolean {
+    callback(data);
+    return G_SOURCE_REMOVE;
+  });
+  // The context keeps the source until it has run, so the reference alone is given back.
+  g_source_unref(attachSource(*this, std::move(work), once, 0).release());
+}
+
+std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, std::function<void()> tick) {
+  return std::make_unique<GlibTimer>(*this, period, std::move(tick));
+}
+
+DueCall::DueCall(GlibMainQueue& queue, std::function<void()> call) {
+  static GSourceFuncs whenDue =
+      functionsWithDispatch([](GSource* source, GSourceFunc callback, gpointer data) -> gboolean {
+        g_source_set_ready_time(source, -1);
+        callback(data);
+        return G_SOURCE_CONTINUE;
+      });
+  source_ = attachSource(queue, std::move(call), whenDue, -1);
+}
+
+void DueCall::setDue(std::chrono::nanoseconds due) {
+  g_source_set_ready_time(source_.get(), std::chrono::ceil<std::chrono::microseconds>(due).count());
+}
+
+void DueCall::setDueIn(std::chrono::nanoseconds delay) { setDue(monotonicNow() + delay); }
+
+void DueCall::cancel() { g_source_set_ready_time(source_.get(), -1); }
+
+std::chrono::nanoseconds monotonicNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <atomic>
+#include <thread>
+
+#include "glib_handles.h"
+#include "main_queue.h"
+
+namespace quill::freedesktop {
+
+/// GLib's default main context as the main queue. What was posted runs also after the object is gone.
+class GlibMainQueue : public MainQueue {
+ public:
+  bool isCurrent() const override;
+  void post(std::function<void()> work) override;
+  std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
+
+  /// Where each of our sources leaves word of the thread that dispatches it: that is the main thread.
+  class Dispatches {
+   public:
+    void note() { lastThread_.store(std::this_thread::get_id(), std::memory_order_relaxed); }
+    std::thread::id lastThread() const { return lastThread_.load(std::memory_order_relaxed); }
+
+   private:
+    std::atomic<std::thread::id> lastThread_{};  // no thread yet
+  };
+  const std::shared_ptr<Dispatches>& dispatches() { return dispatches_; }
+
+ private:
+  std::shared_ptr<Dispatches> dispatches_ = std::make_shared<Dispatches>();
+};
+
+/// A call on the default main context once its time has come. Main thread; may be dropped from
+/// inside its own call.
+class DueCall {
+ public:
+  DueCall(GlibMainQueue& queue, std::function<void()> call);
+  /// `due` is a point of CLOCK_MONOTONIC; an earlier setting is forgotten.
+  void setDue(std::chrono::nanoseconds due);
+  void setDueIn(std::chrono::nanoseconds delay);
+  void cancel();
+
+ private:
+  SourceHandle source_;
+};
+
+/// CLOCK_MONOTONIC, which GLib's due times count in.
+std::chrono::nanoseconds monotonicNow();
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,53 @@
+#include "host_application.h"
+
+#include <gio/gio.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <filesystem>
+#include <system_error>
+
+#include "glib_handles.h"
+
+namespace quill::freedesktop {
+namespace {
+
+std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
+
+std::string executableName() {
+  std::error_code error;
+  auto name = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
+  constexpr std::string_view kReplaced = " (deleted)";  // what the kernel adds after an update on disk
+  if (name.ends_with(kReplaced)) name.resize(name.size() - kReplaced.size());
+  return wellFormed(name.empty() ? "application" : name.c_str());
+}
+
+}  // namespace
+
+std::string hostId() {
+  auto* const application = g_application_get_default();
+  const char* id = application != nullptr ? g_application_get_application_id(application) : nullptr;
+  return id != nullptr ? id : executableName();
+}
+
+std::string hostName() {
+  const char* name = g_get_application_name();  // the program's name where no other was set
+  return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
+}
+
+void terminateHost() {
+  if (auto* const application = g_application_get_default(); application != nullptr) {
+    auto* const quit = g_action_map_lookup_action(G_ACTION_MAP(application), "quit");
+    if (quit != nullptr && g_action_get_parameter_type(quit) == nullptr) {
+      g_action_activate(quit, nullptr);
+      return;
+    }
+    if (g_application_get_is_registered(application) != FALSE) {
+      g_application_quit(application);
+      return;
+    }
+  }
+  kill(getpid(), SIGTERM);
+}
+
+}  // namespace quill::freedesktop

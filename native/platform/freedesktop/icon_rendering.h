@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include "icon_pixels.h"
+#include "image.h"
+
+namespace quill::freedesktop {
+
+/// An image as panels read it.
+class IconRendering : public ImageRendering {
+ public:
+  explicit IconRendering(const Image& image);
+
+  /// From the smallest to the largest.
+  const std::vector<IconPixels>& sizes() const { return sizes_; }
+  bool isOfTemplate() const { return isOfTemplate_; }
+
+ private:
+  bool isOfTemplate_;
+  std::vector<IconPixels> sizes_;
+};
+
+/// The rendering that `image` carries, or else one made now. Any thread.
+std::shared_ptr<const IconRendering> iconRenderingOf(const Image& image);
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,152 @@
+#include "item.h"
+
+#include <string_view>
+#include <type_traits>
+#include <utility>
+
+#include "bus_message.h"
+#include "dbusmenu.h"
+#include "host_application.h"
+
+namespace quill::freedesktop {
+namespace {
+
+constexpr auto kInterface = "org.kde.StatusNotifierItem";
+/// Tokens are a few dozen bytes; a longer one is nobody's.
+constexpr std::size_t kLongestToken = 4096;
+
+const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
+
+// What is the same for every item.
+void appendEmpty(MessageWriter& to) { to.append(""); }
+void appendNoPixels(MessageWriter& to) {
+  to.container('a', "(iiay)", [] {});
+}
+void appendCategory(MessageWriter& to) { to.append("ApplicationStatus"); }
+void appendWindowId(MessageWriter& to) { to.append(std::int32_t{0}); }
+void appendMenuPath(MessageWriter& to) { to.appendPath(DBusMenu::kPath); }
+void appendItemIsMenu(MessageWriter& to) { to.append(false); }
+
+}  // namespace
+
+template <auto append>
+int Item::get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*) {
+  MessageWriter to(reply);
+  if constexpr (std::is_invocable_v<decltype(append), MessageWriter&>) {
+    append(to);
+  } else if constexpr (std::is_member_object_pointer_v<decltype(append)>) {
+    to.append(static_cast<const Item*>(self)->*append);
+  } else {
+    (static_cast<const Item*>(self)->*append)(to);
+  }
+  return to.result();
+}
+
+const sd_bus_vtable Item::kVtable[] = {
+    SD_BUS_VTABLE_START(0),
+    SD_BUS_METHOD("ContextMenu", "ii", "", call<&Item::contextMenu>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("Activate", "ii", "", call<&Item::activate>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("SecondaryActivate", "ii", "", call<&Item::ignore>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("Scroll", "is", "", call<&Item::ignore>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("ProvideXdgActivationToken", "s", "", call<&Item::provideXdgActivationToken>,
+                  SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_PROPERTY("Category", "s", get<appendCategory>, 0, 0),
+    SD_BUS_PROPERTY("Id", "s", get<&Item::id_>, 0, 0),
+    SD_BUS_PROPERTY("Title", "s", get<&Item::name_>, 0, 0),
+    SD_BUS_PROPERTY("Status", "s", get<&Item::appendStatus>, 0, 0),
+    SD_BUS_PROPERTY("WindowId", "i", get<appendWindowId>, 0, 0),
+    SD_BUS_PROPERTY("IconName", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("IconPixmap", "a(iiay)", get<&Item::appendIcon>, 0, 0),
+    SD_BUS_PROPERTY("IconAccessibleDesc", "s", get<&Item::name_>, 0, 0),
+    SD_BUS_PROPERTY("OverlayIconName", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("OverlayIconPixmap", "a(iiay)", get<appendNoPixels>, 0, 0),
+    SD_BUS_PROPERTY("AttentionIconName", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("AttentionIconPixmap", "a(iiay)", get<appendNoPixels>, 0, 0),
+    SD_BUS_PROPERTY("AttentionMovieName", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("AttentionAccessibleDesc", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", get<&Item::appendToolTip>, 0, 0),
+    SD_BUS_PROPERTY("IconThemePath", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("Menu", "o", get<appendMenuPath>, 0, 0),
+    SD_BUS_PROPERTY("ItemIsMenu", "b", get<appendItemIsMenu>, 0, 0),
+    SD_BUS_SIGNAL("NewTitle", "", 0),
+    SD_BUS_SIGNAL("NewIcon", "", 0),
+    SD_BUS_SIGNAL("NewAttentionIcon", "", 0),
+    SD_BUS_SIGNAL("NewOverlayIcon", "", 0),
+    SD_BUS_SIGNAL("NewToolTip", "", 0),
+    SD_BUS_SIGNAL("NewStatus", "s", 0),
+    SD_BUS_SIGNAL("NewIconThemePath", "s", 0),
+    SD_BUS_SIGNAL("NewMenu", "", 0),
+    SD_BUS_VTABLE_END};
+
+Item::Item(Bus& bus, std::function<void(EventType)> clicked) : bus_(bus), clicked_(std::move(clicked)) {}
+
+void Item::exportOn(sd_bus* bus) {
+  sd_bus_slot* slot = nullptr;
+  if (sd_bus_add_object_vtable(bus, &slot, kPath, kInterface, kVtable, this) >= 0) slot_.reset(slot);
+}
+
+void Item::show(const StatusItem& item) {
+  if (id_.empty()) id_ = hostId();
+  if (auto name = hostName(); name != name_) {
+    name_ = std::move(name);
+    signal("NewTitle");
+    signal("NewToolTip");
+  }
+  const auto button = item.button();
+  if (const bool isActive = item.isVisible() && button && !button->isHidden(); isActive != isActive_) {
+    isActive_ = isActive;
+    if (sd_bus* bus = bus_.forSignals()) {
+      sd_bus_emit_signal(bus, kPath, kInterface, "NewStatus", "s", statusName(isActive_));
+    }
+  }
+  const auto image = button ? button->image() : std::nullopt;
+  if (image == image_) return;
+  image_ = image;
+  auto icon = image ? iconRenderingOf(*image) : nullptr;
+  if (icon == icon_) return;
+  icon_ = std::move(icon);
+  signal("NewIcon");
+}
+
+void Item::signal(const char* member) {
+  if (sd_bus* bus = bus_.forSignals()) sd_bus_emit_signal(bus, kPath, kInterface, member, nullptr);
+}
+
+int Item::click(sd_bus_message* call, EventType type) {
+  const int result = sd_bus_reply_method_return(call, nullptr);
+  clicked_(type);
+  return result;
+}
+
+int Item::provideXdgActivationToken(sd_bus_message* call) {
+  const char* token = nullptr;
+  if (const int result = sd_bus_message_read(call, "s", &token); result < 0) return result;
+  if (const std::string_view given(token); given.size() <= kLongestToken) activationToken_ = given;
+  return sd_bus_reply_method_return(call, nullptr);
+}
+
+void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
+
+void Item::appendIcon(MessageWriter& to) const {
+  to.container('a', "(iiay)", [&] {
+    if (!icon_) return;
+    for (const auto& pixels : icon_->sizes()) {
+      to.container('r', "iiay", [&] {
+        to.append(std::int32_t{pixels.width});
+        to.append(std::int32_t{pixels.height});
+        to.appendBytes(pixels.argb.data(), pixels.argb.size());
+      });
+    }
+  });
+}
+
+void Item::appendToolTip(MessageWriter& to) const {
+  to.container('r', "sa(iiay)ss", [&] {
+    appendEmpty(to);
+    appendNoPixels(to);
+    to.append(name_);
+    appendEmpty(to);
+  });
+}
+
+}  // namespace quill::freedesktop

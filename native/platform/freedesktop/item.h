@@ -1,0 +1,68 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "application.h"
+#include "bus.h"
+#include "icon_rendering.h"
+#include "status_item.h"
+
+namespace quill::freedesktop {
+
+class MessageWriter;
+
+/// org.kde.StatusNotifierItem: what a panel shows of a status item. Main thread.
+class Item {
+ public:
+  static constexpr auto kPath = "/StatusNotifierItem";
+
+  /// `clicked` is called from within the bus's dispatch, after the panel has its answer.
+  Item(Bus& bus, std::function<void(EventType)> clicked);
+  Item(const Item&) = delete;
+  Item& operator=(const Item&) = delete;
+
+  /// Takes over what `item` shows, and signals what is new about it.
+  void show(const StatusItem& item);
+  void exportOn(sd_bus* bus);
+  /// Forgets the connection, which is closed.
+  void withdraw() { slot_.reset(); }
+  /// What a panel gave last to raise a window with; empty before that.
+  const std::string& activationToken() const { return activationToken_; }
+
+ private:
+  static const sd_bus_vtable kVtable[];
+
+  int contextMenu(sd_bus_message* call) { return click(call, EventType::rightMouseUp); }
+  int activate(sd_bus_message* call) { return click(call, EventType::leftMouseUp); }
+  int click(sd_bus_message* call, EventType type);
+  int ignore(sd_bus_message* call) { return sd_bus_reply_method_return(call, nullptr); }
+  int provideXdgActivationToken(sd_bus_message* call);
+  template <int (Item::*method)(sd_bus_message*)>
+  static int call(sd_bus_message* message, void* self, sd_bus_error*) {
+    return (static_cast<Item*>(self)->*method)(message);
+  }
+
+  void appendStatus(MessageWriter& to) const;
+  void appendIcon(MessageWriter& to) const;
+  void appendToolTip(MessageWriter& to) const;
+  /// A vtable's getter for a function, a member function or a member.
+  template <auto append>
+  static int get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*);
+
+  void signal(const char* member);
+
+  Bus& bus_;
+  std::function<void(EventType)> clicked_;
+  std::string id_;
+  std::string name_;
+  bool isActive_ = false;
+  std::optional<Image> image_;                 // the one that icon_ shows
+  std::shared_ptr<const IconRendering> icon_;  // null: no icon
+  std::string activationToken_;
+  SlotHandle slot_;
+};
+
+}  // namespace quill::freedesktop

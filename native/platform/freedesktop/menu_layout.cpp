@@ -1,0 +1,249 @@
+#include "menu_layout.h"
+
+#include <algorithm>
+#include <any>
+#include <array>
+#include <limits>
+#include <utility>
+
+namespace quill::freedesktop {
+namespace {
+
+/// A bus takes messages that nest 64 deep, and each menu inside another is three levels.
+constexpr int kDeepestEntry = 16;
+/// Where menus hold each other, or hold more entries than a message could, the rest is left out.
+constexpr std::size_t kMostEntries = 1'000'000;
+
+constexpr std::array<std::string_view, kEntryProperties> kNames = {
+    "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display"};
+constexpr std::int32_t kNoToggleState = -1;
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
+
+/// A title shown literally: the protocol takes an underscore for a mnemonic unless it is doubled,
+/// and has no U+0000.
+std::string labelFor(std::string_view title) {
+  std::string label;
+  label.reserve(title.size());
+  for (const char c : title) {
+    if (c == '_') {
+      label += "__";
+    } else if (c == '\0') {
+      label += kReplacementCharacter;
+    } else {
+      label += c;
+    }
+  }
+  return label;
+}
+
+std::optional<std::string> keyNameFor(const std::string& key) {
+  if (key == "+") return "plus";
+  if (key == "-") return "minus";
+  if (key == " ") return "space";
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+  if (key.empty() || std::any_of(key.begin(), key.end(), isControl)) return std::nullopt;
+  return key;
+}
+
+/// Command is the Control of these desktops, except beside the real one.
+std::optional<Shortcut> shortcutFor(const std::string& keyEquivalent, ModifierFlags modifiers) {
+  auto key = keyNameFor(keyEquivalent);
+  if (!key) return std::nullopt;
+  const bool control = modifiers.contains(kControl);
+  const bool command = modifiers.contains(kCommand);
+  Shortcut shortcut;
+  if (control || command) shortcut.emplace_back("Control");
+  if (modifiers.contains(kOption)) shortcut.emplace_back("Alt");
+  if (modifiers.contains(kShift)) shortcut.emplace_back("Shift");
+  if (control && command) shortcut.emplace_back("Super");
+  shortcut.push_back(std::move(*key));
+  return shortcut;
+}
+
+struct Place {
+  const std::shared_ptr<MenuItem>* item;
+  int depth;
+};
+
+void collect(const Menu& menu, int depth, std::vector<Place>& places) {
+  for (const auto& item : menu.items()) {
+    if (places.size() >= kMostEntries) return;
+    if (!item) continue;
+    places.push_back({&item, depth});
+    if (item->submenu && depth < kDeepestEntry) collect(*item->submenu, depth + 1, places);
+  }
+}
+
+std::vector<Place> placesOf(const Menu* menu) {
+  std::vector<Place> places;
+  if (menu != nullptr) collect(*menu, 1, places);
+  return places;
+}
+
+/// What tells an entry from the others: the text that its action goes by, if it is one.
+const std::string* identifierOf(const MenuItem& item) { return std::any_cast<std::string>(&item.representedObject); }
+
+bool isSameEntry(const MenuEntry& entry, const Place& place) {
+  const auto& item = **place.item;
+  if (entry.depth != place.depth || entry.isSeparator != item.isSeparator ||
+      entry.hasSubmenu != (item.submenu != nullptr)) {
+    return false;
+  }
+  if (entry.item == *place.item) return true;
+  if (entry.item->action.selector != item.action.selector) return false;
+  const auto* before = identifierOf(*entry.item);
+  const auto* now = identifierOf(item);
+  return before == nullptr || now == nullptr ? before == now : *before == *now;
+}
+
+bool showsChoosable(const MenuItem& item) { return item.isSeparator || item.isChoosable(); }
+
+bool looksLike(const MenuEntry& entry, const MenuItem& item) {
+  return entry.title == item.title && entry.isChoosable == showsChoosable(item) &&
+         entry.keyEquivalent == item.keyEquivalent && entry.modifiers == item.keyEquivalentModifierMask &&
+         entry.toggleType == item.toggleType && entry.on == item.on;
+}
+
+void take(MenuEntry& entry, const MenuItem& item) {
+  entry.title = item.title;
+  entry.isChoosable = showsChoosable(item);
+  entry.keyEquivalent = item.keyEquivalent;
+  entry.modifiers = item.keyEquivalentModifierMask;
+  entry.toggleType = item.toggleType;
+  entry.on = item.on;
+}
+
+}  // namespace
+
+std::string_view nameOf(EntryProperty property) { return kNames[static_cast<unsigned>(property)]; }
+
+std::optional<EntryProperty> entryPropertyNamed(std::string_view name) {
+  const auto* const found = std::find(kNames.begin(), kNames.end(), name);
+  if (found == kNames.end()) return std::nullopt;
+  return EntryProperty{static_cast<unsigned>(found - kNames.begin())};
+}
+
+EntryValue defaultOf(EntryProperty property) {
+  switch (property) {
+    case EntryProperty::enabled:
+    case EntryProperty::visible:
+      return true;
+    case EntryProperty::toggleState:
+      return kNoToggleState;
+    case EntryProperty::shortcut:
+      return Shortcut{};
+    case EntryProperty::type:
+      return std::string("standard");
+    case EntryProperty::label:
+    case EntryProperty::toggleType:
+    case EntryProperty::childrenDisplay:
+      return std::string();
+  }
+  return std::string();
+}
+
+std::optional<EntryValue> MenuEntry::value(EntryProperty property) const {
+  using Value = std::optional<EntryValue>;
+  const bool isRoot = item == nullptr;
+  switch (property) {
+    case EntryProperty::type:
+      return isSeparator ? Value(std::string("separator")) : std::nullopt;
+    case EntryProperty::label:
+      return isRoot || isSeparator ? std::nullopt : Value(labelFor(title));
+    case EntryProperty::enabled:
+      return isChoosable ? std::nullopt : Value(false);
+    case EntryProperty::visible:
+      return std::nullopt;
+    case EntryProperty::shortcut: {
+      if (isRoot || isSeparator) return std::nullopt;
+      auto shortcut = shortcutFor(keyEquivalent, modifiers);
+      return shortcut ? Value(std::move(*shortcut)) : std::nullopt;
+    }
+    case EntryProperty::toggleType:
+      if (toggleType == ToggleType::none) return std::nullopt;
+      return std::string(toggleType == ToggleType::check ? "checkmark" : "radio");
+    case EntryProperty::toggleState:
+      return toggleType == ToggleType::none ? std::nullopt : Value(std::int32_t{on ? 1 : 0});
+    case EntryProperty::childrenDisplay:
+      return isRoot || hasSubmenu ? Value(std::string("submenu")) : std::nullopt;
+  }
+  return std::nullopt;
+}
+
+MenuLayout::MenuLayout(std::shared_ptr<const Menu> menu, std::int32_t firstId)
+    : menu_(std::move(menu)), firstId_(firstId) {
+  const auto places = placesOf(menu_.get());
+  entries_.resize(places.size() + 1);
+  std::vector<std::size_t> open = {0};  // the entries that the next one may lie below
+  const auto closeFrom = [&](int depth, std::size_t end) {
+    while (open.size() > static_cast<std::size_t>(depth)) {
+      entries_[open.back()].end = end;
+      open.pop_back();
+    }
+  };
+  for (std::size_t i = 1; i < entries_.size(); ++i) {
+    const auto& [item, depth] = places[i - 1];
+    auto& entry = entries_[i];
+    entry.depth = depth;
+    entry.isSeparator = (*item)->isSeparator;
+    entry.hasSubmenu = (*item)->submenu != nullptr;
+    entry.item = *item;
+    take(entry, **item);
+    closeFrom(depth, i);
+    open.push_back(i);
+  }
+  closeFrom(0, entries_.size());
+}
+
+std::optional<std::size_t> MenuLayout::indexOf(std::int32_t id) const {
+  if (id == kRootId) return 0;
+  if (id < firstId_ || id >= nextId()) return std::nullopt;
+  return static_cast<std::size_t>(id - firstId_) + 1;
+}
+
+std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(std::shared_ptr<const Menu> menu) {
+  const auto places = placesOf(menu.get());
+  if (!std::equal(entries_.begin() + 1, entries_.end(), places.begin(), places.end(), isSameEntry)) {
+    return std::nullopt;
+  }
+  std::vector<Change> changes;
+  for (std::size_t i = 1; i < entries_.size(); ++i) {
+    auto& entry = entries_[i];
+    const auto& item = *places[i - 1].item;
+    if (entry.item != item) entry.item = item;
+    if (looksLike(entry, *item)) continue;
+    const auto before = entry;
+    take(entry, *item);
+    Change change{idOf(i), {}, {}};
+    EntryProperties::all().forEach([&](EntryProperty property) {
+      const auto value = entry.value(property);
+      if (value == before.value(property)) return;
+      // Some panels leave an entry grey that is merely no longer told to be disabled.
+      (value || property == EntryProperty::enabled ? change.updated : change.removed).insert(property);
+    });
+    if (!change.updated.empty() || !change.removed.empty()) changes.push_back(change);
+  }
+  menu_ = std::move(menu);
+  return changes;
+}
+
+MenuHistory::Update MenuHistory::show(std::shared_ptr<const Menu> menu) {
+  if (auto changes = current_.takeOver(menu)) return {std::move(*changes), false};
+  auto firstId = current_.nextId();
+  // Ids start over before they run out; those of the menus on show are 2^31 newer by then.
+  if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(kMostEntries)) firstId = 1;
+  auto before = std::exchange(current_, MenuLayout(std::move(menu), static_cast<std::int32_t>(firstId)));
+  if (std::exchange(isRead_, false)) readBefore_ = std::move(before);
+  ++revision_;
+  return {{}, true};
+}
+
+MenuHistory::Found MenuHistory::find(std::int32_t id) const {
+  for (const auto* layout : {&current_, readBefore_ ? &*readBefore_ : nullptr}) {
+    if (layout == nullptr) continue;
+    if (const auto index = layout->indexOf(id)) return {true, layout->entries()[*index].item};
+  }
+  return {};
+}
+
+}  // namespace quill::freedesktop

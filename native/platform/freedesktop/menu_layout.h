@@ -1,0 +1,148 @@
+#pragma once
+
+#include <cstdint>
+#include <initializer_list>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+#include "menu.h"
+
+namespace quill::freedesktop {
+
+/// What a panel is told of a menu entry.
+enum class EntryProperty : unsigned {
+  type,
+  label,
+  enabled,
+  visible,
+  shortcut,
+  toggleType,
+  toggleState,
+  childrenDisplay,
+};
+constexpr unsigned kEntryProperties = 8;
+
+/// The property's name in the protocol.
+std::string_view nameOf(EntryProperty property);
+std::optional<EntryProperty> entryPropertyNamed(std::string_view name);
+
+/// Modifier names, then the key.
+using Shortcut = std::vector<std::string>;
+using EntryValue = std::variant<bool, std::int32_t, std::string, Shortcut>;
+
+/// What the protocol takes for granted where a property is not sent.
+EntryValue defaultOf(EntryProperty property);
+
+class EntryProperties {
+ public:
+  constexpr EntryProperties() = default;
+  constexpr EntryProperties(std::initializer_list<EntryProperty> properties) {
+    for (const auto property : properties) insert(property);
+  }
+  static constexpr EntryProperties all() {
+    EntryProperties properties;
+    properties.bits_ = (1U << kEntryProperties) - 1;
+    return properties;
+  }
+  constexpr void insert(EntryProperty property) { bits_ |= bit(property); }
+  constexpr bool contains(EntryProperty property) const { return (bits_ & bit(property)) != 0; }
+  constexpr bool empty() const { return bits_ == 0; }
+  bool operator==(const EntryProperties&) const = default;
+
+  template <typename Visit>
+  void forEach(Visit visit) const {
+    for (unsigned i = 0; i < kEntryProperties; ++i) {
+      if (contains(EntryProperty{i})) visit(EntryProperty{i});
+    }
+  }
+
+ private:
+  static constexpr unsigned bit(EntryProperty property) { return 1U << static_cast<unsigned>(property); }
+  unsigned bits_ = 0;
+};
+
+/// One entry as panels were told of it.
+struct MenuEntry {
+  std::shared_ptr<const MenuItem> item;  ///< null for the root
+  int depth = 0;                         ///< 0 for the root
+  std::size_t end = 0;                   ///< one past the last entry below it
+
+  bool isSeparator = false;
+  bool isChoosable = true;
+  bool hasSubmenu = false;
+  bool on = false;
+  ToggleType toggleType = ToggleType::none;
+  ModifierFlags modifiers;
+  std::string title;
+  std::string keyEquivalent;
+
+  /// Empty where the default holds.
+  std::optional<EntryValue> value(EntryProperty property) const;
+};
+
+/// A menu and all menus below it in one list, each entry before those below it, under ids that are
+/// its own. The entry at 0 is the root.
+class MenuLayout {
+ public:
+  static constexpr std::int32_t kRootId = 0;
+
+  /// `menu` may be null; `firstId` is the id of the first entry after the root.
+  MenuLayout(std::shared_ptr<const Menu> menu, std::int32_t firstId);
+
+  const std::vector<MenuEntry>& entries() const { return entries_; }
+  std::int32_t idOf(std::size_t index) const {
+    return index == 0 ? kRootId : firstId_ + static_cast<std::int32_t>(index - 1);
+  }
+  /// Empty for an id of no entry here.
+  std::optional<std::size_t> indexOf(std::int32_t id) const;
+  /// The id that the entry after the last would have.
+  std::int64_t nextId() const { return firstId_ + static_cast<std::int64_t>(entries_.size()) - 1; }
+
+  struct Change {
+    std::int32_t id;
+    EntryProperties updated;
+    EntryProperties removed;  ///< back at their defaults
+  };
+  /// Takes over `menu` under the ids that are there, if it has the same entries in the same places;
+  /// answers with what is told of them anew. Empty: it has other entries, and nothing was taken.
+  std::optional<std::vector<Change>> takeOver(std::shared_ptr<const Menu> menu);
+
+ private:
+  std::shared_ptr<const Menu> menu_;
+  std::int32_t firstId_;
+  std::vector<MenuEntry> entries_;
+};
+
+/// The layout that panels are offered, and the one before as long as a panel may have it open.
+class MenuHistory {
+ public:
+  struct Update {
+    std::vector<MenuLayout::Change> changes;
+    bool isNewLayout = false;
+  };
+  Update show(std::shared_ptr<const Menu> menu);
+
+  const MenuLayout& current() const { return current_; }
+  std::uint32_t revision() const { return revision_; }
+  /// A panel has read from the current layout.
+  void noteRead() { isRead_ = true; }
+
+  /// The item under an id of the current layout, or of the last earlier one that a panel has read.
+  struct Found {
+    bool isKnown = false;
+    std::shared_ptr<const MenuItem> item;  ///< null for the root
+  };
+  Found find(std::int32_t id) const;
+
+ private:
+  MenuLayout current_{nullptr, 1};
+  std::optional<MenuLayout> readBefore_;
+  bool isRead_ = false;
+  std::uint32_t revision_ = 1;
+};
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "bus.h"
+#include "dbusmenu.h"
+#include "desktop.h"
+#include "item.h"
+#include "status_item.h"
+#include "watcher.h"
+
+namespace quill::freedesktop {
+
+/// One status item on a connection of its own. Main thread.
+class StatusNotifier : public StatusItemPresenter {
+ public:
+  /// Connects at the first present(), so that nothing touches the bus outside of the main loop.
+  StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, std::string busAddress);
+
+  void present(const StatusItem& item) override;
+  /// The panel has shown the announced menu by itself.
+  void popUp(const Menu&, Point) override {}
+
+ private:
+  void clicked(EventType type);
+
+  quill::Desktop& desktop_;
+  GlibMainQueue& queue_;
+  std::weak_ptr<const StatusItem> presented_;
+  Bus bus_;
+  Item item_;
+  DBusMenu menu_;
+  Watcher watcher_;
+};
+
+}  // namespace quill::freedesktop

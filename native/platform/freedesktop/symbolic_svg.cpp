@@ -1,0 +1,122 @@
+#include "symbolic_svg.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "icon_pixels.h"
+
+namespace quill::freedesktop {
+namespace {
+
+constexpr std::string_view kHead = R"(<svg xmlns="http://www.w3.org/2000/svg" width="22" height="22" viewBox="0 0 )";
+constexpr std::string_view kStyle =
+    R"("><style type="text/css" id="current-color-scheme">.ColorScheme-Text { color:#232629; }</style>)";
+constexpr std::string_view kPath = R"(<path class="ColorScheme-Text" fill="currentColor" fill-opacity=")";
+
+/// One layer of the picture: every pixel covered at least this much is painted once more, so strongly
+/// that all layers up to it together give the level's opacity. Layers lie on one another rather than
+/// side by side: two neighbours that each half-cover a pixel would let the bar through at their seam.
+struct Layer {
+  int leastCoverage;
+  std::string_view opacity;
+};
+/// Together 1/4, 1/2, 3/4 and 1; each level stands for the coverages around it.
+constexpr std::array kLayers = {Layer{32, ".25"}, Layer{96, ".3333"}, Layer{160, ".5"}, Layer{224, "1"}};
+
+/// Walks around the pixels of a grid that are set, with them on the right hand.
+class Outliner {
+ public:
+  Outliner(const std::vector<std::uint8_t>& coverage, int side, int leastCoverage)
+      : coverage_(coverage), side_(side), least_(leastCoverage), walked_(static_cast<std::size_t>(side * side)) {}
+
+  /// Sub-paths around all areas and, the other way round, around their holes.
+  std::string path() {
+    std::string path;
+    for (int y = 0; y < side_; ++y) {
+      for (int x = 0; x < side_; ++x) {
+        // Every loop holds an edge that has its pixel below it, and is walked from there once.
+        if (isSet(x, y) && !isSet(x, y - 1) && !walked_[index(x, y)]) addLoop(path, x, y);
+      }
+    }
+    return path;
+  }
+
+ private:
+  std::size_t index(int x, int y) const { return static_cast<std::size_t>(y * side_ + x); }
+  bool isSet(int x, int y) const {
+    return x >= 0 && y >= 0 && x < side_ && y < side_ && coverage_[index(x, y)] >= least_;
+  }
+  /// Whether the pixel that touches grid point (x, y) towards (dx, dy), each 1 or -1, is set.
+  bool isSetTowards(int x, int y, int dx, int dy) const { return isSet(dx > 0 ? x : x - 1, dy > 0 ? y : y - 1); }
+
+  void addLoop(std::string& path, int startX, int startY) {
+    path += 'M' + std::to_string(startX) + ' ' + std::to_string(startY);
+    int x = startX;
+    int y = startY;
+    int dx = 1;
+    int dy = 0;
+    do {
+      const int fromX = x;
+      const int fromY = y;
+      bool ahead = true;
+      while (ahead) {
+        if (dx == 1) walked_[index(x, y)] = true;
+        x += dx;
+        y += dy;
+        // Ahead on the right and on the left of the way; where only corners touch, turn right.
+        const bool right = isSetTowards(x, y, dx - dy, dx + dy);
+        const bool left = isSetTowards(x, y, dx + dy, dy - dx);
+        ahead = right && !left;
+        if (!ahead) {
+          const int turn = right ? -1 : 1;
+          const int turned = -dy * turn;
+          dy = dx * turn;
+          dx = turned;
+        }
+      }
+      if (x == startX && y == startY && dx == 1) break;  // the way home needs no line of its own
+      path += x != fromX ? 'h' + std::to_string(x - fromX) : 'v' + std::to_string(y - fromY);
+    } while (true);
+    path += 'z';
+  }
+
+  const std::vector<std::uint8_t>& coverage_;
+  int side_;
+  int least_;
+  std::vector<bool> walked_;
+};
+
+}  // namespace
+
+std::string symbolicSvg(const Pixels& source) {
+  const auto sides = iconSides(source);
+  if (sides.empty()) return {};
+  const int side = sides.back();
+  const auto coverage = shapeCoverage(source, side, 0);
+
+  const auto grid = std::to_string(side);
+  std::string svg(kHead);
+  svg.append(grid).append(" ").append(grid).append(kStyle);
+  bool isEmpty = true;
+  for (const auto& layer : kLayers) {
+    const auto path = Outliner(coverage, side, layer.leastCoverage).path();
+    if (path.empty()) break;
+    isEmpty = false;
+    svg.append(kPath).append(layer.opacity).append(R"(" d=")").append(path).append(R"("/>)");
+  }
+  return isEmpty ? std::string() : svg + "</svg>\n";
+}
+
+std::string symbolicName(std::string_view svg) {
+  // FNV-1a, 64 bits.
+  std::uint64_t hash = 0xCBF29CE484222325U;
+  for (const char c : svg) hash = (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3U;
+  std::string name = "icon-0000000000000000-symbolic";
+  for (auto at = name.find('0') + 15; hash != 0; hash >>= 4U, --at) name[at] = "0123456789abcdef"[hash & 15U];
+  return name;
+}
+
+}  // namespace quill::freedesktop

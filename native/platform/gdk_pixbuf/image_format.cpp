@@ -1,0 +1,145 @@
+#include "image_format.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string_view>
+
+namespace quill {
+namespace {
+
+using Bytes = std::span<const std::uint8_t>;
+
+std::string_view asText(Bytes bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};  // NOLINT(*-reinterpret-cast)
+}
+
+/// The unsigned numbers below read as 0 where the bytes end before them.
+std::uint64_t bigEndian(Bytes bytes, std::size_t at, std::size_t count) {
+  std::uint64_t value = 0;
+  if (at > bytes.size() || bytes.size() - at < count) return 0;
+  for (std::size_t i = 0; i < count; ++i) value = value << 8 | bytes[at + i];
+  return value;
+}
+
+std::uint64_t littleEndian(Bytes bytes, std::size_t at, std::size_t count) {
+  std::uint64_t value = 0;
+  if (at > bytes.size() || bytes.size() - at < count) return 0;
+  for (std::size_t i = count; i > 0; --i) value = value << 8 | bytes[at + i - 1];
+  return value;
+}
+
+bool pngReachesItsEnd(Bytes bytes) {
+  constexpr std::size_t kSignature = 8;
+  constexpr std::size_t kAroundData = 12;  // length, type, checksum
+  for (std::size_t at = kSignature; bytes.size() - std::min(at, bytes.size()) >= kAroundData;) {
+    const auto length = bigEndian(bytes, at, 4);
+    if (length > bytes.size() - at - kAroundData) return false;
+    if (asText(bytes.subspan(at + 4, 4)) == "IEND") return true;
+    at += kAroundData + length;
+  }
+  return false;
+}
+
+bool jpegReachesItsEnd(Bytes bytes) {
+  constexpr std::uint8_t kEndOfImage = 0xD9;
+  constexpr std::uint8_t kStartOfScan = 0xDA;
+  bool inScan = false;
+  for (std::size_t at = 2; at + 1 < bytes.size();) {
+    const auto marker = bytes[at + 1];
+    // Between markers there is compressed data, in which FF is followed by 00 or by a restart marker.
+    if (bytes[at] != 0xFF || marker == 0xFF || (inScan && (marker == 0x00 || (marker >= 0xD0 && marker <= 0xD7)))) {
+      ++at;
+    } else if (marker == kEndOfImage) {
+      return true;
+    } else {
+      inScan = marker == kStartOfScan;
+      at += 2 + bigEndian(bytes, at + 2, 2);
+    }
+  }
+  return false;
+}
+
+bool bmpReachesItsEnd(Bytes bytes) { return littleEndian(bytes, 2, 4) <= bytes.size(); }
+
+bool icoReachesItsEnd(Bytes bytes) {
+  constexpr std::size_t kDirectory = 6;
+  constexpr std::size_t kEntry = 16;
+  const auto count = littleEndian(bytes, 4, 2);
+  if (kDirectory + count * kEntry > bytes.size()) return false;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto entry = kDirectory + i * kEntry;
+    if (littleEndian(bytes, entry + 8, 4) + littleEndian(bytes, entry + 12, 4) > bytes.size()) return false;
+  }
+  return true;
+}
+
+/// An XML text in an encoding that keeps ASCII as it is.
+bool beginsAsMarkup(std::string_view text) {
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  const auto start = text.find_first_not_of(" \t\r\n");
+  return start != std::string_view::npos && text[start] == '<';
+}
+
+}  // namespace
+
+std::optional<ImageFormat> recogniseFormat(Bytes bytes) {
+  using namespace std::string_view_literals;
+  constexpr struct {
+    std::string_view start;
+    ImageFormat format;
+  } kStarts[] = {
+      {"\x89PNG\r\n\x1A\n"sv, ImageFormat::png},
+      {"\xFF\xD8\xFF"sv, ImageFormat::jpeg},
+      {"GIF8"sv, ImageFormat::gif},
+      {"BM"sv, ImageFormat::bmp},
+      {"\0\0\1\0"sv, ImageFormat::ico},
+      {"II*\0"sv, ImageFormat::tiff},
+      {"MM\0*"sv, ImageFormat::tiff},
+  };
+  const auto text = asText(bytes);
+  for (const auto& known : kStarts) {
+    if (text.starts_with(known.start)) return known.format;
+  }
+  if (beginsAsMarkup(text)) return ImageFormat::svg;
+  return std::nullopt;
+}
+
+bool reachesItsEnd(ImageFormat format, Bytes bytes) {
+  switch (format) {
+    case ImageFormat::png:
+      return pngReachesItsEnd(bytes);
+    case ImageFormat::jpeg:
+      return jpegReachesItsEnd(bytes);
+    case ImageFormat::bmp:
+      return bmpReachesItsEnd(bytes);
+    case ImageFormat::ico:
+      return icoReachesItsEnd(bytes);
+    case ImageFormat::gif:
+    case ImageFormat::tiff:
+    case ImageFormat::svg:
+      break;
+  }
+  return true;
+}
+
+const char* loaderName(ImageFormat format) {
+  switch (format) {
+    case ImageFormat::png:
+      return "png";
+    case ImageFormat::jpeg:
+      return "jpeg";
+    case ImageFormat::gif:
+      return "gif";
+    case ImageFormat::bmp:
+      return "bmp";
+    case ImageFormat::ico:
+      return "ico";
+    case ImageFormat::tiff:
+      return "tiff";
+    case ImageFormat::svg:
+      break;
+  }
+  return "svg";
+}
+
+}  // namespace quill

@@ -1,0 +1,73 @@
+/*
+ * A host that obeys. A line on standard input is one command; once it is carried out, and the bus was told, the
+ * command's first word comes back on standard output, as does whatever the library tells its host.
+ *
+ *   items JSON    icon FILE    create    end
+ */
+#include <glib-unix.h>
+#include <quill_tray_manager.h>
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+static void on_click(void) {
+  puts("clicked");
+}
+
+static void on_menu_item(const char *identifier) {
+  printf("chosen: %s\n", identifier);
+}
+
+static void set_icon(const char *path) {
+  gchar *bytes = NULL;
+  gsize length = 0;
+  if (!g_file_get_contents(path, &bytes, &length, NULL)) abort();
+  quill_tray_manager_set_main_icon((const uint8_t *)bytes, (intptr_t)length);
+  g_free(bytes);
+}
+
+static gboolean acknowledge(gpointer command) {
+  printf("done: %s\n", (char *)command);
+  return G_SOURCE_REMOVE;
+}
+
+static gboolean on_command(GIOChannel *input, GIOCondition condition, gpointer loop) {
+  gchar *line = NULL;
+  gsize end = 0;
+  (void)condition;
+  if (g_io_channel_read_line(input, &line, NULL, &end, NULL) != G_IO_STATUS_NORMAL) {
+    g_main_loop_quit(loop);
+    return G_SOURCE_REMOVE;
+  }
+  line[end] = '\0';
+  gchar **words = g_strsplit(line, " ", 2);
+  if (strcmp(words[0], "items") == 0) {
+    quill_tray_manager_set_menu_items_json(words[1]);
+  } else if (strcmp(words[0], "icon") == 0) {
+    set_icon(words[1]);
+  } else if (strcmp(words[0], "create") == 0) {
+    quill_tray_manager_create();
+  } else if (strcmp(words[0], "end") == 0) {
+    g_main_loop_quit(loop);
+  } else {
+    abort();
+  }
+  /* behind what the library has posted meanwhile */
+  g_idle_add_full(G_PRIORITY_LOW, acknowledge, g_strdup(words[0]), g_free);
+  g_strfreev(words);
+  g_free(line);
+  return G_SOURCE_CONTINUE;
+}
+
+int main(void) {
+  setvbuf(stdout, NULL, _IOLBF, 0);
+  GMainLoop *loop = g_main_loop_new(NULL, FALSE);
+  GIOChannel *input = g_io_channel_unix_new(0);
+  g_io_add_watch(input, G_IO_IN | G_IO_HUP, on_command, loop);
+  quill_tray_manager_set_click_callback(on_click);
+  quill_tray_manager_set_menu_item_callback(on_menu_item);
+  g_main_loop_run(loop);
+  g_io_channel_unref(input);
+  g_main_loop_unref(loop);
+  return 0;
+}
