@@ -44,6 +44,10 @@ void quillTrayManagerStopAnimation() noexcept { callShared(&TrayManager::stopAni
 
 void quillTrayManagerResetAnimation() noexcept { callShared(&TrayManager::resetAnimation); }
 
+void quillTrayManagerSetMenuPtr(const void* menuPtr) noexcept {
+  if (auto menu = Desktop::current().adoptMenu(menuPtr)) callShared(&TrayManager::setMenu, std::move(menu));
+}
+
 void quillTrayManagerSetClickCallback(void (*callback)()) noexcept {
   callShared(&TrayManager::setClickCallback, callback);
 }
@@ -65,6 +69,21 @@ void quillTrayManagerSetMenuItemsJson(const char* jsonData) noexcept {
 
 void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*)) noexcept {
   callShared(&TrayManager::setMenuItemCallback, callback);
+}
+
+void quillTrayManagerOpenUrl(const char* urlString) noexcept {
+  if (!urlString) {
+    logError("[TrayManager] 打开 URL 失败：URL 字符串为空", kLogModule);
+    return;
+  }
+  const auto text = utf8Text(urlString);
+  const auto url = parseUrl(text);
+  if (!url) {
+    logError("[TrayManager] 打开 URL 失败：无效的 URL 字符串: " + text, kLogModule);
+    return;
+  }
+  Desktop::current().openUrl(*url);
+  logInfo("[TrayManager] 已打开 URL: " + text, kLogModule);
 }
 
 }  // namespace quill

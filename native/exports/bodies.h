@@ -15,8 +15,11 @@ void quillTrayManagerAddAnimationFrame(const std::uint8_t* frameData, std::intpt
 void quillTrayManagerStartAnimation() noexcept;
 void quillTrayManagerStopAnimation() noexcept;
 void quillTrayManagerResetAnimation() noexcept;
+void quillTrayManagerSetMenuPtr(const void* menuPtr) noexcept;
 void quillTrayManagerSetClickCallback(void (*callback)()) noexcept;
 void quillTrayManagerSetMenuItemsJson(const char* jsonData) noexcept;
 void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*)) noexcept;
+/// Neither touches nor makes the tray manager.
+void quillTrayManagerOpenUrl(const char* urlString) noexcept;
 
 }  // namespace quill

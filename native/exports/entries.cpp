@@ -19,6 +19,8 @@ void quill_tray_manager_stop_animation(void) { quill::quillTrayManagerStopAnimat
 
 void quill_tray_manager_reset_animation(void) { quill::quillTrayManagerResetAnimation(); }
 
+void quill_tray_manager_set_menu_ptr(const void* menuPtr) { quill::quillTrayManagerSetMenuPtr(menuPtr); }
+
 void quill_tray_manager_set_click_callback(void (*callback)(void)) {
   quill::quillTrayManagerSetClickCallback(callback);
 }
@@ -28,3 +30,5 @@ void quill_tray_manager_set_menu_items_json(const char* jsonData) { quill::quill
 void quill_tray_manager_set_menu_item_callback(void (*callback)(const char* identifier)) {
   quill::quillTrayManagerSetMenuItemCallback(callback);
 }
+
+void quill_tray_manager_open_url(const char* urlString) { quill::quillTrayManagerOpenUrl(urlString); }

@@ -1,4 +1,5 @@
-/*
+/**
+ * @file
  * One icon in the system bar, with a menu, clicks and a log.
  *
  * Rules that hold for every function:
@@ -8,8 +9,9 @@
  *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log.
  * - No function needs another one to be called first, and none undoes another: the icon stays until
  *   the process ends.
- * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default main context or,
- * while none does, the process's first thread. No function waits for the desktop or for the disk.
+ * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default
+ *   main context or, while none does, the process's first thread. No function waits for the desktop
+ *   or for the disk.
  * - What you pass is read during the call and stays yours.
  * - Your callbacks run on the main thread, out of its main context, and may call every function
  *   declared here.
@@ -29,7 +31,7 @@
 extern "C" {
 #endif
 
-/*
+/**
  * Puts the icon's place into the bar.
  *
  * It shows an icon from the next quill_tray_manager_set_main_icon on, and has a menu at once: the
@@ -40,10 +42,10 @@ extern "C" {
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
 
-/*
+/**
  * Shows an icon.
  *
- * iconData, iconLength: an encoded image (PNG, or whatever else the machine decodes). Its opacity
+ * @param iconData,iconLength an encoded image (PNG, or whatever else the machine decodes). Its opacity
  * alone counts: it is a template, drawn in the bar's own colour at 22 by 22 points. Give at least 44
  * by 44 pixels, so that it is sharp on screens of twice the density. Null, a length of 0 or less, and
  * bytes that are no image change nothing and log nothing.
@@ -52,10 +54,10 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* iconData, intptr_t iconLength);
 
-/*
+/**
  * Adds a frame to the icon's animation.
  *
- * frameData, frameLength: as for quill_tray_manager_set_main_icon. The frame is made ready here and
+ * @param frameData,frameLength as for quill_tray_manager_set_main_icon. The frame is made ready here and
  * now, so that playing costs next to nothing. A running animation goes on to the new frame.
  *
  * This and the three functions below may be called on any thread: off the main thread the call
@@ -64,7 +66,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* icon
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength);
 
-/*
+/**
  * Plays the frames once, 35 milliseconds apart, then shows the main icon again.
  *
  * Without frames, while an animation runs and without an item in the bar it does nothing but log a
@@ -72,29 +74,54 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_start_animation(void);
 
-/*
+/**
  * Ends the animation early and shows the main icon again.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_stop_animation(void);
 
-/*
+/**
  * Ends the animation, shows the main icon again and forgets the frames.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
 
-/*
+/**
+ * Takes a menu that the host built as the one that a right click opens, in place of any earlier one.
+ *
+ * @param menuPtr a GMenuModel. The library holds references of its own, to it and to the action groups
+ * that its items name, until the menu is replaced; yours stay yours. The model is live: changes of it
+ * and of the actions show at once. Sections are set apart by separators; labels with mnemonics,
+ * "accel", icons that have a name and submenus are shown, check and radio states and sensitivity are
+ * those of the actions.
+ *
+ * Choosing an item activates its action with its target, not the menu item callback. Actions with
+ * the prefix "app." are those of the default GApplication, once that is registered. For any other
+ * prefix attach the action group to the model, before this call, under the key
+ * QUILL_TRAY_MANAGER_ACTION_GROUP_KEY followed by the prefix:
+ *
+ *     g_object_set_data_full(G_OBJECT(menu), QUILL_TRAY_MANAGER_ACTION_GROUP_KEY "tray",
+ *                            g_object_ref(group), g_object_unref);    // for "tray.pause"
+ *
+ * The log gets a line with the number of entries on top, separators included. Null, and an object
+ * that is no GMenuModel, change nothing and log nothing.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr);
+
+/** See quill_tray_manager_set_menu_ptr. */
+#define QUILL_TRAY_MANAGER_ACTION_GROUP_KEY "quill-tray-manager-action-group-"
+
+/**
  * Sets the function that is called on a left click; null for none.
  *
  * Shells that open the menu on a left click call it on a double click, if at all.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(void (*callback)(void));
 
-/*
+/**
  * Describes the menu that a right click opens, in place of any earlier one.
  *
- * jsonData: an array of objects, as NUL-terminated UTF-8:
+ * @param jsonData an array of objects, as NUL-terminated UTF-8:
  *
- *   [{"id": "open", "title": "Open", "enabled": true, "keyEquivalent": "Cmd+Shift+O"}]
+ *     [{"id": "open", "title": "Open", "enabled": true, "keyEquivalent": "Cmd+Shift+O"}]
  *
  * "id" and "title" are required: an element without them is left out. "enabled" is true where it is
  * missing. "keyEquivalent" is one key behind any of Cmd, Command, Shift, Option, Alt, Control and
@@ -103,12 +130,23 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(void (*callbac
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char* jsonData);
 
-/*
+/**
  * Sets the function that is told the "id" of the menu item that was chosen; null for none.
  *
  * The string is UTF-8, belongs to the library and is valid during the call only: copy it to keep it.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(void (*callback)(const char* identifier));
+
+/**
+ * Opens a URL in the user's default application for its scheme, which is not waited for.
+ *
+ * @param urlString NUL-terminated UTF-8. What a URL may hold reaches the application byte for byte; blanks,
+ * quotes and whatever else no URL may hold are percent-encoded. Null, an empty text and a malformed
+ * URL open nothing and log an error line; a URL that no application takes looks like any other.
+ *
+ * May be called on any thread, without a main loop, and right before the process exits.
+ */
+QUILL_TRAY_MANAGER_API void quill_tray_manager_open_url(const char* urlString);
 
 #ifdef __cplusplus
 }

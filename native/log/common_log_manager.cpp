@@ -1,5 +1,6 @@
 #include "common_log_manager.h"
 
+#include <atomic>
 #include <utility>
 
 #include "immortal.h"
@@ -8,7 +9,11 @@
 namespace quill {
 
 const std::shared_ptr<CommonLogManager>& CommonLogManager::shared() {
+  static std::atomic<const std::shared_ptr<CommonLogManager>*> made{nullptr};
+  if (const auto* const manager = made.load(std::memory_order_acquire)) return *manager;
+  const std::lock_guard lock(Surroundings::creation);
   static const Immortal<std::shared_ptr<CommonLogManager>> manager([] { return make(Surroundings::current()); });
+  made.store(&manager.get(), std::memory_order_release);
   return manager.get();
 }
 

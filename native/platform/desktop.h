@@ -6,6 +6,7 @@
 #include "application.h"
 #include "main_queue.h"
 #include "status_item.h"
+#include "url.h"
 
 namespace quill {
 
@@ -29,6 +30,11 @@ class Desktop {
   virtual std::shared_ptr<StatusItem> makeStatusItem(double length) = 0;
   /// Turns an image into what the bar reads, once, and keeps that with the image. Any thread.
   virtual void prepare(Image& image) = 0;
+  /// A host's own menu object as a menu that follows it and keeps it alive; null for a null pointer
+  /// and for what the platform can tell is no menu.
+  virtual std::shared_ptr<Menu> adoptMenu(const void* menu) = 0;
+  /// Hands the URL to the user's default handler for its scheme, without waiting for it. Any thread.
+  virtual void openUrl(const Url& url) = 0;
   /// Asks the application to end; it may refuse.
   virtual void terminate() = 0;
 

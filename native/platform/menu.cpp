@@ -26,11 +26,6 @@ void MenuItem::choose() const {
   if (isChoosable()) action.send(this);
 }
 
-void Menu::replaceItems(Items items) {
-  items_ = std::move(items);
-  if (changeHandler_) changeHandler_();
-}
-
 std::string Menu::description() const { return describeObject("Menu", this); }
 
 }  // namespace quill

@@ -46,7 +46,9 @@ enum class ToggleType { none, check, radio };
 /// One entry of a menu. All text is well-formed UTF-8 and may hold U+0000. Main thread.
 struct MenuItem {
   std::string title;
-  Action action;  ///< shown disabled while its selector is empty
+  std::optional<std::size_t> mnemonic;  ///< byte of the title before which the access key's character begins
+  std::string iconName;                 ///< of an icon theme; empty: none
+  Action action;                        ///< shown disabled while its selector is empty
   std::string keyEquivalent;
   ModifierFlags keyEquivalentModifierMask = kCommand;
   bool isSeparator = false;
@@ -81,7 +83,8 @@ class Menu {
   double minimumWidth = 0.0;  ///< points
   std::optional<Appearance> appearance;
 
-  const Items& items() const { return items_; }
+  /// The entries as they are now.
+  virtual const Items& items() const { return items_; }
   void addItem(std::shared_ptr<MenuItem> item) { items_.push_back(std::move(item)); }
 
   /// Called after entries of a menu that lives outside changed; one handler, empty for none.
@@ -90,8 +93,10 @@ class Menu {
   virtual std::string description() const;
 
  protected:
-  /// For a menu that lives outside: takes new entries and tells.
-  void replaceItems(Items items);
+  /// For a menu that lives outside: tells that its entries changed.
+  void announceChange() {
+    if (changeHandler_) changeHandler_();
+  }
 
  private:
   Items items_;

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ class Surroundings {
   /// Those of this process, made on first use and never destroyed. Defined by the one desktop that
   /// is linked in. Any thread.
   static Surroundings& current();
+  /// Held while these, and what stands on them for the whole process, are made. A fork waits for
+  /// it: a child must not find them half made, with nobody there to finish.
+  static inline std::mutex creation;
 
   Surroundings() = default;
   Surroundings(const Surroundings&) = delete;

@@ -1,6 +1,9 @@
+#include <thread>
+
 #include "bodies.h"
 #include "manager_fixture.h"
 #include "menu_items_json.h"
+#include "url.h"
 #include "utf8_text.h"
 
 namespace quill::testing {
@@ -94,6 +97,27 @@ TEST(Utf8Text, ReplacesWhatIsIllFormed) {
   for (const auto& [text, expected] : cases) EXPECT_EQ(utf8Text(text), expected);
 }
 
+TEST(ParseUrl, KeepsWhatIsLegalAndEscapesTheRest) {
+  const std::pair<const char*, const char*> cases[] = {
+      {"https://example.org/a%20b;c?x=$(id)&y='1'&z=~!*,#f@[1]",
+       "https://example.org/a%20b;c?x=$(id)&y='1'&z=~!*,#f@[1]"},
+      {"mailto:a@b.c", "mailto:a@b.c"},
+      {"nothing-handles:this", "nothing-handles:this"},
+      {"http://[::1]:80/", "http://[::1]:80/"},
+      {"relative/path", "relative/path"},
+      {"http://x/a b\"<>\\^`{|}", "http://x/a%20b%22%3C%3E%5C%5E%60%7B%7C%7D"},
+      {"http://x/中\n\x7F", "http://x/%E4%B8%AD%0A%7F"},
+      {"http://x/%zz%4", "http://x/%25zz%254"},
+  };
+  for (const auto& [text, expected] : cases) {
+    const auto url = parseUrl(text);
+    ASSERT_TRUE(url) << text;
+    EXPECT_EQ(url->text, expected);
+  }
+  for (const auto* text : {"", "http://[::1", "http://x:99999/", "http://x:port/"})
+    EXPECT_FALSE(parseUrl(text)) << text;
+}
+
 class ExportsTest : public ::testing::Test {
  protected:
   ExportsTest() { takeLines(); }
@@ -108,6 +132,7 @@ constexpr std::uint8_t kPng[] = {0x89, 0x50, 0x4E, 0x47, 0x0D, 0x0A, 0x1A, 0x0A,
                                  0x00, 0x00, 0x00, 0x49, 0x45, 0x4E, 0x44, 0xAE, 0x42, 0x60, 0x82};
 
 TEST_F(ExportsTest, RejectedArgumentsDoNotMakeAManager) {
+  const bool wasMade = memory::Desktop::isMade();
   quillTrayManagerSetMenuItemsJson(nullptr);
   quillTrayManagerSetMenuItemsJson("");
   quillTrayManagerSetMenuItemsJson("{}");
@@ -122,7 +147,7 @@ TEST_F(ExportsTest, RejectedArgumentsDoNotMakeAManager) {
     set(noImage, sizeof noImage);
   }
   EXPECT_THAT(takeLines(), IsEmpty());
-  EXPECT_FALSE(memory::Desktop::isMade());
+  EXPECT_EQ(memory::Desktop::isMade(), wasMade);
   quillTrayManagerSetClickCallback(nullptr);
   EXPECT_TRUE(memory::Desktop::isMade());
 }
@@ -158,6 +183,36 @@ TEST_F(ExportsTest, ATypicalRun) {
   quillTrayManagerStopAnimation();
   quillTrayManagerResetAnimation();
   EXPECT_EQ(takeLines().back(), "INFO 动画已重置，动画帧数: 0");
+}
+
+TEST_F(ExportsTest, OpensUrlsWithoutATrayManager) {
+  const bool wasMade = memory::Desktop::isMade();
+  quillTrayManagerOpenUrl(nullptr);
+  quillTrayManagerOpenUrl("");
+  quillTrayManagerOpenUrl("http://[::1");
+  EXPECT_THAT(takeLines(),
+              ElementsAre("ERROR 打开 URL 失败：URL 字符串为空", "ERROR 打开 URL 失败：无效的 URL 字符串: ",
+                          "ERROR 打开 URL 失败：无效的 URL 字符串: http://[::1"));
+  EXPECT_EQ(memory::Desktop::isMade(), wasMade);
+  std::thread([] { quillTrayManagerOpenUrl("x:a \xFF"); }).join();
+  EXPECT_THAT(desktop().urlsOpened, ElementsAre("x:a%20%EF%BF%BD"));
+  EXPECT_THAT(takeLines(), ElementsAre("INFO 已打开 URL: x:a \uFFFD")) << "the text as the host gave it";
+}
+
+TEST_F(ExportsTest, TakesAHostMenuAndIgnoresWhatIsNone) {
+  auto hostMenu = std::make_shared<Menu>();
+  hostMenu->addItem(MenuItem::make("own", {}, ""));
+  const int address = 0;
+  desktop().hostMenus[&address] = hostMenu;
+  quillTrayManagerCreate();
+  takeLines();
+  quillTrayManagerSetMenuPtr(&address);
+  EXPECT_THAT(takeLines(), ElementsAre("INFO 菜单已设置，菜单项数量: 1"));
+  const int other = 0;
+  quillTrayManagerSetMenuPtr(nullptr);
+  quillTrayManagerSetMenuPtr(&other);
+  EXPECT_THAT(takeLines(), IsEmpty());
+  EXPECT_EQ(desktop().statusItem()->announcedMenu(), hostMenu);
 }
 
 }  // namespace

@@ -76,6 +76,7 @@ int FakePanel::onSignal(sd_bus_message* message, void* self, sd_bus_error*) {
   auto& panel = *static_cast<FakePanel*>(self);
   panel.signals_.emplace_back(sd_bus_message_get_member(message));
   panel.lastSignal.reset(sd_bus_message_ref(message));
+  if (panel.heard) panel.heard(panel.signals_.back());
   return 0;
 }
 

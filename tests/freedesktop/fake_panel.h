@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "bus.h"
@@ -47,6 +48,7 @@ class FakePanel {
   std::vector<std::string> itemPaths;  ///< what was registered, in order
   int refused = 0;
   MessageHandle lastSignal;
+  std::function<void(std::string_view signal)> heard;  ///< called for each as it comes in
 
  private:
   static int onRegister(sd_bus_message* message, void* self, sd_bus_error* error);

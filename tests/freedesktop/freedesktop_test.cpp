@@ -6,26 +6,19 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <limits>
-#include <map>
 #include <string_view>
-#include <thread>
 
-#include "fake_panel.h"
-#include "freedesktop_desktop.h"
-#include "menus.h"
-#include "private_bus.h"
+#include "panel_fixture.h"
 
 namespace quill::freedesktop {
 namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 bool isError(const MessageHandle& reply) {
   return reply != nullptr && sd_bus_message_is_method_error(reply.get(), nullptr) > 0;
@@ -39,80 +32,26 @@ std::ptrdiff_t openDescriptors() {
   return std::distance(begin(descriptors), end(descriptors));
 }
 
-class Freedesktop : public ::testing::Test {
+class Freedesktop : public PanelTest {
  protected:
-  Freedesktop() { setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1); }
-
-  void makeItem() {
-    item = desktop.makeStatusItem(kSquareStatusItemLength);
-    ASSERT_NE(item, nullptr);
-    item->button()->sendActionOn(kClickEvents);
-    item->button()->setTarget(host);
-    item->button()->setAction("click");
-  }
-  void show(const std::vector<Row>& rows) { item->announceMenu(menuOf(rows, host)); }
-  /// An item with two entries in a panel.
-  void showInPanel() {
-    bus.start();
-    panel = std::make_unique<FakePanel>(bus.address());
-    makeItem();
-    show({{"a", "A"}, {"b", "B"}});
-    ASSERT_TRUE(panel->waitForItem());
-    panel->takeSignals();
-  }
-  Image image() {
-    auto pixels = std::make_shared<Pixels>(Pixels{44, 44, {}});
-    for (int i = 0; i < 44 * 44; ++i) pixels->rgba.insert(pixels->rgba.end(), {1, 2, 3, 255});
-    Image made(pixels, {22, 22});
-    desktop.prepare(made);
-    return made;
-  }
-  /// Reads the menu as panels do; answers with the ids of the entries on top.
-  std::vector<std::int32_t> readMenu() {
-    const auto reply = panel->call(FakePanel::kMenu, "GetLayout", "iias", 0, -1, 0);
-    std::vector<std::int32_t> ids;
-    std::int32_t id = 0;
-    sd_bus_message_skip(reply.get(), "u");
-    sd_bus_message_enter_container(reply.get(), 'r', "ia{sv}av");
-    sd_bus_message_skip(reply.get(), "ia{sv}");
-    sd_bus_message_enter_container(reply.get(), 'a', "v");
-    while (sd_bus_message_enter_container(reply.get(), 'v', "(ia{sv}av)") > 0) {
-      sd_bus_message_enter_container(reply.get(), 'r', "ia{sv}av");
-      sd_bus_message_read(reply.get(), "i", &id);
-      ids.push_back(id);
-      sd_bus_message_skip(reply.get(), "a{sv}av");
-      sd_bus_message_exit_container(reply.get());
-      sd_bus_message_exit_container(reply.get());
-    }
-    return ids;
-  }
-  MessageHandle choose(std::int32_t id) {
-    return panel->call(FakePanel::kMenu, "Event", "isvu", id, "clicked", "i", 0, 0U);
-  }
   bool isTold(std::size_t count) {
     return runUntil([&] { return host->told.size() >= count; });
   }
-
-  PrivateBus bus;
-  Desktop desktop;
-  std::shared_ptr<Host> host = std::make_shared<Host>();
-  std::shared_ptr<StatusItem> item;
-  std::unique_ptr<FakePanel> panel;
 };
 
 TEST_F(Freedesktop, RegistersItsPathOnceAndAgainWithEachWatcher) {
   bus.start();
   makeItem();
   runFor(std::chrono::milliseconds(50));  // no watcher yet
-  panel = std::make_unique<FakePanel>(bus.address());
+  panel = std::make_unique<FakePanel>(bus.address(), 4);
   ASSERT_TRUE(panel->waitForItem());
   panel->takeSignals();
+  EXPECT_EQ(panel->refused, 4);
   EXPECT_THAT(panel->itemPaths, ElementsAre("/StatusNotifierItem"));
-  EXPECT_EQ(panel->itemName.front(), ':');
-
   const auto name = panel->itemName;
+  EXPECT_EQ(name.front(), ':');
   const auto descriptors = openDescriptors();
-  for (int i = 0; i < 100; ++i) {
+  for (int i = 0; i < 20; ++i) {
     panel.reset();
     panel = std::make_unique<FakePanel>(bus.address());
     ASSERT_TRUE(panel->waitForItem());
@@ -122,15 +61,7 @@ TEST_F(Freedesktop, RegistersItsPathOnceAndAgainWithEachWatcher) {
   EXPECT_EQ(openDescriptors(), descriptors);
 }
 
-TEST_F(Freedesktop, OutlivesAWatcherThatAnswersWithErrors) {
-  bus.start();
-  makeItem();
-  panel = std::make_unique<FakePanel>(bus.address(), 4);
-  EXPECT_TRUE(panel->waitForItem());
-  EXPECT_EQ(panel->refused, 4);
-}
-
-TEST_F(Freedesktop, ComesBackWithTheBus) {
+TEST_F(Freedesktop, ComesBackWithTheBusUntilItsLastReferenceGoes) {
   showInPanel();
   const auto descriptors = openDescriptors();
   for (int i = 0; i < 5; ++i) {
@@ -144,11 +75,6 @@ TEST_F(Freedesktop, ComesBackWithTheBus) {
     EXPECT_EQ(readMenu().size(), 2U);
   }
   EXPECT_EQ(openDescriptors(), descriptors);
-}
-
-TEST_F(Freedesktop, LeavesWithTheLastReference) {
-  showInPanel();
-  const auto descriptors = openDescriptors();
   item.reset();
   EXPECT_TRUE(isError(panel->getAll(FakePanel::kItem)));
   EXPECT_EQ(openDescriptors(), descriptors - 1);
@@ -189,56 +115,34 @@ TEST_F(Freedesktop, WaitsForABusWithoutBurningTime) {
   close(listener);
 }
 
-/// Names with their values, as far as these are text or flags.
-std::map<std::string, std::string> properties(const MessageHandle& reply) {
-  std::map<std::string, std::string> values;
-  sd_bus_message_enter_container(reply.get(), 'a', "{sv}");
-  while (sd_bus_message_enter_container(reply.get(), 'e', "sv") > 0) {
-    const char* name = nullptr;
-    sd_bus_message_read(reply.get(), "s", &name);
-    auto& value = values[name];
-    const char* type = nullptr;
-    sd_bus_message_peek_type(reply.get(), nullptr, &type);
-    if (const std::string_view signature(type); signature == "s" || signature == "o") {
-      const char* text = nullptr;
-      sd_bus_message_read(reply.get(), "v", type, &text);
-      value = text;
-    } else if (signature == "b") {
-      int flag = -1;
-      sd_bus_message_read(reply.get(), "v", "b", &flag);
-      value = flag == 0 ? "false" : "true";
-    } else {
-      value = signature;
-      sd_bus_message_skip(reply.get(), "v");
-    }
-    sd_bus_message_exit_container(reply.get());
-  }
-  return values;
-}
-
 TEST_F(Freedesktop, AnswersForEveryProperty) {
   showInPanel();
-  using Values = std::map<std::string, std::string>;
-  EXPECT_EQ(properties(panel->getAll(FakePanel::kItem)), (Values{{"Category", "ApplicationStatus"},
-                                                                 {"Id", "freedesktop_tests"},
-                                                                 {"Title", "freedesktop_tests"},
-                                                                 {"Status", "Active"},
-                                                                 {"WindowId", "i"},
-                                                                 {"IconName", ""},
-                                                                 {"IconPixmap", "a(iiay)"},
-                                                                 {"OverlayIconName", ""},
-                                                                 {"OverlayIconPixmap", "a(iiay)"},
-                                                                 {"AttentionIconName", ""},
-                                                                 {"AttentionIconPixmap", "a(iiay)"},
-                                                                 {"AttentionMovieName", ""},
-                                                                 {"ToolTip", "(sa(iiay)ss)"},
-                                                                 {"IconThemePath", ""},
-                                                                 {"Menu", "/MenuBar"},
-                                                                 {"ItemIsMenu", "false"},
-                                                                 {"IconAccessibleDesc", "freedesktop_tests"},
-                                                                 {"AttentionAccessibleDesc", ""}}));
-  EXPECT_EQ(properties(panel->getAll(FakePanel::kMenu)),
-            (Values{{"Version", "u"}, {"TextDirection", "ltr"}, {"Status", "normal"}, {"IconThemePath", "as"}}));
+  const auto properties = [&](const char* interface) {
+    std::string all;
+    const auto reply = panel->getAll(interface);
+    sd_bus_message_enter_container(reply.get(), 'a', "{sv}");
+    while (sd_bus_message_enter_container(reply.get(), 'e', "sv") > 0) {
+      const char* name = nullptr;
+      const char* type = nullptr;
+      const char* text = "";
+      sd_bus_message_read(reply.get(), "s", &name);
+      sd_bus_message_peek_type(reply.get(), nullptr, &type);
+      if (std::string_view("s") != type || sd_bus_message_read(reply.get(), "v", type, &text) < 0) {
+        sd_bus_message_skip(reply.get(), "v");
+        text = type;
+      }
+      all += std::string(" ") + name + "=" + text;
+      sd_bus_message_exit_container(reply.get());
+    }
+    return all;
+  };
+  EXPECT_EQ(
+      properties(FakePanel::kItem),
+      " Category=ApplicationStatus Id=freedesktop_tests Title=freedesktop_tests Status=Active WindowId=i IconName="
+      " IconPixmap=a(iiay) IconAccessibleDesc=freedesktop_tests OverlayIconName= OverlayIconPixmap=a(iiay)"
+      " AttentionIconName= AttentionIconPixmap=a(iiay) AttentionMovieName= AttentionAccessibleDesc="
+      " ToolTip=(sa(iiay)ss) IconThemePath= Menu=o ItemIsMenu=b");
+  EXPECT_EQ(properties(FakePanel::kMenu), " Version=u TextDirection=ltr Status=normal IconThemePath=as");
 }
 
 TEST_F(Freedesktop, TellsClicks) {
@@ -272,25 +176,19 @@ TEST_F(Freedesktop, SignalsWhatIsNewAboutTheMenuOnce) {
   const auto ids = readMenu();
   show({{"a", "A"}, {"b", "B"}});
   EXPECT_THAT(panel->takeSignals(), IsEmpty());
-  show({{"a", "A"}, {"b", "renamed"}});
-  EXPECT_THAT(panel->takeSignals(), ElementsAre("ItemsPropertiesUpdated"));
-  EXPECT_EQ(readMenu(), ids);
   show({{"a", "A", false}, {"b", "renamed"}});
   EXPECT_THAT(panel->takeSignals(), ElementsAre("ItemsPropertiesUpdated"));
+  EXPECT_EQ(readMenu(), ids);
   choose(ids[0]);  // disabled by now
   show({{"a", "A"}, {"b", "renamed"}, {"c", "C"}});
   EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated"));
   choose(ids[1]);  // of the layout before
-  const auto newIds = readMenu();
-  EXPECT_THAT(newIds, ElementsAre(3, 4, 5));
-  choose(newIds[2]);
-  show({});
+  EXPECT_THAT(readMenu(), ElementsAre(3, 4, 5));
+  item->announceMenu(nullptr);
   EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated"));
   EXPECT_TRUE(isError(choose(ids[1])));  // two layouts ago
-  item->announceMenu(nullptr);
-  EXPECT_THAT(panel->takeSignals(), IsEmpty());
   EXPECT_THAT(readMenu(), IsEmpty());
-  EXPECT_THAT(host->told, ElementsAre("choose: b", "choose: c"));
+  EXPECT_THAT(host->told, ElementsAre("choose: b"));
 }
 
 TEST_F(Freedesktop, SignalsWhatIsNewAboutTheItemOnce) {
@@ -302,8 +200,6 @@ TEST_F(Freedesktop, SignalsWhatIsNewAboutTheItemOnce) {
   item->button()->setImage(picture);
   item->button()->setNeedsDisplay(true);
   EXPECT_THAT(panel->takeSignals(), IsEmpty());
-  item->button()->setImage(image());
-  EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon"));
   item->button()->setHidden(true);
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewStatus"));
   const char* status = nullptr;
@@ -345,25 +241,19 @@ TEST_F(Freedesktop, RefusesWhatMakesNoSense) {
 TEST_F(Freedesktop, AnswersGroupsInBoundedSize) {
   showInPanel();
   const auto ids = readMenu();
-  const auto answered = [&](const std::vector<std::int32_t>& asked) {
+  const auto answers = [&](const std::vector<std::int32_t>& asked) {
     auto call = panel->newCall(FakePanel::kMenu, "GetGroupProperties");
     sd_bus_message_append_array(call.get(), 'i', asked.data(), asked.size() * sizeof(asked[0]));
     sd_bus_message_append(call.get(), "as", 0);
     const auto reply = panel->send(std::move(call));
-    std::vector<std::int32_t> answers;
+    int count = 0;
     sd_bus_message_enter_container(reply.get(), 'a', "(ia{sv})");
-    while (sd_bus_message_enter_container(reply.get(), 'r', "ia{sv}") > 0) {
-      sd_bus_message_read(reply.get(), "i", &answers.emplace_back());
-      sd_bus_message_skip(reply.get(), "a{sv}");
-      sd_bus_message_exit_container(reply.get());
-    }
-    return answers;
+    while (sd_bus_message_skip(reply.get(), "(ia{sv})") > 0) ++count;
+    return count;
   };
-  EXPECT_THAT(answered({}), ElementsAre(0, ids[0], ids[1]));
-  EXPECT_THAT(answered({ids[1], 77}), ElementsAre(ids[1]));
-  std::vector<std::int32_t> million(1'000'000, ids[0]);
-  for (std::size_t i = 0; i < million.size(); i += 2) million[i] = static_cast<std::int32_t>(i);
-  EXPECT_THAT(answered(million), UnorderedElementsAre(0, ids[0], ids[1]));
+  EXPECT_EQ(answers({}), 3) << "all, with the root";
+  EXPECT_EQ(answers({ids[1], 77}), 1);
+  EXPECT_EQ(answers(std::vector<std::int32_t>(1'000'000, ids[0])), 1);
 }
 
 TEST_F(Freedesktop, LeavesItsParentsConnectionAloneAfterAFork) {
@@ -379,31 +269,6 @@ TEST_F(Freedesktop, LeavesItsParentsConnectionAloneAfterAFork) {
   waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(readMenu().size(), 2U);
-}
-
-TEST(GlibMainQueue, TakesTheThreadThatRunsTheContextForTheMainOne) {
-  GlibMainQueue queue;
-  const auto isCurrentInThread = [&] {
-    bool isCurrent = true;
-    std::thread([&] { isCurrent = queue.isCurrent(); }).join();
-    return isCurrent;
-  };
-  EXPECT_TRUE(queue.isCurrent());  // nobody has run it: the process's first thread
-  EXPECT_FALSE(isCurrentInThread());
-  std::thread([&] {
-    bool ran = false;
-    queue.post([&] {
-      ran = true;
-      EXPECT_TRUE(queue.isCurrent());
-    });
-    while (!ran) g_main_context_iteration(nullptr, TRUE);
-    EXPECT_TRUE(queue.isCurrent());  // between its iterations
-    g_main_context_acquire(nullptr);
-    EXPECT_TRUE(queue.isCurrent());
-    EXPECT_FALSE(isCurrentInThread());
-    g_main_context_release(nullptr);
-  }).join();
-  EXPECT_FALSE(queue.isCurrent());
 }
 
 int terminationSignals = 0;

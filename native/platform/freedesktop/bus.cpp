@@ -84,7 +84,7 @@ GSourceFuncs Bus::sourceFunctions = {[](GSource* source, int* timeout) -> gboole
                                      nullptr,
                                      nullptr};
 
-Bus::Bus(GlibMainQueue& queue, std::string address, Handlers handlers)
+Bus::Bus(GlibMainQueue& queue, const std::string& address, Handlers handlers)
     : queue_(queue),
       address_(localAlternatives(address)),
       handlers_(std::move(handlers)),

@@ -26,7 +26,7 @@ class Bus {
     std::function<void()> lost;
   };
 
-  Bus(GlibMainQueue& queue, std::string address, Handlers handlers);
+  Bus(GlibMainQueue& queue, const std::string& address, Handlers handlers);
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
   ~Bus();

@@ -148,8 +148,8 @@ void DBusMenu::exportOn(sd_bus* bus) {
   if (sd_bus_add_object_vtable(bus, &slot, kPath, kInterface, kVtable, this) >= 0) slot_.reset(slot);
 }
 
-void DBusMenu::show(std::shared_ptr<const Menu> menu) {
-  const auto update = history_.show(std::move(menu));
+void DBusMenu::show(const Menu* menu) {
+  const auto update = history_.show(menu);
   if (!update.isNewLayout && update.changes.empty()) return;
   sd_bus* const bus = bus_.forSignals();
   if (bus == nullptr) return;  // who comes later reads it all

@@ -19,7 +19,7 @@ class DBusMenu {
   DBusMenu& operator=(const DBusMenu&) = delete;
 
   /// Offers `menu`, or an empty one for null, and signals what is new about it.
-  void show(std::shared_ptr<const Menu> menu);
+  void show(const Menu* menu);
   void exportOn(sd_bus* bus);
   /// Forgets the connection, which is closed.
   void withdraw() { slot_.reset(); }

@@ -4,18 +4,30 @@
 
 #include "bus.h"
 #include "host_application.h"
+#include "host_menu.h"
 #include "icon_rendering.h"
 #include "status_notifier.h"
 
 namespace quill::freedesktop {
 
 std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
-  auto address = sessionBusAddress();
+  const auto address = sessionBusAddress();
   if (!address) return nullptr;
-  return StatusItem::make(length, mainQueue_, std::make_unique<StatusNotifier>(*this, mainQueue_, std::move(*address)));
+  symbolicIcons_.sweepOnce();
+  return StatusItem::make(length, mainQueue_,
+                          std::make_unique<StatusNotifier>(*this, mainQueue_, symbolicIcons_, *address));
 }
 
-void Desktop::prepare(Image& image) { image.setRendering(iconRenderingOf(image)); }
+void Desktop::prepare(Image& image) {
+  auto rendering = iconRenderingOf(image);
+  if (rendering == image.rendering()) return;
+  if (rendering->symbolic()) symbolicIcons_.add(rendering->symbolic());
+  image.setRendering(std::move(rendering));
+}
+
+std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) { return HostMenu::adopt(menu); }
+
+void Desktop::openUrl(const Url& url) { urlOpener_.open(url); }
 
 void Desktop::terminate() { terminateHost(); }
 

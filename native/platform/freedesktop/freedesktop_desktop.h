@@ -2,6 +2,8 @@
 
 #include "desktop.h"
 #include "glib_main_queue.h"
+#include "symbolic_icons.h"
+#include "url_opener.h"
 
 namespace quill::freedesktop {
 
@@ -14,10 +16,17 @@ class Desktop : public quill::Desktop {
   /// Null where the environment names no session bus; a bus that is not there yet is waited for.
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
   void prepare(Image& image) override;
+  std::shared_ptr<Menu> adoptMenu(const void* menu) override;
+  void openUrl(const Url& url) override;
   void terminate() override;
+
+  /// Removes the files made for panels; the process ends.
+  void removeFiles() { symbolicIcons_.close(); }
 
  private:
   GlibMainQueue mainQueue_;
+  SymbolicIcons symbolicIcons_;
+  UrlOpener urlOpener_;
 };
 
 }  // namespace quill::freedesktop

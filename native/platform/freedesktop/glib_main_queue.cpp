@@ -71,7 +71,13 @@ bool GlibMainQueue::isCurrent() const {
   if (g_main_context_acquire(context) == FALSE) return false;  // another thread runs it
   g_main_context_release(context);
   const auto last = dispatches_->lastThread();
-  return last == std::thread::id() ? gettid() == getpid() : last == std::this_thread::get_id();
+  return last == 0 ? gettid() == getpid() : last == Dispatches::threadNumber();
+}
+
+std::uint64_t GlibMainQueue::Dispatches::threadNumber() {
+  static std::atomic<std::uint64_t> latest{0};
+  thread_local const std::uint64_t number = ++latest;
+  return number;
 }
 
 void GlibMainQueue::post(std::function<void()> work) {

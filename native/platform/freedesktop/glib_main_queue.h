@@ -1,7 +1,7 @@
 #pragma once
 
 #include <atomic>
-#include <thread>
+#include <cstdint>
 
 #include "glib_handles.h"
 #include "main_queue.h"
@@ -18,11 +18,15 @@ class GlibMainQueue : public MainQueue {
   /// Where each of our sources leaves word of the thread that dispatches it: that is the main thread.
   class Dispatches {
    public:
-    void note() { lastThread_.store(std::this_thread::get_id(), std::memory_order_relaxed); }
-    std::thread::id lastThread() const { return lastThread_.load(std::memory_order_relaxed); }
+    void note() { lastThread_.store(threadNumber(), std::memory_order_relaxed); }
+    /// 0: no thread yet.
+    std::uint64_t lastThread() const { return lastThread_.load(std::memory_order_relaxed); }
+    /// The calling thread's number, from 1 on. Unlike the system's own, it is not given to another
+    /// thread later, and is the same after a fork.
+    static std::uint64_t threadNumber();
 
    private:
-    std::atomic<std::thread::id> lastThread_{};  // no thread yet
+    std::atomic<std::uint64_t> lastThread_{0};
   };
   const std::shared_ptr<Dispatches>& dispatches() { return dispatches_; }
 

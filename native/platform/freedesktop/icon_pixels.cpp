@@ -11,11 +11,14 @@ namespace {
 
 constexpr int kSmallSide = 22;
 constexpr int kLargeSide = 44;
-/// In pixels of 22: what is left of 1 after a panel scaled it down to 16 is too thin to be seen.
-constexpr int kOutlineWidth = 2;
+/// In pixels of 22, its soft rim included. With less, no pixel keeps the outline's pure tone after a
+/// panel has scaled 22 to 16.
+constexpr double kOutlineWidth = 2.5;
+/// What is kept free for it, in pixels of 22; where a shape needs all the room, only the rim is cut.
+constexpr int kMargin = 2;
 /// The area, in squares of the outline's width, of the smallest opening that shows the bar: the hole
 /// of a cogwheel is closed, the glass of a magnifier stays open.
-constexpr int kLeastOpening = 5;
+constexpr double kLeastOpening = 2.25;
 /// Coverage below this part of the strongest does not count as touching the margin.
 constexpr int kFaintest = 16;
 
@@ -56,9 +59,11 @@ class LineFilter {
  private:
   /// The exact average over the source from `from` to `to`.
   void addAreas(double from, double to, double scale) {
-    source_.back() = static_cast<std::size_t>(from);
-    for (double x = std::floor(from); x < to; x += 1.0) {
-      weights_.push_back(static_cast<float>((std::min(x + 1.0, to) - std::max(x, from)) * scale));
+    const auto first = static_cast<std::size_t>(from);
+    source_.back() = first;
+    for (std::size_t x = first; static_cast<double>(x) < to; ++x) {
+      const auto left = static_cast<double>(x);
+      weights_.push_back(static_cast<float>((std::min(left + 1.0, to) - std::max(left, from)) * scale));
     }
   }
 
@@ -108,7 +113,7 @@ std::vector<float> resample(const Pixels& source, int side, double scale, ReadRo
   return result;
 }
 
-std::uint8_t toByte(float value) { return static_cast<std::uint8_t>(std::clamp(value, 0.0F, 255.0F) + 0.5F); }
+std::uint8_t toByte(float value) { return static_cast<std::uint8_t>(std::clamp(value + 0.5F, 0.0F, 255.0F)); }
 
 /// How far the shape reaches from the centre, in source pixels, towards the side it comes closest to.
 double reach(const Pixels& source) {
@@ -136,10 +141,11 @@ double reach(const Pixels& source) {
 }
 
 /// Each pixel's strongest neighbour within `radius`, with a soft rim of one pixel.
-Bytes grow(const Bytes& coverage, int side, int radius) {
+Bytes grow(const Bytes& coverage, int side, double radius) {
   // With clear pixels all around, a move is one shift of a flat array.
   const auto n = static_cast<std::size_t>(side);
-  const auto padding = static_cast<std::size_t>(radius) + 1;
+  const int reached = static_cast<int>(std::ceil(radius));
+  const auto padding = static_cast<std::size_t>(reached) + 1;
   const auto stride = n + 2 * padding;
   Bytes padded(stride * stride);
   for (std::size_t y = 0; y < n; ++y) std::copy_n(&coverage[y * n], n, &padded[(y + padding) * stride + padding]);
@@ -154,21 +160,21 @@ Bytes grow(const Bytes& coverage, int side, int radius) {
 
   // A disc is a stack of lines: lines of each half-width are made once, then moved up and down.
   std::vector<Bytes> lines{padded};
-  for (int i = 1; i <= radius; ++i) {
+  for (int i = 1; i <= reached; ++i) {
     lines.push_back(lines.back());
     raise(lines.back(), padded, i, 255);
     raise(lines.back(), padded, -i, 255);
   }
   Bytes grown(padded.size());
-  for (int dy = -radius; dy <= radius; ++dy) {
+  for (int dy = -reached; dy <= reached; ++dy) {
     const auto row = dy * static_cast<std::ptrdiff_t>(stride);
-    const int full = static_cast<int>(std::sqrt(radius * radius - dy * dy));
-    raise(grown, lines[static_cast<std::size_t>(full)], row, 255);
-    for (int dx = full + 1; dx <= radius; ++dx) {
-      const auto limit = toByte(static_cast<float>(255.0 * (radius + 1 - std::hypot(dx, dy))));
-      if (limit == 0) break;
-      raise(grown, padded, row + dx, limit);
-      raise(grown, padded, row - dx, limit);
+    const auto limit = [&](int dx) { return toByte(static_cast<float>(255.0 * (radius + 1.0 - std::hypot(dx, dy)))); };
+    int dx = 0;
+    while (limit(dx + 1) == 255) ++dx;
+    if (limit(dx) == 255) raise(grown, lines[static_cast<std::size_t>(dx++)], row, 255);
+    for (; limit(dx) > 0; ++dx) {
+      raise(grown, padded, row + dx, limit(dx));
+      raise(grown, padded, row - dx, limit(dx));
     }
   }
 
@@ -179,7 +185,7 @@ Bytes grow(const Bytes& coverage, int side, int radius) {
 
 /// Fills the enclosed openings that an outline of `width` left only a speck or a sliver of. A counter
 /// in the outline's tone reads well against the fill; a speck of the bar's colour in it does not.
-void closeSmallOpenings(Bytes& outline, int side, int width) {
+void closeSmallOpenings(Bytes& outline, int side, double width) {
   const auto n = static_cast<std::size_t>(side);
   const auto leastArea = static_cast<std::size_t>(kLeastOpening * width * width * 255);
   std::vector<bool> seen(outline.size());
@@ -210,8 +216,8 @@ void closeSmallOpenings(Bytes& outline, int side, int width) {
 }
 
 IconPixels paintTemplate(const Pixels& source, int side, Tone fill) {
-  const int outline = kOutlineWidth * side / kSmallSide;
-  const auto shape = shapeCoverage(source, side, outline);
+  const double outline = kOutlineWidth * side / kSmallSide;
+  const auto shape = shapeCoverage(source, side, kMargin * side / kSmallSide);
   auto under = grow(shape, side, outline);
   closeSmallOpenings(under, side, outline);
 
@@ -236,7 +242,7 @@ IconPixels paintPlain(const Pixels& source, int side) {
     return resample(source, side, scale, [&](std::size_t y, std::vector<float>& row) {
       const auto* from = source.rgba.data() + y * width * 4;
       for (auto& value : row) {
-        value = channel == 3 ? from[3] : static_cast<float>(from[channel] * from[3]);
+        value = static_cast<float>(channel == 3 ? from[3] : from[channel] * from[3]);
         from += 4;
       }
     });

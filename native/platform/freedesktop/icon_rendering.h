@@ -5,6 +5,7 @@
 
 #include "icon_pixels.h"
 #include "image.h"
+#include "symbolic_icons.h"
 
 namespace quill::freedesktop {
 
@@ -15,10 +16,12 @@ class IconRendering : public ImageRendering {
 
   /// From the smallest to the largest.
   const std::vector<IconPixels>& sizes() const { return sizes_; }
-  bool isOfTemplate() const { return isOfTemplate_; }
+  bool isOfTemplate() const { return symbolic_ != nullptr; }
+  /// A template's other form; null for other images.
+  const std::shared_ptr<SymbolicIcon>& symbolic() const { return symbolic_; }
 
  private:
-  bool isOfTemplate_;
+  std::shared_ptr<SymbolicIcon> symbolic_;
   std::vector<IconPixels> sizes_;
 };
 

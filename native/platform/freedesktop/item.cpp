@@ -55,7 +55,7 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_PROPERTY("Title", "s", get<&Item::name_>, 0, 0),
     SD_BUS_PROPERTY("Status", "s", get<&Item::appendStatus>, 0, 0),
     SD_BUS_PROPERTY("WindowId", "i", get<appendWindowId>, 0, 0),
-    SD_BUS_PROPERTY("IconName", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("IconName", "s", get<&Item::appendIconName>, 0, 0),
     SD_BUS_PROPERTY("IconPixmap", "a(iiay)", get<&Item::appendIcon>, 0, 0),
     SD_BUS_PROPERTY("IconAccessibleDesc", "s", get<&Item::name_>, 0, 0),
     SD_BUS_PROPERTY("OverlayIconName", "s", get<appendEmpty>, 0, 0),
@@ -65,7 +65,7 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_PROPERTY("AttentionMovieName", "s", get<appendEmpty>, 0, 0),
     SD_BUS_PROPERTY("AttentionAccessibleDesc", "s", get<appendEmpty>, 0, 0),
     SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", get<&Item::appendToolTip>, 0, 0),
-    SD_BUS_PROPERTY("IconThemePath", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("IconThemePath", "s", get<&Item::appendIconThemePath>, 0, 0),
     SD_BUS_PROPERTY("Menu", "o", get<appendMenuPath>, 0, 0),
     SD_BUS_PROPERTY("ItemIsMenu", "b", get<appendItemIsMenu>, 0, 0),
     SD_BUS_SIGNAL("NewTitle", "", 0),
@@ -92,7 +92,7 @@ void Item::show(const StatusItem& item) {
     signal("NewTitle");
     signal("NewToolTip");
   }
-  const auto button = item.button();
+  const auto& button = item.button();
   if (const bool isActive = item.isVisible() && button && !button->isHidden(); isActive != isActive_) {
     isActive_ = isActive;
     if (sd_bus* bus = bus_.forSignals()) {
@@ -105,7 +105,25 @@ void Item::show(const StatusItem& item) {
   auto icon = image ? iconRenderingOf(*image) : nullptr;
   if (icon == icon_) return;
   icon_ = std::move(icon);
+  writeSymbolicIcon();
   signal("NewIcon");
+}
+
+void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
+  if (folder == symbolicIcons_) return;
+  symbolicIcons_ = std::move(folder);
+  writeSymbolicIcon();
+  // For those who have read the item already: panels that were there before their watcher.
+  if (sd_bus* bus = bus_.forSignals()) {
+    sd_bus_emit_signal(bus, kPath, kInterface, "NewIconThemePath", "s",
+                       symbolicIcons_ ? symbolicIcons_->path().c_str() : "");
+  }
+  signal("NewIcon");
+}
+
+/// An image that was prepared is there already.
+void Item::writeSymbolicIcon() const {
+  if (symbolicIcons_ && icon_ && icon_->symbolic()) icon_->symbolic()->writeTo(symbolicIcons_);
 }
 
 void Item::signal(const char* member) {
@@ -126,6 +144,15 @@ int Item::provideXdgActivationToken(sd_bus_message* call) {
 }
 
 void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
+
+void Item::appendIconName(MessageWriter& to) const {
+  const bool isSymbolic = symbolicIcons_ && icon_ && icon_->symbolic();
+  to.append(isSymbolic ? icon_->symbolic()->nameIn(symbolicIcons_) : std::string());
+}
+
+void Item::appendIconThemePath(MessageWriter& to) const {
+  to.append(symbolicIcons_ ? symbolicIcons_->path() : std::string());
+}
 
 void Item::appendIcon(MessageWriter& to) const {
   to.container('a', "(iiay)", [&] {

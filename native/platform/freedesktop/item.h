@@ -4,9 +4,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "application.h"
 #include "bus.h"
+#include "icon_folder.h"
 #include "icon_rendering.h"
 #include "status_item.h"
 
@@ -29,8 +31,11 @@ class Item {
   void exportOn(sd_bus* bus);
   /// Forgets the connection, which is closed.
   void withdraw() { slot_.reset(); }
-  /// What a panel gave last to raise a window with; empty before that.
-  const std::string& activationToken() const { return activationToken_; }
+  /// Where a panel that recolours symbolic icons finds those of templates; null for other panels,
+  /// many of which show a broken image for a name that they cannot draw.
+  void offerSymbolicIcons(std::shared_ptr<IconFolder> folder);
+  /// What a panel gave since the last call, to raise a window with; empty: nothing.
+  std::string takeActivationToken() { return std::exchange(activationToken_, {}); }
 
  private:
   static const sd_bus_vtable kVtable[];
@@ -46,12 +51,15 @@ class Item {
   }
 
   void appendStatus(MessageWriter& to) const;
+  void appendIconName(MessageWriter& to) const;
+  void appendIconThemePath(MessageWriter& to) const;
   void appendIcon(MessageWriter& to) const;
   void appendToolTip(MessageWriter& to) const;
   /// A vtable's getter for a function, a member function or a member.
   template <auto append>
   static int get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*);
 
+  void writeSymbolicIcon() const;
   void signal(const char* member);
 
   Bus& bus_;
@@ -61,6 +69,7 @@ class Item {
   bool isActive_ = false;
   std::optional<Image> image_;                 // the one that icon_ shows
   std::shared_ptr<const IconRendering> icon_;  // null: no icon
+  std::shared_ptr<IconFolder> symbolicIcons_;
   std::string activationToken_;
   SlotHandle slot_;
 };

@@ -15,16 +15,18 @@ constexpr int kDeepestEntry = 16;
 constexpr std::size_t kMostEntries = 1'000'000;
 
 constexpr std::array<std::string_view, kEntryProperties> kNames = {
-    "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display"};
+    "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display", "icon-name"};
 constexpr std::int32_t kNoToggleState = -1;
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 /// A title shown literally: the protocol takes an underscore for a mnemonic unless it is doubled,
 /// and has no U+0000.
-std::string labelFor(std::string_view title) {
+std::string labelFor(std::string_view title, std::optional<std::size_t> mnemonic) {
   std::string label;
-  label.reserve(title.size());
-  for (const char c : title) {
+  label.reserve(title.size() + 1);
+  for (std::size_t at = 0; at < title.size(); ++at) {
+    const char c = title[at];
+    if (at == mnemonic) label += '_';
     if (c == '_') {
       label += "__";
     } else if (c == '\0') {
@@ -99,13 +101,16 @@ bool isSameEntry(const MenuEntry& entry, const Place& place) {
 bool showsChoosable(const MenuItem& item) { return item.isSeparator || item.isChoosable(); }
 
 bool looksLike(const MenuEntry& entry, const MenuItem& item) {
-  return entry.title == item.title && entry.isChoosable == showsChoosable(item) &&
-         entry.keyEquivalent == item.keyEquivalent && entry.modifiers == item.keyEquivalentModifierMask &&
-         entry.toggleType == item.toggleType && entry.on == item.on;
+  return entry.title == item.title && entry.mnemonic == item.mnemonic && entry.iconName == item.iconName &&
+         entry.isChoosable == showsChoosable(item) && entry.keyEquivalent == item.keyEquivalent &&
+         entry.modifiers == item.keyEquivalentModifierMask && entry.toggleType == item.toggleType &&
+         entry.on == item.on;
 }
 
 void take(MenuEntry& entry, const MenuItem& item) {
   entry.title = item.title;
+  entry.mnemonic = item.mnemonic;
+  entry.iconName = item.iconName;
   entry.isChoosable = showsChoosable(item);
   entry.keyEquivalent = item.keyEquivalent;
   entry.modifiers = item.keyEquivalentModifierMask;
@@ -137,6 +142,7 @@ EntryValue defaultOf(EntryProperty property) {
     case EntryProperty::label:
     case EntryProperty::toggleType:
     case EntryProperty::childrenDisplay:
+    case EntryProperty::iconName:
       return std::string();
   }
   return std::string();
@@ -149,7 +155,7 @@ std::optional<EntryValue> MenuEntry::value(EntryProperty property) const {
     case EntryProperty::type:
       return isSeparator ? Value(std::string("separator")) : std::nullopt;
     case EntryProperty::label:
-      return isRoot || isSeparator ? std::nullopt : Value(labelFor(title));
+      return isRoot || isSeparator ? std::nullopt : Value(labelFor(title, mnemonic));
     case EntryProperty::enabled:
       return isChoosable ? std::nullopt : Value(false);
     case EntryProperty::visible:
@@ -166,13 +172,14 @@ std::optional<EntryValue> MenuEntry::value(EntryProperty property) const {
       return toggleType == ToggleType::none ? std::nullopt : Value(std::int32_t{on ? 1 : 0});
     case EntryProperty::childrenDisplay:
       return isRoot || hasSubmenu ? Value(std::string("submenu")) : std::nullopt;
+    case EntryProperty::iconName:
+      return iconName.empty() ? std::nullopt : Value(iconName);
   }
   return std::nullopt;
 }
 
-MenuLayout::MenuLayout(std::shared_ptr<const Menu> menu, std::int32_t firstId)
-    : menu_(std::move(menu)), firstId_(firstId) {
-  const auto places = placesOf(menu_.get());
+MenuLayout::MenuLayout(const Menu* menu, std::int32_t firstId) : firstId_(firstId) {
+  const auto places = placesOf(menu);
   entries_.resize(places.size() + 1);
   std::vector<std::size_t> open = {0};  // the entries that the next one may lie below
   const auto closeFrom = [&](int depth, std::size_t end) {
@@ -201,8 +208,8 @@ std::optional<std::size_t> MenuLayout::indexOf(std::int32_t id) const {
   return static_cast<std::size_t>(id - firstId_) + 1;
 }
 
-std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(std::shared_ptr<const Menu> menu) {
-  const auto places = placesOf(menu.get());
+std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Menu* menu) {
+  const auto places = placesOf(menu);
   if (!std::equal(entries_.begin() + 1, entries_.end(), places.begin(), places.end(), isSameEntry)) {
     return std::nullopt;
   }
@@ -223,16 +230,15 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(std::shared_
     });
     if (!change.updated.empty() || !change.removed.empty()) changes.push_back(change);
   }
-  menu_ = std::move(menu);
   return changes;
 }
 
-MenuHistory::Update MenuHistory::show(std::shared_ptr<const Menu> menu) {
+MenuHistory::Update MenuHistory::show(const Menu* menu) {
   if (auto changes = current_.takeOver(menu)) return {std::move(*changes), false};
   auto firstId = current_.nextId();
   // Ids start over before they run out; those of the menus on show are 2^31 newer by then.
   if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(kMostEntries)) firstId = 1;
-  auto before = std::exchange(current_, MenuLayout(std::move(menu), static_cast<std::int32_t>(firstId)));
+  auto before = std::exchange(current_, MenuLayout(menu, static_cast<std::int32_t>(firstId)));
   if (std::exchange(isRead_, false)) readBefore_ = std::move(before);
   ++revision_;
   return {{}, true};

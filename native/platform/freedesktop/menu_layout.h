@@ -23,8 +23,9 @@ enum class EntryProperty : unsigned {
   toggleType,
   toggleState,
   childrenDisplay,
+  iconName,
 };
-constexpr unsigned kEntryProperties = 8;
+constexpr unsigned kEntryProperties = 9;
 
 /// The property's name in the protocol.
 std::string_view nameOf(EntryProperty property);
@@ -78,6 +79,8 @@ struct MenuEntry {
   ToggleType toggleType = ToggleType::none;
   ModifierFlags modifiers;
   std::string title;
+  std::optional<std::size_t> mnemonic;
+  std::string iconName;
   std::string keyEquivalent;
 
   /// Empty where the default holds.
@@ -90,8 +93,9 @@ class MenuLayout {
  public:
   static constexpr std::int32_t kRootId = 0;
 
-  /// `menu` may be null; `firstId` is the id of the first entry after the root.
-  MenuLayout(std::shared_ptr<const Menu> menu, std::int32_t firstId);
+  /// `menu` may be null; `firstId` is the id of the first entry after the root. The items are kept, but
+  /// not the menu: who replaces it decides when it goes.
+  MenuLayout(const Menu* menu, std::int32_t firstId);
 
   const std::vector<MenuEntry>& entries() const { return entries_; }
   std::int32_t idOf(std::size_t index) const {
@@ -103,16 +107,15 @@ class MenuLayout {
   std::int64_t nextId() const { return firstId_ + static_cast<std::int64_t>(entries_.size()) - 1; }
 
   struct Change {
-    std::int32_t id;
+    std::int32_t id = 0;
     EntryProperties updated;
     EntryProperties removed;  ///< back at their defaults
   };
   /// Takes over `menu` under the ids that are there, if it has the same entries in the same places;
   /// answers with what is told of them anew. Empty: it has other entries, and nothing was taken.
-  std::optional<std::vector<Change>> takeOver(std::shared_ptr<const Menu> menu);
+  std::optional<std::vector<Change>> takeOver(const Menu* menu);
 
  private:
-  std::shared_ptr<const Menu> menu_;
   std::int32_t firstId_;
   std::vector<MenuEntry> entries_;
 };
@@ -124,7 +127,7 @@ class MenuHistory {
     std::vector<MenuLayout::Change> changes;
     bool isNewLayout = false;
   };
-  Update show(std::shared_ptr<const Menu> menu);
+  Update show(const Menu* menu);
 
   const MenuLayout& current() const { return current_; }
   std::uint32_t revision() const { return revision_; }

@@ -4,10 +4,12 @@
 #include <string>
 
 #include "bus.h"
+#include "color_scheme.h"
 #include "dbusmenu.h"
 #include "desktop.h"
 #include "item.h"
 #include "status_item.h"
+#include "symbolic_icons.h"
 #include "watcher.h"
 
 namespace quill::freedesktop {
@@ -16,7 +18,8 @@ namespace quill::freedesktop {
 class StatusNotifier : public StatusItemPresenter {
  public:
   /// Connects at the first present(), so that nothing touches the bus outside of the main loop.
-  StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, std::string busAddress);
+  StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, SymbolicIcons& symbolicIcons,
+                 const std::string& busAddress);
 
   void present(const StatusItem& item) override;
   /// The panel has shown the announced menu by itself.
@@ -32,6 +35,7 @@ class StatusNotifier : public StatusItemPresenter {
   Item item_;
   DBusMenu menu_;
   Watcher watcher_;
+  ColorScheme colorScheme_;
 };
 
 }  // namespace quill::freedesktop

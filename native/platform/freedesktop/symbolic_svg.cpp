@@ -30,7 +30,7 @@ constexpr std::array kLayers = {Layer{32, ".25"}, Layer{96, ".3333"}, Layer{160,
 class Outliner {
  public:
   Outliner(const std::vector<std::uint8_t>& coverage, int side, int leastCoverage)
-      : coverage_(coverage), side_(side), least_(leastCoverage), walked_(static_cast<std::size_t>(side * side)) {}
+      : coverage_(coverage), side_(side), least_(leastCoverage), walked_(coverage.size()) {}
 
   /// Sub-paths around all areas and, the other way round, around their holes.
   std::string path() {
@@ -45,7 +45,9 @@ class Outliner {
   }
 
  private:
-  std::size_t index(int x, int y) const { return static_cast<std::size_t>(y * side_ + x); }
+  std::size_t index(int x, int y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(side_) + static_cast<std::size_t>(x);
+  }
   bool isSet(int x, int y) const {
     return x >= 0 && y >= 0 && x < side_ && y < side_ && coverage_[index(x, y)] >= least_;
   }

@@ -7,55 +7,44 @@ namespace {
 
 constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 constexpr auto kWatcherPath = "/StatusNotifierWatcher";
-constexpr auto kDriver = "org.freedesktop.DBus";
-constexpr auto kDriverPath = "/org/freedesktop/DBus";
-constexpr auto kOwnerMatch =
-    "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',interface='org.freedesktop.DBus',"
-    "member='NameOwnerChanged',arg0='org.kde.StatusNotifierWatcher'";
 
 constexpr std::chrono::milliseconds kFirstDelay{100};
 constexpr std::chrono::milliseconds kLongestDelay{10'000};
 /// The first attempt and seven more within 13 s.
 constexpr int kAttempts = 8;
 
+/// Names whose owner, where it is the watcher too, draws symbolic icons in the bar's own colour, also
+/// after its theme was switched: GNOME's shell, and Plasma's through its daemon. Xfce's panel is none
+/// of them: it recolours an icon when it loads it, and leaves it in that colour when the bar changes.
+constexpr std::array kRecolouring = {"org.gnome.Shell", "org.kde.kded5"};
+
 }  // namespace
 
-Watcher::Watcher(GlibMainQueue& queue, std::string path)
-    : path_(std::move(path)), backoff_(kFirstDelay, kLongestDelay), retry_(queue, [this] { registerItem(); }) {}
+Watcher::Watcher(GlibMainQueue& queue, std::string path, std::function<void(bool recolours)> found)
+    : path_(std::move(path)),
+      found_(std::move(found)),
+      owner_(kWatcher, [this] { ownerChanged(); }),
+      backoff_(kFirstDelay, kLongestDelay),
+      retry_(queue, [this] { registerItem(); }) {}
 
 void Watcher::follow(sd_bus* bus) {
   bus_ = bus;
-  // The match comes first, so that no change falls between the answer and the first signal. A failure
-  // to send either is the connection's, which is then lost and made anew.
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_add_match_async(bus, &slot, kOwnerMatch, onNameOwnerChanged, nullptr, this) >= 0) {
-    nameOwnerChanged_.reset(slot);
-  }
-  if (sd_bus_call_method_async(bus, &slot, kDriver, kDriverPath, kDriver, "GetNameOwner", onNameOwner, this, "s",
-                               kWatcher) >= 0) {
-    nameOwner_.reset(slot);
-  }
+  owner_.follow(bus);
 }
 
 void Watcher::leave() {
-  setOwner({});
-  nameOwnerChanged_.reset();
-  nameOwner_.reset();
+  owner_.leave();
   bus_ = nullptr;
 }
 
-int Watcher::onNameOwnerChanged(sd_bus_message* message, void* self, sd_bus_error*) {
-  const char* name = nullptr;
-  const char* before = nullptr;
-  const char* now = nullptr;
-  if (sd_bus_message_read(message, "sss", &name, &before, &now) > 0) static_cast<Watcher*>(self)->setOwner(now);
-  return 0;
-}
-
-int Watcher::onNameOwner(sd_bus_message* message, void* self, sd_bus_error*) {
-  const char* owner = nullptr;
-  if (sd_bus_message_is_method_error(message, nullptr) == 0 && sd_bus_message_read(message, "s", &owner) > 0) {
-    static_cast<Watcher*>(self)->setOwner(owner);
+int Watcher::onPanelOwner(sd_bus_message* message, void* self, sd_bus_error*) {
+  auto& watcher = *static_cast<Watcher*>(self);
+  if (const char* owner = nameOwnerIn(message); owner != nullptr && owner == watcher.owner_.get()) {
+    watcher.recolours_ = true;
+  }
+  if (--watcher.unanswered_ == 0) {
+    watcher.found_(watcher.recolours_);
+    watcher.registerItem();
   }
   return 0;
 }
@@ -66,14 +55,19 @@ int Watcher::onRegistered(sd_bus_message* message, void* self, sd_bus_error*) {
   return 0;
 }
 
-void Watcher::setOwner(std::string owner) {
-  if (owner == owner_) return;
-  owner_ = std::move(owner);
+void Watcher::ownerChanged() {
   registration_.reset();
   retry_.cancel();
   backoff_.reset();
   attempts_ = 0;
-  if (!owner_.empty()) registerItem();
+  recolours_ = false;
+  for (auto& call : panelOwners_) call.reset();
+  if (owner_.get().empty()) return;
+  static_assert(kRecolouring.size() == kRecolouringPanels);
+  unanswered_ = kRecolouring.size();
+  for (std::size_t i = 0; i < kRecolouring.size(); ++i) {
+    panelOwners_[i] = askNameOwner(bus_, kRecolouring[i], onPanelOwner, this);
+  }
 }
 
 void Watcher::registerItem() {

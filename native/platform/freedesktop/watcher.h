@@ -1,9 +1,13 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <functional>
 #include <string>
 
 #include "backoff.h"
 #include "glib_main_queue.h"
+#include "name_owner.h"
 #include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
@@ -12,34 +16,36 @@ namespace quill::freedesktop {
 /// gains an owner, and a few times more while that owner answers with an error. Main thread.
 class Watcher {
  public:
-  /// `path` is that of the object to announce.
-  Watcher(GlibMainQueue& queue, std::string path);
+  /// `path` is that of the object to announce. `found` is called before it is announced to another
+  /// watcher, and told whether that one's panel is known to recolour symbolic icons.
+  Watcher(GlibMainQueue& queue, std::string path, std::function<void(bool recolours)> found);
   Watcher(const Watcher&) = delete;
   Watcher& operator=(const Watcher&) = delete;
 
   void follow(sd_bus* bus);
   /// Forgets the connection, which is closed.
   void leave();
-  /// The unique name of the watcher; empty while there is none.
-  const std::string& owner() const { return owner_; }
 
  private:
-  static int onNameOwnerChanged(sd_bus_message* message, void* self, sd_bus_error* error);
-  static int onNameOwner(sd_bus_message* message, void* self, sd_bus_error* error);
+  static constexpr std::size_t kRecolouringPanels = 2;
+
+  static int onPanelOwner(sd_bus_message* message, void* self, sd_bus_error* error);
   static int onRegistered(sd_bus_message* message, void* self, sd_bus_error* error);
 
-  void setOwner(std::string owner);
+  void ownerChanged();
   void registerItem();
   void retryLater();
 
   std::string path_;
+  std::function<void(bool)> found_;
   sd_bus* bus_ = nullptr;  // not owned
-  std::string owner_;
+  NameOwner owner_;
+  std::array<SlotHandle, kRecolouringPanels> panelOwners_;
+  std::size_t unanswered_ = 0;
+  bool recolours_ = false;
   Backoff backoff_;
   int attempts_ = 0;
   DueCall retry_;
-  SlotHandle nameOwnerChanged_;
-  SlotHandle nameOwner_;
   SlotHandle registration_;
 };
 

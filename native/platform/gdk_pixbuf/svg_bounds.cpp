@@ -9,7 +9,7 @@
 namespace quill {
 namespace {
 
-constexpr std::size_t kMostBytes = 32 * 1024;
+constexpr std::size_t kMostBytes = 32'768;
 /// Style rules are matched against every element.
 constexpr std::size_t kMostStyleBytes = 1024;
 /// Bytes of text after all copies have been written out.

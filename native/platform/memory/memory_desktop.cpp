@@ -63,6 +63,11 @@ std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
   return item;
 }
 
+std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) {
+  const auto known = hostMenus.find(menu);
+  return known == hostMenus.end() ? nullptr : known->second;
+}
+
 void Desktop::prepare(Image& image) {
   ++prepared;
   image.setRendering(std::make_shared<const ImageRendering>());

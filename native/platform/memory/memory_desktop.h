@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,10 @@ class Desktop : public quill::Desktop {
   int statusItemsInBar = 0;
   int prepared = 0;
   int terminations = 0;
+  std::vector<std::string> urlsOpened;
+
+  /// The menu objects of a host: what adoptMenu takes as their addresses is the key.
+  std::map<const void*, std::shared_ptr<Menu>> hostMenus;
 
   // The user. A click that no item can take does nothing.
   void click() { mouseUp(EventType::leftMouseUp); }
@@ -51,6 +56,8 @@ class Desktop : public quill::Desktop {
   MainQueue& mainQueue() override { return mainQueue_; }
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
   void prepare(Image& image) override;
+  std::shared_ptr<Menu> adoptMenu(const void* menu) override;
+  void openUrl(const Url& url) override { urlsOpened.push_back(url.text); }
   void terminate() override { ++terminations; }
 
  private:

@@ -43,7 +43,7 @@ std::string Surroundings::homeVariable() {
 }
 
 std::shared_ptr<SerialQueue> Surroundings::makeSerialQueue(std::string label) {
-  return std::make_shared<WorkerQueue>(std::move(label));
+  return std::make_shared<WorkerQueue>(std::move(label), Priority::utility);
 }
 
 std::optional<std::filesystem::path> Surroundings::userDirectory(const std::string& home) {

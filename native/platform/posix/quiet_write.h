@@ -33,8 +33,8 @@ class WriteSignalsHeld {
   void drop();
 
  private:
-  sigset_t ours_;
-  sigset_t before_;
+  sigset_t ours_{};
+  sigset_t before_{};
 };
 
 /// write(2) that raises no signal where the other end of a pipe or socket is gone.

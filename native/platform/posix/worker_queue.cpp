@@ -19,6 +19,7 @@
 
 #include "immortal.h"
 #include "quiet_write.h"
+#include "surroundings.h"
 
 namespace quill::posix {
 
@@ -51,8 +52,11 @@ class SignalsBlocked {
   sigset_t before_{};
 };
 
-void becomeUtilityThread(const std::string& label) {
+void nameThread(const std::string& label) {
   pthread_setname_np(pthread_self(), label.substr(0, kThreadNameLength).c_str());
+}
+
+void becomeUtilityThread() {
   const sched_param ordinary{};
   pthread_setschedparam(pthread_self(), SCHED_OTHER, &ordinary);  // not a host's real-time thread's
   const auto thread = static_cast<id_t>(gettid());
@@ -64,7 +68,7 @@ void becomeUtilityThread(const std::string& label) {
 // A queue's jobs and its thread, which share the ownership.
 class WorkerQueue::Work : public std::enable_shared_from_this<Work> {
  public:
-  explicit Work(std::string label) : label_(std::move(label)) {}
+  Work(std::string label, Priority priority) : label_(std::move(label)), priority_(priority) {}
 
   void add(Job job) {
     std::unique_lock lock(mutex_);
@@ -128,7 +132,8 @@ class WorkerQueue::Work : public std::enable_shared_from_this<Work> {
   }
 
   void run() {
-    becomeUtilityThread(label_);
+    nameThread(label_);
+    if (priority_ == Priority::utility) becomeUtilityThread();
     std::unique_lock lock(mutex_);
     while (!waiting_.empty() || !isClosed_) {
       if (waiting_.empty()) {
@@ -144,6 +149,7 @@ class WorkerQueue::Work : public std::enable_shared_from_this<Work> {
   }
 
   const std::string label_;
+  const Priority priority_;
   std::mutex mutex_;  // guards what follows, up to running_
   std::condition_variable wake_;
   std::deque<Job> waiting_;
@@ -180,12 +186,8 @@ class LivingQueues {
     for (const auto& work : works) work->drain(deadline);
   }
 
- private:
-  LivingQueues() {
-    pthread_atfork([] { get().beforeFork(); }, [] { get().afterForkInParent(); }, [] { get().afterForkInChild(); });
-  }
-
   void beforeFork() {
+    Surroundings::creation.lock();
     mutex_.lock();
     for (const auto* queue : queues_) queue->work_->mutex().lock();
   }
@@ -193,23 +195,34 @@ class LivingQueues {
   void afterForkInParent() {
     for (const auto* queue : queues_) queue->work_->mutex().unlock();
     mutex_.unlock();
+    Surroundings::creation.unlock();
   }
 
   // What the parent's worker was busy with may be in any state: it is set aside, untouched.
   void afterForkInChild() {
     exitDeadline = 0;
     for (auto* queue : queues_) {
-      setAside_.push_back(std::exchange(queue->work_, std::make_shared<WorkerQueue::Work>(queue->label_)));
+      setAside_.push_back(
+          std::exchange(queue->work_, std::make_shared<WorkerQueue::Work>(queue->label_, queue->priority_)));
     }
     mutex_.unlock();
+    Surroundings::creation.unlock();
   }
 
+ private:
   std::mutex mutex_;
   std::vector<WorkerQueue*> queues_;
   std::vector<std::shared_ptr<WorkerQueue::Work>> setAside_;
 };
 
 namespace {
+
+// When the library is loaded: later, a fork could come between.
+[[gnu::constructor]] void watchForks() {
+  LivingQueues::get();
+  pthread_atfork([] { LivingQueues::get().beforeFork(); }, [] { LivingQueues::get().afterForkInParent(); },
+                 [] { LivingQueues::get().afterForkInChild(); });
+}
 
 // Runs after the host's exit handlers and static destructors, which may still log.
 [[gnu::destructor]] void drainAtExit() {
@@ -220,7 +233,8 @@ namespace {
 
 }  // namespace
 
-WorkerQueue::WorkerQueue(std::string label) : label_(std::move(label)), work_(std::make_shared<Work>(label_)) {
+WorkerQueue::WorkerQueue(std::string label, Priority priority)
+    : label_(std::move(label)), priority_(priority), work_(std::make_shared<Work>(label_, priority)) {
   LivingQueues::get().add(*this);
 }
 

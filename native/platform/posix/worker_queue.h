@@ -8,8 +8,10 @@
 
 namespace quill::posix {
 
-/// A serial queue with one thread, at lowered priority, made for the first job and asleep while
-/// there is none.
+/// Utility: below the host's threads, for work that nobody waits for.
+enum class Priority { utility, ordinary };
+
+/// A serial queue with one thread, made for the first job and asleep while there is none.
 ///
 /// When the process exits in an orderly way, the jobs that wait are done first, for two seconds at
 /// most in all; one submitted later on the way out is waited for within the same two seconds. A
@@ -19,7 +21,7 @@ namespace quill::posix {
 class WorkerQueue final : public SerialQueue {
  public:
   /// `label` names the thread, as far as the system has room for it.
-  explicit WorkerQueue(std::string label);
+  WorkerQueue(std::string label, Priority priority);
   WorkerQueue(const WorkerQueue&) = delete;
   WorkerQueue& operator=(const WorkerQueue&) = delete;
   /// The jobs that wait are still done. Any thread, also the queue's own.
@@ -32,6 +34,7 @@ class WorkerQueue final : public SerialQueue {
   class Work;
 
   const std::string label_;
+  const Priority priority_;
   std::shared_ptr<Work> work_;  // replaced only in a forked child, while it has one thread
 };
 

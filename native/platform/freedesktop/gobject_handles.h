@@ -1,0 +1,45 @@
+#pragma once
+
+#include <gio/gio.h>
+
+#include <memory>
+#include <utility>
+
+namespace quill::freedesktop {
+
+struct ObjectUnref {
+  void operator()(gpointer object) const { g_object_unref(object); }
+};
+/// A reference of our own.
+template <typename Object>
+using ObjectPointer = std::unique_ptr<Object, ObjectUnref>;
+
+template <typename Object>
+ObjectPointer<Object> holdObject(Object* object) {
+  return ObjectPointer<Object>(static_cast<Object*>(g_object_ref(object)));
+}
+
+struct VariantUnref {
+  void operator()(GVariant* variant) const { g_variant_unref(variant); }
+};
+using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
+
+/// A signal handler that goes with the object; holds a reference to the sender.
+class SignalConnection {
+ public:
+  SignalConnection(gpointer sender, const char* signal, GCallback handler, gpointer data)
+      : sender_(holdObject(static_cast<GObject*>(sender))),
+        id_(g_signal_connect_swapped(sender, signal, handler, data)) {}
+  SignalConnection(SignalConnection&& other) noexcept
+      : sender_(std::move(other.sender_)), id_(std::exchange(other.id_, 0)) {}
+  SignalConnection& operator=(SignalConnection&&) = delete;
+  ~SignalConnection() {
+    if (sender_) g_signal_handler_disconnect(sender_.get(), id_);
+  }
+
+ private:
+  ObjectPointer<GObject> sender_;
+  gulong id_;
+};
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,226 @@
+#include "host_menu.h"
+
+#include <set>
+#include <string_view>
+
+#include "accelerator.h"
+#include "description.h"
+#include "glib_handles.h"
+
+namespace quill::freedesktop {
+namespace {
+
+constexpr Selector kActivate = "activate:";
+/// Where models hold each other, what lies deeper, or comes later, is left out.
+constexpr int kDeepestLink = 32;
+constexpr int kMostItems = 100'000;
+/// What ends the name in a detailed action name, "name::target" or "name(target)".
+constexpr std::string_view kNameEnds = " :()";
+/// Where a host finds it: quill_tray_manager.h, QUILL_TRAY_MANAGER_ACTION_GROUP_KEY.
+constexpr std::string_view kActionGroupKey = "quill-tray-manager-action-group-";
+
+std::string stringAttribute(GMenuModel* model, int index, const char* attribute) {
+  const VariantPointer value(g_menu_model_get_item_attribute_value(model, index, attribute, G_VARIANT_TYPE_STRING));
+  return value ? g_variant_get_string(value.get(), nullptr) : std::string();
+}
+
+/// Takes the mark of the access key out of a label: "_" before its character, while "__" is one "_".
+void setLabel(MenuItem& item, std::string_view label) {
+  for (std::size_t at = 0; at < label.size(); ++at) {
+    if (label[at] == '_' && at + 1 < label.size()) {
+      ++at;
+      if (label[at] != '_' && !item.mnemonic) item.mnemonic = item.title.size();
+    }
+    item.title += label[at];
+  }
+}
+
+void setIcon(MenuItem& item, GMenuModel* model, int index) {
+  const VariantPointer value(g_menu_model_get_item_attribute_value(model, index, G_MENU_ATTRIBUTE_ICON, nullptr));
+  if (!value) return;
+  const ObjectPointer<GIcon> icon(g_icon_deserialize(value.get()));
+  if (!icon || !G_IS_THEMED_ICON(icon.get())) return;
+  const char* const* names = g_themed_icon_get_names(G_THEMED_ICON(icon.get()));
+  if (names != nullptr && *names != nullptr) item.iconName = *names;
+}
+
+/// A detailed action name, as g_action_parse_detailed_name reads it. GLib's own printer takes fewer
+/// names than its parser: none with an underscore, which hosts use all the same.
+std::string detailedName(const std::string& action, GVariant* target) {
+  return target == nullptr ? action : action + "(" + GCharPointer(g_variant_print(target, TRUE)).get() + ")";
+}
+
+struct ActionState {
+  bool isThere = false;
+  bool isUsable = false;  ///< enabled, and takes the target that it would get
+  VariantPointer state{};
+};
+
+/// An application takes no questions about its actions before it is registered.
+bool isUnregistered(GActionGroup* group) {
+  return G_IS_APPLICATION(group) && g_application_get_is_registered(G_APPLICATION(group)) == FALSE;
+}
+
+ActionState query(GActionGroup* group, const std::string& name, GVariant* target) {
+  gboolean enabled = FALSE;
+  const GVariantType* parameter = nullptr;
+  GVariant* state = nullptr;
+  if (group == nullptr || isUnregistered(group) ||
+      g_action_group_query_action(group, name.c_str(), &enabled, &parameter, nullptr, nullptr, &state) == FALSE) {
+    return {};
+  }
+  const bool fits = target == nullptr ? parameter == nullptr
+                                      : parameter != nullptr && g_variant_is_of_type(target, parameter) != FALSE;
+  return {true, enabled != FALSE && fits, VariantPointer(state)};
+}
+
+}  // namespace
+
+/// Walks the model once.
+class HostMenu::Builder {
+ public:
+  explicit Builder(const HostMenu& menu)
+      : menu_(menu), self_(const_cast<HostMenu*>(&menu)), target_(self_->weak_from_this()) {}
+
+  void build() { addTo(menu_.built_, menu_.model_.get(), 0); }
+
+ private:
+  void addTo(Items& items, GMenuModel* model, int depth) {
+    follow(model, {"items-changed"});
+    bool needsSeparator = false;  // before whatever comes next
+    const int count = g_menu_model_get_n_items(model);
+    for (int index = 0; index < count && depth < kDeepestLink && ++visited_ <= kMostItems; ++index) {
+      const ObjectPointer<GMenuModel> section(g_menu_model_get_item_link(model, index, G_MENU_LINK_SECTION));
+      Items added;
+      if (section) {
+        addTo(added, section.get(), depth + 1);
+      } else if (auto item = makeItem(model, index, depth)) {
+        added.push_back(std::move(item));
+      }
+      if (added.empty()) continue;
+      if (!items.empty() && (section || needsSeparator)) items.push_back(MenuItem::separator());
+      items.insert(items.end(), added.begin(), added.end());
+      needsSeparator = section != nullptr;
+    }
+  }
+
+  std::shared_ptr<MenuItem> makeItem(GMenuModel* model, int index, int depth) {
+    auto item = std::make_shared<MenuItem>();
+    setLabel(*item, stringAttribute(model, index, G_MENU_ATTRIBUTE_LABEL));
+    setIcon(*item, model, index);
+    const auto accelerator = parseAccelerator(stringAttribute(model, index, "accel"));
+    item->keyEquivalent = accelerator.key;
+    item->keyEquivalentModifierMask = accelerator.modifiers;
+
+    const ObjectPointer<GMenuModel> submenu(g_menu_model_get_item_link(model, index, G_MENU_LINK_SUBMENU));
+    if (submenu) {
+      Items items;
+      addTo(items, submenu.get(), depth + 1);
+      item->submenu = std::make_shared<Menu>();
+      for (auto& entry : items) item->submenu->addItem(std::move(entry));
+    }
+    const auto hiddenWhen = stringAttribute(model, index, "hidden-when");
+    if (hiddenWhen == "macos-menubar") return item;
+    const auto action = stringAttribute(model, index, G_MENU_ATTRIBUTE_ACTION);
+    if (action.find('.') == std::string::npos || action.find_first_of(kNameEnds) != std::string::npos) return item;
+    const bool exists = setAction(*item, model, index, action);
+    const bool hides =
+        (hiddenWhen == "action-missing" && !exists) || (hiddenWhen == "action-disabled" && !item->enabled);
+    return hides ? nullptr : item;
+  }
+
+  /// False: there is no such action.
+  bool setAction(MenuItem& item, GMenuModel* model, int index, const std::string& action) {
+    const VariantPointer target(g_menu_model_get_item_attribute_value(model, index, G_MENU_ATTRIBUTE_TARGET, nullptr));
+    item.action = {kActivate, target_};
+    item.representedObject = detailedName(action, target.get());
+    item.enabled = false;
+
+    const auto found = menu_.find(action);
+    if (found.group == nullptr) return false;
+    if (isUnregistered(found.group)) {
+      follow(found.group, {"notify::is-registered"});
+      return false;
+    }
+    follow(found.group, {"action-added", "action-removed", "action-enabled-changed", "action-state-changed"});
+    const auto [isThere, isUsable, state] = query(found.group, found.name, target.get());
+    item.enabled = isUsable;
+    if (state && target) {
+      item.toggleType = ToggleType::radio;
+      item.on = g_variant_equal(state.get(), target.get()) != FALSE;
+    } else if (state && !target && g_variant_is_of_type(state.get(), G_VARIANT_TYPE_BOOLEAN) != FALSE) {
+      item.toggleType = ToggleType::check;
+      item.on = g_variant_get_boolean(state.get()) != FALSE;
+    }
+    return isThere;
+  }
+
+  void follow(gpointer sender, std::initializer_list<const char*> signals) {
+    if (!followed_.insert(sender).second) return;
+    for (const auto* signal : signals) {
+      menu_.connections_.emplace_back(sender, signal, G_CALLBACK(&HostMenu::changed), self_);
+    }
+  }
+
+  const HostMenu& menu_;
+  HostMenu* self_;
+  std::weak_ptr<Responder> target_;
+  std::set<gpointer> followed_;
+  int visited_ = 0;
+};
+
+std::shared_ptr<HostMenu> HostMenu::adopt(const void* menu) {
+  auto* const object = const_cast<void*>(menu);
+  if (!G_IS_MENU_MODEL(object)) return nullptr;
+  struct Adopted : HostMenu {
+    explicit Adopted(GMenuModel* model) : HostMenu(model) {}
+  };
+  return std::make_shared<Adopted>(G_MENU_MODEL(object));
+}
+
+const Menu::Items& HostMenu::items() const {
+  if (isOutdated_) {
+    isOutdated_ = false;
+    const auto before = std::exchange(connections_, {});  // keeps what it follows alive meanwhile
+    built_.clear();
+    Builder(*this).build();
+  }
+  return built_;
+}
+
+void HostMenu::changed(HostMenu* self) {
+  if (std::exchange(self->isOutdated_, true)) return;
+  self->announceChange();
+}
+
+std::string HostMenu::description() const { return describeObject(G_OBJECT_TYPE_NAME(model_.get()), model_.get()); }
+
+HostMenu::NamedAction HostMenu::find(const std::string& prefixedName) const {
+  const auto dot = prefixedName.find('.');
+  if (dot == std::string::npos) return {nullptr, {}};
+  const auto prefix = prefixedName.substr(0, dot);
+  gpointer group = nullptr;
+  if (prefix == "app") {
+    group = g_application_get_default();
+  } else {
+    group = g_object_get_data(G_OBJECT(model_.get()), (std::string(kActionGroupKey) + prefix).c_str());
+  }
+  return {G_IS_ACTION_GROUP(group) ? G_ACTION_GROUP(group) : nullptr, prefixedName.substr(dot + 1)};
+}
+
+bool HostMenu::perform(Selector selector, const MenuItem* sender) {
+  const auto* detailed = sender ? std::any_cast<std::string>(&sender->representedObject) : nullptr;
+  if (selector != kActivate || detailed == nullptr) return false;
+  char* nameOwned = nullptr;
+  GVariant* targetOwned = nullptr;
+  if (g_action_parse_detailed_name(detailed->c_str(), &nameOwned, &targetOwned, nullptr) == FALSE) return false;
+  const GCharPointer name(nameOwned);
+  const VariantPointer target(targetOwned);
+  const auto action = find(name.get());
+  if (!query(action.group, action.name, target.get()).isUsable) return false;
+  const auto held = holdObject(action.group);  // the action may take the group from the model
+  g_action_group_activate_action(held.get(), action.name.c_str(), target.get());
+  return true;
+}
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,145 @@
+#include "icon_folder.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <optional>
+#include <utility>
+
+#include "quiet_write.h"
+
+namespace quill::freedesktop {
+namespace {
+
+constexpr std::string_view kPrefix = "quill-tray-";
+constexpr auto kSuffix = ".svg";
+constexpr auto kUnfinished = "unfinished";
+/// A folder that has just been made may be taken for a left one, once for each process that starts then.
+constexpr int kAttempts = 4;
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
+
+/// Where the panel would look under the same path; empty: nowhere.
+std::optional<std::string> sharedRuntimeDirectory() {
+  const char* directory = std::getenv("XDG_RUNTIME_DIR");
+  if (directory == nullptr || *directory != '/') return std::nullopt;
+  if (isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0) return std::nullopt;
+  return directory;
+}
+
+int openDirectory(const std::string& path) {
+  return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+}
+
+bool lock(const posix::FileDescriptor& directory) {
+  return directory.isOpen() && flock(directory.number(), LOCK_EX | LOCK_NB) == 0;
+}
+
+/// Whoever sweeps holds the lock until the folder is gone.
+bool isLinked(const posix::FileDescriptor& directory) {
+  struct stat status {};
+  return fstat(directory.number(), &status) == 0 && status.st_nlink > 0;
+}
+
+void removeFolder(const std::filesystem::path& path) {
+  std::error_code ignored;
+  std::filesystem::remove_all(path, ignored);
+}
+
+}  // namespace
+
+std::shared_ptr<IconFolder> IconFolder::make() {
+  const auto runtimeDirectory = sharedRuntimeDirectory();
+  if (!runtimeDirectory) return nullptr;
+  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+    auto path = *runtimeDirectory + '/' + std::string(kPrefix) + "XXXXXX";
+    if (mkdtemp(path.data()) == nullptr) return nullptr;
+    auto folder = std::make_shared<IconFolder>(path);
+    if (!folder->isRemoved_) return folder;
+    rmdir(path.c_str());
+  }
+  return nullptr;
+}
+
+void IconFolder::sweep() {
+  const auto runtimeDirectory = sharedRuntimeDirectory();
+  if (!runtimeDirectory) return;
+  std::error_code error;
+  std::filesystem::directory_iterator entries(*runtimeDirectory, error);
+  for (; !error && entries != std::filesystem::directory_iterator(); entries.increment(error)) {
+    const auto& path = entries->path();
+    if (!path.filename().string().starts_with(kPrefix)) continue;
+    const posix::FileDescriptor directory(openDirectory(path));
+    struct stat status {};
+    if (lock(directory) && fstat(directory.number(), &status) == 0 && status.st_uid == geteuid()) removeFolder(path);
+  }
+}
+
+IconFolder::IconFolder(std::string path)
+    : path_(std::move(path)),
+      process_(getpid()),
+      directory_(openDirectory(path_)),
+      isRemoved_(!lock(directory_) || !isLinked(directory_)) {}
+
+IconFolder::~IconFolder() { remove(); }
+
+void IconFolder::remove() {
+  if (getpid() != process_) return;
+  const std::unique_lock lock(mutex_, std::try_to_lock);  // may come from an exit in the midst of anything
+  if (lock && !std::exchange(isRemoved_, true)) removeFolder(path_);
+}
+
+std::shared_ptr<const IconFile> IconFolder::file(const std::string& name, std::string_view text) {
+  if (getpid() != process_) return nullptr;
+  const std::lock_guard lock(mutex_);
+  if (isRemoved_) return nullptr;
+  auto& known = files_[name];
+  if (auto file = known.lock()) return file;
+  if (!write(name + kSuffix, text)) {
+    files_.erase(name);
+    return nullptr;
+  }
+  auto file = std::make_shared<const IconFile>(weak_from_this(), name);
+  known = file;
+  return file;
+}
+
+bool IconFolder::write(const std::string& fileName, std::string_view text) const {
+  const int folder = directory_.number();
+  {
+    const posix::FileDescriptor file(openat(folder, kUnfinished, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    if (!file.isOpen()) return false;
+    if (posix::writeQuietly(file.number(), text) == static_cast<ssize_t>(text.size()) &&
+        renameat(folder, kUnfinished, folder, fileName.c_str()) == 0) {
+      return true;
+    }
+  }
+  unlinkat(folder, kUnfinished, 0);
+  return false;
+}
+
+void IconFolder::release(const std::string& name) {
+  const std::lock_guard lock(mutex_);
+  const auto known = files_.find(name);
+  if (isRemoved_ || known == files_.end() || !known->second.expired()) return;  // written again meanwhile
+  files_.erase(known);
+  unlinkat(directory_.number(), (name + kSuffix).c_str(), 0);
+}
+
+IconFile::IconFile(std::weak_ptr<IconFolder> folder, std::string name)
+    : folder_(std::move(folder)), name_(std::move(name)), process_(getpid()) {}
+
+IconFile::~IconFile() {
+  if (getpid() != process_) return;
+  if (const auto folder = folder_.lock()) folder->release(name_);
+}
+
+}  // namespace quill::freedesktop

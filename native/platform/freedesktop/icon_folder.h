@@ -1,0 +1,70 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "file_descriptor.h"
+
+namespace quill::freedesktop {
+
+class IconFile;
+
+/// A folder that only this user can look into, for icons that a panel reads as files; it goes with
+/// the object, and with all it holds. It lies below the user's runtime directory, which is kept in
+/// memory and there for just this: what is written is a few kilobytes, and waits for no disk. A
+/// forked child changes nothing in it. Any thread.
+class IconFolder : public std::enable_shared_from_this<IconFolder> {
+ public:
+  /// Null where there is no such directory, or one that panels don't see: a sandbox's own.
+  static std::shared_ptr<IconFolder> make();
+  /// Removes what processes that were killed have left behind.
+  static void sweep();
+  /// Takes over a folder that was just made; make() is what to call.
+  explicit IconFolder(std::string path);
+  IconFolder(const IconFolder&) = delete;
+  IconFolder& operator=(const IconFolder&) = delete;
+  ~IconFolder();
+
+  const std::string& path() const { return path_; }
+  /// `name` stands for `text`, so that a file which is there already is the one. Null where it
+  /// cannot be written.
+  std::shared_ptr<const IconFile> file(const std::string& name, std::string_view text);
+  /// What the destructor does, earlier, unless another call is under way; no file is made after it.
+  void remove();
+
+ private:
+  friend class IconFile;
+  bool write(const std::string& fileName, std::string_view text) const;
+  void release(const std::string& name);
+
+  const std::string path_;
+  const pid_t process_;
+  posix::FileDescriptor directory_;  // locked, which tells others that this folder is in use
+  std::mutex mutex_;                 // guards what follows
+  bool isRemoved_;
+  std::map<std::string, std::weak_ptr<const IconFile>> files_;
+};
+
+/// One icon in a folder; its file goes with the object.
+class IconFile {
+ public:
+  IconFile(std::weak_ptr<IconFolder> folder, std::string name);
+  IconFile(const IconFile&) = delete;
+  IconFile& operator=(const IconFile&) = delete;
+  ~IconFile();
+
+  /// As panels ask for it: without the file's ".svg".
+  const std::string& name() const { return name_; }
+
+ private:
+  std::weak_ptr<IconFolder> folder_;
+  std::string name_;
+  pid_t process_;
+};
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,74 @@
+#include "symbolic_icons.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "symbolic_svg.h"
+
+namespace quill::freedesktop {
+namespace {
+
+constexpr std::size_t kFirstPrune = 64;
+
+}  // namespace
+
+SymbolicIcon::SymbolicIcon(Image image) : image_(std::move(image)) {}
+
+void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder) {
+  const std::lock_guard lock(mutex_);
+  if (folder_.lock() == folder) return;
+  folder_ = folder;
+  const auto svg = symbolicSvg(image_.pixels());
+  file_ = svg.empty() ? nullptr : folder->file(symbolicName(svg), svg);
+}
+
+std::string SymbolicIcon::nameIn(const std::shared_ptr<IconFolder>& folder) const {
+  const std::lock_guard lock(mutex_);
+  return file_ && folder_.lock() == folder ? file_->name() : std::string();
+}
+
+SymbolicIcons::SymbolicIcons() : process_(getpid()), pruneAt_(kFirstPrune) {}
+
+void SymbolicIcons::add(const std::shared_ptr<SymbolicIcon>& icon) {
+  if (getpid() != process_) return;  // a forked child, in which nobody may be left to unlock
+  const std::lock_guard lock(mutex_);
+  if (icons_.size() >= pruneAt_) {
+    std::erase_if(icons_, [](const auto& known) { return known.expired(); });
+    pruneAt_ = std::max(kFirstPrune, 2 * icons_.size());
+  }
+  icons_.push_back(icon);
+  if (const auto folder = folder_.lock()) icon->writeTo(folder);
+}
+
+std::shared_ptr<IconFolder> SymbolicIcons::open() {
+  const std::lock_guard lock(mutex_);
+  if (isClosed_) return nullptr;
+  auto folder = folder_.lock();
+  if (folder) return folder;
+  folder = IconFolder::make();
+  if (!folder) return nullptr;
+  folder_ = folder;
+  for (const auto& known : icons_) {
+    if (const auto icon = known.lock()) icon->writeTo(folder);
+  }
+  return folder;
+}
+
+void SymbolicIcons::close() {
+  if (getpid() != process_) return;
+  // A host may exit from wherever it is. What is left then goes at the next start.
+  const std::unique_lock lock(mutex_, std::try_to_lock);
+  if (!lock) return;
+  isClosed_ = true;
+  if (const auto folder = folder_.lock()) folder->remove();
+}
+
+void SymbolicIcons::sweepOnce() {
+  if (getpid() != process_) return;
+  const std::lock_guard lock(mutex_);
+  if (!std::exchange(isSwept_, true)) IconFolder::sweep();
+}
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "icon_folder.h"
+#include "image.h"
+
+namespace quill::freedesktop {
+
+/// A template's shape as a file for panels that recolour it. Any thread.
+class SymbolicIcon {
+ public:
+  explicit SymbolicIcon(Image image);
+
+  /// Once for each folder, also where that fails: a tick shows what is there, and tries nothing.
+  void writeTo(const std::shared_ptr<IconFolder>& folder);
+  /// What a panel finds it by in `folder`; empty where it is not there.
+  std::string nameIn(const std::shared_ptr<IconFolder>& folder) const;
+
+ private:
+  const Image image_;
+  mutable std::mutex mutex_;  // guards what follows
+  std::weak_ptr<IconFolder> folder_;
+  std::shared_ptr<const IconFile> file_;
+};
+
+/// The templates in use, and the folder that they are in while a panel reads it. Any thread.
+class SymbolicIcons {
+ public:
+  SymbolicIcons();
+
+  /// Writes it where there is a folder now, else with the others once there is one.
+  void add(const std::shared_ptr<SymbolicIcon>& icon);
+  /// The folder with all of them, which stays while somebody holds it; null where none can be made.
+  std::shared_ptr<IconFolder> open();
+  /// Removes the folder, for good: the process ends.
+  void close();
+  /// Removes what killed processes have left, the first time only.
+  void sweepOnce();
+
+ private:
+  const pid_t process_;
+  std::mutex mutex_;  // guards what follows
+  bool isSwept_ = false;
+  bool isClosed_ = false;
+  std::weak_ptr<IconFolder> folder_;
+  std::vector<std::weak_ptr<SymbolicIcon>> icons_;
+  std::size_t pruneAt_;
+};
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "url.h"
+#include "worker_queue.h"
+
+namespace quill::freedesktop {
+
+/// Opens URLs in the user's default handlers, one after the other, on a thread of its own: looking
+/// for the handler reads files and asks the bus. A process that exits right after asking waits for
+/// it as it does for its log. Any thread.
+class UrlOpener {
+ public:
+  void open(Url url);
+
+ private:
+  posix::WorkerQueue queue_{"open-url", posix::Priority::ordinary};  // handlers inherit the priority
+};
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,28 @@
+cmake_minimum_required(VERSION 3.25)
+# Holds system includes against docs/architecture.md; the folders' own are held by what each target sees.
+# cmake -DNATIVE=<native folder> -P architecture_test.cmake
+set(unicode unicase.h unictype.h unigbrk.h unistr.h)
+set(allowed_exports stdint.h nlohmann/json.hpp unistr.h)
+set(allowed_tray_manager ${unicode})
+set(allowed_log "")
+set(allowed_platform "")
+set(allowed_platform/memory "")
+
+set(seen 0)
+foreach(folder exports tray_manager log platform platform/memory)
+  file(GLOB files ${NATIVE}/${folder}/*.h ${NATIVE}/${folder}/*.cpp)
+  foreach(file ${files})
+    file(STRINGS ${file} includes REGEX "^#include <")
+    foreach(include ${includes})
+      math(EXPR seen "${seen} + 1")
+      string(REGEX REPLACE "^#include <([^>]+)>.*" "\\1" header ${include})
+      # The C++ standard library's headers have no dot in their names.
+      if(header MATCHES "[./]" AND NOT header IN_LIST allowed_${folder})
+        message(SEND_ERROR "${file} includes <${header}>: ${folder} is plain C++")
+      endif()
+    endforeach()
+  endforeach()
+endforeach()
+if(seen LESS 50)
+  message(FATAL_ERROR "only ${seen} includes below ${NATIVE}: nothing was checked")
+endif()

@@ -1,0 +1,90 @@
+/// Draws a contact sheet of template icons, to be looked at: a row for each bar's colour; for each
+/// picture 22 and 44 pixels scaled to 16, then 22 and 44 as they are. One column for each picture.
+///
+///     template_icons SHEET.png light|dark PICTURE…
+
+#include <gdk-pixbuf/gdk-pixbuf.h>
+
+#include <array>
+#include <cstdio>
+#include <fstream>
+#include <iterator>
+#include <memory>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "decode_image.h"
+#include "icon_pixels.h"
+
+namespace {
+
+using namespace quill;
+using freedesktop::IconPixels;
+using freedesktop::Tone;
+
+struct Unreference {
+  void operator()(GdkPixbuf* pixbuf) const { g_object_unref(pixbuf); }
+};
+using Picture = std::unique_ptr<GdkPixbuf, Unreference>;
+
+constexpr std::array kBars = {0xFFFFFFU, 0x000000U, 0x2980B9U, 0x767676U, 0x353535U, 0xEDECEBU};
+constexpr int kRow = 48;
+constexpr int kGap = 4;
+constexpr int kColumn = 16 + 16 + 22 + 44 + 4 * kGap;
+
+Picture pictureOf(const IconPixels& icon) {
+  std::vector<guint8> rgba;
+  for (std::size_t i = 0; i < icon.argb.size(); i += 4) {
+    rgba.insert(rgba.end(), {icon.argb[i + 1], icon.argb[i + 2], icon.argb[i + 3], icon.argb[i]});
+  }
+  const Picture borrowed(gdk_pixbuf_new_from_data(rgba.data(), GDK_COLORSPACE_RGB, TRUE, 8, icon.width, icon.height,
+                                                  icon.width * 4, nullptr, nullptr));
+  return Picture(gdk_pixbuf_copy(borrowed.get()));
+}
+
+Picture scaled(const Picture& picture, int side) {
+  return Picture(gdk_pixbuf_scale_simple(picture.get(), side, side, GDK_INTERP_BILINEAR));
+}
+
+void drawColumn(const Picture& sheet, int left, const std::vector<IconPixels>& icons) {
+  auto small = pictureOf(icons.front());
+  auto large = pictureOf(icons.back());
+  const std::array shown = {scaled(small, 16), scaled(large, 16), std::move(small), std::move(large)};
+  for (const auto& picture : shown) {
+    const int side = gdk_pixbuf_get_width(picture.get());
+    for (std::size_t row = 0; row < kBars.size(); ++row) {
+      const int top = static_cast<int>(row) * kRow + (kRow - side) / 2;
+      gdk_pixbuf_composite(picture.get(), sheet.get(), left, top, side, side, left, top, 1, 1, GDK_INTERP_NEAREST, 255);
+    }
+    left += side + kGap;
+  }
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count < 4) {
+    std::fputs("usage: template_icons SHEET.png light|dark PICTURE…\n", stderr);
+    return 2;
+  }
+  const auto fill = std::string_view(arguments[2]) == "dark" ? Tone::dark : Tone::light;
+  const int pictures = count - 3;
+  const Picture sheet(
+      gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, pictures * kColumn, kRow * static_cast<int>(kBars.size())));
+  for (std::size_t row = 0; row < kBars.size(); ++row) {
+    const Picture bar(gdk_pixbuf_new_subpixbuf(sheet.get(), 0, static_cast<int>(row) * kRow, pictures * kColumn, kRow));
+    gdk_pixbuf_fill(bar.get(), kBars[row] << 8U | 0xFFU);
+  }
+  for (int i = 0; i < pictures; ++i) {
+    std::ifstream file(arguments[3 + i], std::ios::binary);
+    const std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), {});
+    const auto image = decodeImage(bytes);
+    if (!image) {
+      std::fprintf(stderr, "no picture: %s\n", arguments[3 + i]);
+      return 1;
+    }
+    drawColumn(sheet, i * kColumn + kGap / 2, freedesktop::templateIconPixels(image->pixels(), fill));
+  }
+  return gdk_pixbuf_save(sheet.get(), arguments[1], "png", nullptr, "compression", "9", nullptr) ? 0 : 1;
+}
