@@ -295,7 +295,7 @@ class Panel:
     themes: tuple = ("light",)
     companions: tuple = ()  # commands that run beside it, such as a window manager
     environment: dict = field(default_factory=dict)
-    has_handle: bool = False  # the empty tray draws a handle, when it is there
+    handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
     padding: int = 0  # columns beside the icons that the panel paints only while it has icons
     switch_theme: Callable = None  # (session, theme), while the panel runs
 
@@ -422,8 +422,8 @@ PANELS = {
         command=["mate-panel"],
         configure=configure_mate,
         bar=lambda width, height: Box(0, 0, width, 26),
-        companions=(["marco", "--no-composite"],),
-        has_handle=True,
+        companions=(["openbox"],),
+        handle=11,
         environment={"XDG_CURRENT_DESKTOP": "MATE"},
     ),
 }
@@ -487,6 +487,7 @@ class PanelSession:
         if missing:
             raise NotInstalled(", ".join(missing))
         self.bar = self.panel.bar(*size)
+        self.icons = self.bar._replace(left=self.bar.left + self.panel.handle)
         self.desk = Box(0, 0, size[0], self.bar.top) if self.bar.top else Box(0, self.bar.bottom, *size)
         self.aside = self.desk.centre
         self.screen = self.panel.screen()
@@ -616,10 +617,7 @@ class PanelSession:
         def drawn():
             bar = self.picture().crop(self.bar)
             box = changed_box(bare, bar)
-            if not box or box.width < bar.width:
-                return False
-            middle = bar.crop((0, bar.height // 3, bar.width, 2 * bar.height // 3))
-            return not self.panel.has_handle or len(set(middle.getdata())) > 1
+            return box is not None and box.width == bar.width
 
         wait_for(drawn, "bar")
 
@@ -666,7 +664,7 @@ class PanelSession:
 
     def find_icon(self, picture):
         """The icon, where the bar differs from the empty one; None while nothing, or more than an icon, differs."""
-        box = changed_box(self.empty, picture, self.bar)
+        box = changed_box(self.empty, picture, self.icons)
         if not box:
             return None
         if self.panel.padding:
@@ -680,7 +678,7 @@ class PanelSession:
         return self.find_icon(self.settled(self.find_icon, "icon in the bar"))
 
     def wait_for_no_icon(self):
-        self.settled(lambda picture: not changed_box(self.empty, picture, self.bar), "bar without the icon")
+        self.settled(lambda picture: not changed_box(self.empty, picture, self.icons), "bar without the icon")
 
     def click(self, button, place):
         """Clicks, then takes the pointer away, so that nothing lights up and no tooltip opens."""
