@@ -1,5 +1,6 @@
 #include "quiet_write.h"
 
+#include <sys/resource.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
@@ -24,9 +25,15 @@ ssize_t writeWithoutSignal(int, std::string_view) {
 }
 #endif
 
+// A process whose files may only grow so far gets SIGXFSZ where one would grow further.
+bool filesAreLimited() {
+  rlimit limit{};
+  return getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur != RLIM_INFINITY;
+}
+
 // The longer way. Files that have a position raise no SIGPIPE, which spares masking it.
-ssize_t writeHoldingSignals(int file, std::string_view bytes) {
-  if (lseek(file, 0, SEEK_CUR) >= 0) return write(file, bytes.data(), bytes.size());
+ssize_t writeHoldingSignals(int file, std::string_view bytes, bool limited) {
+  if (!limited && lseek(file, 0, SEEK_CUR) >= 0) return write(file, bytes.data(), bytes.size());
   WriteSignalsHeld held;
   const auto written = write(file, bytes.data(), bytes.size());
   if (written < 0) held.drop();
@@ -61,11 +68,12 @@ void WriteSignalsHeld::drop() {
 
 ssize_t writeQuietly(int file, std::string_view bytes) {
   static std::atomic<bool> kernelKeepsQuiet{true};
-  if (!kernelKeepsQuiet.load(std::memory_order_relaxed)) return writeHoldingSignals(file, bytes);
+  const bool limited = filesAreLimited();
+  if (limited || !kernelKeepsQuiet.load(std::memory_order_relaxed)) return writeHoldingSignals(file, bytes, limited);
   const auto written = writeWithoutSignal(file, bytes);
   if (written >= 0 || errno == EPIPE || errno == EAGAIN || errno == EINTR) return written;
   // Either the file's own failure, which shows again, or a kernel that does not know the flag.
-  const auto again = writeHoldingSignals(file, bytes);
+  const auto again = writeHoldingSignals(file, bytes, limited);
   if (again >= 0) kernelKeepsQuiet.store(false, std::memory_order_relaxed);
   return again;
 }

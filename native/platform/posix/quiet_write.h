@@ -37,7 +37,8 @@ class WriteSignalsHeld {
   sigset_t before_{};
 };
 
-/// write(2) that raises no signal where the other end of a pipe or socket is gone.
+/// write(2) that raises no signal, where the other end of a pipe or socket is gone or where a file
+/// would grow beyond the process's limit.
 ssize_t writeQuietly(int file, std::string_view bytes);
 
 }  // namespace quill::posix
