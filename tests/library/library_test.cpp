@@ -59,7 +59,11 @@ class HostTest : public testing::Test {
     setenv("XDG_RUNTIME_DIR", home.c_str(), 1);
     for (const auto* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"}) setenv(name, home.c_str(), 1);
   }
-  ~HostTest() override { fs::remove_all(home); }
+  ~HostTest() override {
+    bus.kill();  // which puts a folder of its own there
+    std::error_code ignored;
+    fs::remove_all(home, ignored);
+  }
 
   /// Runs `host` until it exits. Answers with what it logged, as "LEVEL message".
   Lines run(const std::function<void()>& host) {

@@ -202,6 +202,7 @@ class LivingQueues {
   void afterForkInChild() {
     exitDeadline = 0;
     for (auto* queue : queues_) {
+      queue->work_->mutex().unlock();
       setAside_.push_back(
           std::exchange(queue->work_, std::make_shared<WorkerQueue::Work>(queue->label_, queue->priority_)));
     }
