@@ -132,41 +132,5 @@ TYPED_TEST(MainQueueContract, EndsATimerWithItsObjectAndTicksWhileWorkKeepsTheLo
   EXPECT_EQ(endedTicks, 1);
 }
 
-class CountingPresenter : public StatusItemPresenter {
- public:
-  explicit CountingPresenter(int& presentations) : presentations_(presentations) {}
-  void present(const StatusItem&) override { ++presentations_; }
-  void popUp(const Menu&, Point) override {}
-
- private:
-  int& presentations_;
-};
-
-TYPED_TEST(MainQueueContract, PresentsAStatusItemOnceATurn) {
-  int presentations = 0;
-  auto item =
-      StatusItem::make(kSquareStatusItemLength, this->queue(), std::make_unique<CountingPresenter>(presentations));
-  const auto change = [&] {
-    item->button()->setHidden(!item->button()->isHidden());
-    item->announceMenu(std::make_shared<Menu>());
-    item->setVisible(!item->isVisible());
-  };
-  const auto presentedAfterATurn = [&] {
-    bool turned = false;
-    this->queue().post([&] { turned = true; });
-    this->driver.runUntil([&] { return turned; });
-    return presentations;
-  };
-  change();
-  EXPECT_EQ(presentations, 0);
-  EXPECT_EQ(presentedAfterATurn(), 1);
-  EXPECT_EQ(presentedAfterATurn(), 1);
-  change();
-  EXPECT_EQ(presentedAfterATurn(), 2);
-  change();
-  item.reset();
-  EXPECT_EQ(presentedAfterATurn(), 2);
-}
-
 }  // namespace
 }  // namespace quill
