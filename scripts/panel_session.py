@@ -292,7 +292,8 @@ class Panel:
     command: list
     configure: Callable  # (session): writes configuration files
     bar: Callable  # (width, height) of the screen: the bar's box
-    themes: tuple = ("light",)
+    themes: tuple = ("default",)
+    colours: tuple = ()  # further themes that are a bar of one colour
     companions: tuple = ()  # commands that run beside it, such as a window manager
     environment: dict = field(default_factory=dict)
     handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
@@ -343,6 +344,16 @@ def switch_xfce(session, theme):
 def configure_waybar(session):
     gtk_settings(session, "Adwaita")
     session.write("waybar/config", '{"layer": "top", "position": "top", "height": 30, "modules-right": ["tray"]}\n')
+
+
+def switch_waybar(session, theme):
+    """Its own style, or a bar of one colour."""
+    style = session.directory / "config/waybar/style.css"
+    style.unlink(missing_ok=True)
+    if theme.startswith("#"):
+        style.write_text(f"window#waybar, #tray {{ background: {theme}; }} #tray {{ padding: 0 10px; }}\n")
+        style.chmod(0o644)
+    session.panel_process.send_signal(signal.SIGUSR2)  # reads its configuration anew
 
 
 def configure_lxqt(session):
@@ -408,6 +419,8 @@ PANELS = {
         configure=configure_waybar,
         bar=lambda width, height: Box(0, 0, width, 30),
         padding=10,
+        colours=("#ffffff", "#000000", "#2980b9", "#767676"),
+        switch_theme=switch_waybar,
     ),
     "lxqt-panel": Panel(
         screen=XScreen,
@@ -480,6 +493,7 @@ class Host:
 
 class PanelSession:
     def __init__(self, panel, theme=None, size=(800, 480)):
+        self.name = panel
         self.panel = PANELS[panel]
         self.theme = theme or self.panel.themes[0]
         self.size = size

@@ -2,7 +2,7 @@
  * A host that obeys. A line on standard input is one command; once it is carried out, and the bus was told, the
  * command's first word comes back on standard output, as does whatever the library tells its host.
  *
- *   items JSON    icon FILE    create    end
+ *   items JSON    icon FILE    frame FILE    start    create    end
  */
 #include <glib-unix.h>
 #include <quill_tray_manager.h>
@@ -18,11 +18,11 @@ static void on_menu_item(const char *identifier) {
   printf("chosen: %s\n", identifier);
 }
 
-static void set_icon(const char *path) {
+static void hand_over(const char *path, void (*take)(const uint8_t *bytes, intptr_t length)) {
   gchar *bytes = NULL;
   gsize length = 0;
   if (!g_file_get_contents(path, &bytes, &length, NULL)) abort();
-  quill_tray_manager_set_main_icon((const uint8_t *)bytes, (intptr_t)length);
+  take((const uint8_t *)bytes, (intptr_t)length);
   g_free(bytes);
 }
 
@@ -44,7 +44,11 @@ static gboolean on_command(GIOChannel *input, GIOCondition condition, gpointer l
   if (strcmp(words[0], "items") == 0) {
     quill_tray_manager_set_menu_items_json(words[1]);
   } else if (strcmp(words[0], "icon") == 0) {
-    set_icon(words[1]);
+    hand_over(words[1], quill_tray_manager_set_main_icon);
+  } else if (strcmp(words[0], "frame") == 0) {
+    hand_over(words[1], quill_tray_manager_add_animation_frame);
+  } else if (strcmp(words[0], "start") == 0) {
+    quill_tray_manager_start_animation();
   } else if (strcmp(words[0], "create") == 0) {
     quill_tray_manager_create();
   } else if (strcmp(words[0], "end") == 0) {

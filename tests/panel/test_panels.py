@@ -12,7 +12,7 @@ import unittest
 from PIL import Image, ImageDraw
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
-from panel_session import LEFT, NotInstalled, PanelSession, icon_contrast, main_colour  # noqa: E402
+from panel_session import LEFT, NotInstalled, PanelSession, changed_box, icon_contrast, main_colour  # noqa: E402
 
 LEAST_CONTRAST = 4.5  # what WCAG wants of text
 
@@ -30,20 +30,26 @@ class PanelTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.enterClassContext(cls.session)
-        cls.icon_file = cls.session.directory / "icon.png"
-        image = Image.new("RGBA", (64, 64))
-        ImageDraw.Draw(image).rounded_rectangle((8, 8, 55, 55), 8, fill="black")
-        image.save(cls.icon_file)
+        shapes = {"solid": [(8, 8, 55, 55)], "strokes": [(x, 8, x + 4, 55) for x in (10, 29, 48)]}
+        cls.icon_files = {}
+        for shape, boxes in shapes.items():
+            image = Image.new("RGBA", (64, 64))
+            for box in boxes:
+                ImageDraw.Draw(image).rectangle(box, fill="black")
+            cls.icon_files[shape] = cls.session.directory / f"{shape}.png"
+            image.save(cls.icon_files[shape])
 
     def show(self, menu=FIRST_MENU):
         """A host whose item is in the bar."""
         host = self.session.start_host([os.environ["PANEL_HOST"]])
         self.addCleanup(self.end, host)
-        for command in (items(menu), "create", f"icon {self.icon_file}"):
+        for command in (items(menu), "create", f"icon {self.icon_files['solid']}"):
             self.tell(host, command)
         return host, self.session.wait_for_icon()
 
     def end(self, host):
+        if host.process.returncode is not None:
+            return
         host.say("end")
         self.assertEqual(host.wait_end(), 0)
         self.session.wait_for_no_icon()
@@ -58,21 +64,52 @@ class PanelTest(unittest.TestCase):
         self.session.choose(shown, 1)
         host.expect("chosen: " + menu[1][0])
 
-    def test_icon_is_seen(self):
-        _, icon = self.show()
-        self.assertGreaterEqual(icon_contrast(self.session.picture(), icon), LEAST_CONTRAST)
+    def assert_seen(self, picture, icon, what):
+        seen = icon_contrast(picture, icon)
+        print(f"contrast: {self.session.name} {what}: {seen:.2f}")
+        self.assertGreaterEqual(seen, LEAST_CONTRAST, what)
 
-    def test_icon_is_seen_after_the_theme_changed(self):
+    def test_icon_is_seen_in_each_theme_of_a_running_panel(self):
         session = self.session
-        others = [theme for theme in session.panel.themes if theme != session.theme]
-        if not others:
-            self.skipTest("this panel has one look")
-        _, icon = self.show()
+        host, icon = self.show()
+        for theme in sorted(session.panel.themes, key=lambda theme: theme != session.theme):
+            if theme != session.theme:
+                session.switch_theme(theme)
+                self.addCleanup(session.switch_theme, session.theme)
+                icon = icon._replace(ground=main_colour(session.settled(), session.bar))
+            for shape, file in self.icon_files.items():
+                self.tell(host, f"icon {file}")
+                self.assert_seen(session.settled(), icon, f"{theme}, {shape}")
+
+    def test_icon_is_seen_on_a_bar_of_any_colour(self):
+        session = self.session
+        if not session.panel.colours:
+            self.skipTest("this panel's bar takes no colour")
+        self.addCleanup(setattr, session, "empty", session.empty)
         self.addCleanup(session.switch_theme, session.theme)
-        session.switch_theme(others[0])
-        picture = session.picture()
-        seen = icon_contrast(picture, icon._replace(ground=main_colour(picture, session.bar)))
-        self.assertGreaterEqual(seen, LEAST_CONTRAST)
+        for colour in session.panel.colours:
+            session.switch_theme(colour)
+            session.empty = session.settled()
+            host, icon = self.show()
+            for shape, file in self.icon_files.items():
+                self.tell(host, f"icon {file}")
+                self.assert_seen(session.settled(), icon, f"{colour}, {shape}")
+            self.end(host)
+
+    def test_animation_shows_frames_then_the_icon(self):
+        host, icon = self.show()
+        at_rest = self.session.picture().crop(icon.box)
+
+        def differs(picture):
+            return changed_box(at_rest, picture.crop(icon.box))
+
+        for _ in range(60):
+            self.tell(host, f"frame {self.icon_files['strokes']}")
+        host.say("start")
+        moving = self.session.settled(differs, "frame")
+        self.assert_seen(moving, icon, "in the middle of an animation")
+        self.session.settled(lambda picture: not differs(picture), "main icon after the animation")
+        host.expect("done: start")
 
     def test_clicks_and_choices_reach_the_host_once(self):
         host, icon = self.show()

@@ -11,9 +11,9 @@ namespace {
 
 constexpr int kSmallSide = 22;
 constexpr int kLargeSide = 44;
-/// In pixels of 22, its soft rim included. With less, no pixel keeps the outline's pure tone after a
-/// panel has scaled 22 to 16.
-constexpr double kOutlineWidth = 2.5;
+/// In pixels of 22, its soft rim included. With less, no pixel keeps the outline's pure tone, which a
+/// bar of middling blue needs, after a panel has scaled 44 or 22 to 16.
+constexpr double kOutlineWidth = 3.0;
 /// What is kept free for it, in pixels of 22; where a shape needs all the room, only the rim is cut.
 constexpr int kMargin = 2;
 /// The area, in squares of the outline's width, of the smallest opening that shows the bar: the hole
