@@ -19,13 +19,11 @@ static const char menu_items[] =
     "{\"id\": \"quit\", \"title\": \"退出\", \"keyEquivalent\": \"Cmd+Q\"}"
     "]";
 
-static GMainLoop *loop;
+static GMainLoop* loop;
 
-static void on_click(void) {
-  puts("clicked");
-}
+static void on_click(void) { puts("clicked"); }
 
-static void on_menu_item(const char *identifier) {
+static void on_menu_item(const char* identifier) {
   printf("chosen: %s\n", identifier);
   if (strcmp(identifier, "quit") == 0) g_main_loop_quit(loop);
 }
@@ -38,7 +36,7 @@ static gboolean on_terminate(gpointer unused) {
   return G_SOURCE_CONTINUE;
 }
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   setvbuf(stdout, NULL, _IOLBF, 0); /* each line at once, into a pipe as well */
   loop = g_main_loop_new(NULL, FALSE);
   g_unix_signal_add(SIGTERM, on_terminate, NULL);

@@ -10,29 +10,25 @@
 #include <stdlib.h>
 #include <string.h>
 
-static void on_click(void) {
-  puts("clicked");
-}
+static void on_click(void) { puts("clicked"); }
 
-static void on_menu_item(const char *identifier) {
-  printf("chosen: %s\n", identifier);
-}
+static void on_menu_item(const char* identifier) { printf("chosen: %s\n", identifier); }
 
-static void hand_over(const char *path, void (*take)(const uint8_t *bytes, intptr_t length)) {
-  gchar *bytes = NULL;
+static void hand_over(const char* path, void (*take)(const uint8_t* bytes, intptr_t length)) {
+  gchar* bytes = NULL;
   gsize length = 0;
   if (!g_file_get_contents(path, &bytes, &length, NULL)) abort();
-  take((const uint8_t *)bytes, (intptr_t)length);
+  take((const uint8_t*)bytes, (intptr_t)length);
   g_free(bytes);
 }
 
 static gboolean acknowledge(gpointer command) {
-  printf("done: %s\n", (char *)command);
+  printf("done: %s\n", (char*)command);
   return G_SOURCE_REMOVE;
 }
 
-static gboolean on_command(GIOChannel *input, GIOCondition condition, gpointer loop) {
-  gchar *line = NULL;
+static gboolean on_command(GIOChannel* input, GIOCondition condition, gpointer loop) {
+  gchar* line = NULL;
   gsize end = 0;
   (void)condition;
   if (g_io_channel_read_line(input, &line, NULL, &end, NULL) != G_IO_STATUS_NORMAL) {
@@ -40,7 +36,7 @@ static gboolean on_command(GIOChannel *input, GIOCondition condition, gpointer l
     return G_SOURCE_REMOVE;
   }
   line[end] = '\0';
-  gchar **words = g_strsplit(line, " ", 2);
+  gchar** words = g_strsplit(line, " ", 2);
   if (strcmp(words[0], "items") == 0) {
     quill_tray_manager_set_menu_items_json(words[1]);
   } else if (strcmp(words[0], "icon") == 0) {
@@ -65,8 +61,8 @@ static gboolean on_command(GIOChannel *input, GIOCondition condition, gpointer l
 
 int main(void) {
   setvbuf(stdout, NULL, _IOLBF, 0);
-  GMainLoop *loop = g_main_loop_new(NULL, FALSE);
-  GIOChannel *input = g_io_channel_unix_new(0);
+  GMainLoop* loop = g_main_loop_new(NULL, FALSE);
+  GIOChannel* input = g_io_channel_unix_new(0);
   g_io_add_watch(input, G_IO_IN | G_IO_HUP, on_command, loop);
   quill_tray_manager_set_click_callback(on_click);
   quill_tray_manager_set_menu_item_callback(on_menu_item);
