@@ -351,7 +351,7 @@ def switch_waybar(session, theme):
     style = session.directory / "config/waybar/style.css"
     style.unlink(missing_ok=True)
     if theme.startswith("#"):
-        style.write_text(f"window#waybar, #tray {{ background: {theme}; }} #tray {{ padding: 0 10px; }}\n")
+        style.write_text(f"window#waybar, #tray {{ background: {theme}; border: none; }}\n")
         style.chmod(0o644)
     session.panel_process.send_signal(signal.SIGUSR2)  # reads its configuration anew
 
@@ -495,7 +495,7 @@ class PanelSession:
     def __init__(self, panel, theme=None, size=(800, 480)):
         self.name = panel
         self.panel = PANELS[panel]
-        self.theme = theme or self.panel.themes[0]
+        self.theme = self.look = theme or self.panel.themes[0]  # at first, and now
         self.size = size
         missing = [program for program in self.panel.programs if not shutil.which(program)]
         if missing:
@@ -645,6 +645,7 @@ class PanelSession:
         """Gives the running panel another look and waits until its bar shows it."""
         before = main_colour(self.picture(), self.bar)
         self.panel.switch_theme(self, theme)
+        self.look = theme
         self.settled(lambda picture: main_colour(picture, self.bar) != before, f"{theme} bar")
 
     def start_host(self, words, environment=None):
@@ -681,7 +682,7 @@ class PanelSession:
         box = changed_box(self.empty, picture, self.icons)
         if not box:
             return None
-        if self.panel.padding:
+        if self.panel.padding and self.look not in self.panel.colours:
             ground = main_colour(picture, (box.left, box.top, box.left + self.panel.padding // 2, box.bottom))
             box = changed_box(Image.new("RGB", picture.size, ground), picture, box)
         else:
