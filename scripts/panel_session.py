@@ -1,7 +1,7 @@
 """A private desktop session with one real panel in it, driven from outside.
 
     with PanelSession("xfce4-panel", theme="dark") as session:
-        host = session.start_host(["build/release/examples/c/example"])
+        host = session.start_host(["build/release/examples/example_c"])
         icon = session.wait_for_icon()
         session.click(LEFT, icon.box.centre)
         host.expect("clicked")
@@ -32,7 +32,9 @@ from PIL import Image, ImageChops, ImageGrab
 LEFT, RIGHT = 1, 3
 DEADLINE = 20.0  # for one step; a healthy panel takes a small part of it
 WATCHER = "org.kde.StatusNotifierWatcher"
-UNPRIVILEGED = 1000  # any user but root will do
+UNPRIVILEGED = 65534  # nobody: any user but root will do whom the bus finds among the system's users
+ACCESSIBLE = {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON": "1"}  # GTK asks the bus
+NOT_ACCESSIBLE = {"NO_AT_BRIDGE": "1", "GTK_A11Y": "none"}
 
 
 class NotInstalled(Exception):
@@ -297,6 +299,7 @@ class Panel:
     companions: tuple = ()  # commands that run beside it, such as a window manager
     environment: dict = field(default_factory=dict)
     handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
+    has_accessible_icons: bool = False  # shows its icons in the session's accessibility tree
     padding: int = 0  # columns beside the icons that the panel paints only while it has icons
     switch_theme: Callable = None  # (session, theme), while the panel runs
 
@@ -426,6 +429,7 @@ PANELS = {
         screen=XScreen,
         command=["lxqt-panel"],
         configure=configure_lxqt,
+        has_accessible_icons=True,
         bar=lambda width, height: Box(0, height - 32, width, height),
         companions=(["openbox"],),
         environment={"XDG_CURRENT_DESKTOP": "LXQt", "QT_QPA_PLATFORMTHEME": "lxqt"},
@@ -434,6 +438,7 @@ PANELS = {
         screen=XScreen,
         command=["mate-panel"],
         configure=configure_mate,
+        has_accessible_icons=True,
         bar=lambda width, height: Box(0, 0, width, 26),
         companions=(["openbox"],),
         handle=11,
@@ -534,8 +539,7 @@ class PanelSession:
             "PATH": os.environ["PATH"],
             "LANG": "C.UTF-8",
             "LC_ALL": "C.UTF-8",
-            "NO_AT_BRIDGE": "1",
-            "GTK_A11Y": "none",
+            **(ACCESSIBLE if self.panel.has_accessible_icons else NOT_ACCESSIBLE),
             "GIO_USE_VFS": "local",
             "GSETTINGS_BACKEND": "keyfile",
             **self.panel.environment,
@@ -568,6 +572,9 @@ class PanelSession:
         os.close(writer)
         with open(reader, encoding="ascii") as address:
             self.environment["DBUS_SESSION_BUS_ADDRESS"] = address.readline().strip()
+        if self.panel.has_accessible_icons:
+            self.spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
+            wait_for(lambda: self._name_has_owner("org.a11y.Bus"), "accessibility bus")
 
     def stop(self):
         """Ends every process that was started in this session, by it or by others, and removes its files."""
@@ -612,6 +619,10 @@ class PanelSession:
         return subprocess.run(
             words, env=self.environment, check=True, timeout=DEADLINE, stdout=subprocess.PIPE, encoding="utf-8"
         ).stdout
+
+    def accessible_names(self):
+        """The names and descriptions that a screen reader can read."""
+        return self.run(["/usr/bin/python3", "-B", pathlib.Path(__file__).with_name("accessible_names.py")]).splitlines()
 
     def log_tail(self):
         return (self.directory / "log").read_text(errors="replace")[-2000:]

@@ -14,7 +14,15 @@ import unittest
 from PIL import Image, ImageDraw
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "scripts"))
-from panel_session import LEFT, NotInstalled, PanelSession, changed_box, icon_contrast, main_colour  # noqa: E402
+from panel_session import (  # noqa: E402
+    LEFT,
+    NotInstalled,
+    PanelSession,
+    changed_box,
+    icon_contrast,
+    main_colour,
+    wait_for,
+)
 
 LEAST_CONTRAST = 4.5  # what WCAG wants of text
 
@@ -162,6 +170,12 @@ class PanelTest(unittest.TestCase):
         if not shutil.which("npm") or subprocess.run(made, check=False).returncode:
             self.skipTest("SKIPPED: the example for Node, since npm or its registry is missing")
         self.use(["node", build / "node/main.js"], 3, (0, "chosen: open"), (2, "chosen: quit"))
+
+    def test_screen_reader_reads_the_applications_name(self):
+        if not self.session.panel.has_accessible_icons:
+            self.skipTest("this panel's icons are not in the accessibility tree")
+        self.show()
+        wait_for(lambda: "panel_host" in self.session.accessible_names(), "name that a screen reader can read")
 
     def test_icon_comes_back_after_the_panel_crashed(self):
         host, _ = self.show()
