@@ -3,7 +3,7 @@ cmake_minimum_required(VERSION 3.25)
 # cmake -DNATIVE=<native folder> -P architecture_test.cmake
 set(unicode unicase.h unictype.h unigbrk.h unistr.h)
 set(allowed_exports stdint.h nlohmann/json.hpp unistr.h)
-set(allowed_tray_manager ${unicode})
+set(allowed_tray_manager ${unicode} cxxabi.h)
 set(allowed_log "")
 set(allowed_platform "")
 set(allowed_platform/memory "")

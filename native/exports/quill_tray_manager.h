@@ -14,7 +14,7 @@
  *   or for the disk.
  * - What you pass is read during the call and stays yours.
  * - Your callbacks run on the main thread, out of its main context, and may call every function
- *   declared here.
+ *   declared here. A C++ exception that one throws ends there, and the log gets an error line.
  */
 #ifndef QUILL_TRAY_MANAGER_H
 #define QUILL_TRAY_MANAGER_H

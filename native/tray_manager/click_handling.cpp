@@ -1,3 +1,4 @@
+#include "host_callback.h"
 #include "tray_manager.h"
 
 namespace quill {
@@ -18,7 +19,7 @@ void TrayManager::handleClick() {
     return;
   }
 
-  if (clickCallback) clickCallback();
+  if (clickCallback) callHost(clickCallback);
   if (const auto observer = delegate.lock()) observer->trayManagerDidClick(*this);
 }
 

@@ -1,3 +1,4 @@
+#include "host_callback.h"
 #include "log.h"
 #include "tray_manager.h"
 
@@ -17,7 +18,7 @@ void TrayManager::handleMenuItemAction(const MenuItem* sender) {
   }
   // A copy: the callback may replace the menu, and the item with it.
   const std::string identifier = *represented;
-  menuItemCallback(identifier.c_str());
+  callHost(menuItemCallback, identifier.c_str());
 }
 
 }  // namespace quill

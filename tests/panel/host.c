@@ -2,9 +2,9 @@
  * A host that obeys. A line on standard input is one command; once it is carried out, and the bus was told, the
  * command's first word comes back on standard output, as does whatever the library tells its host.
  *
- *   items JSON    icon FILE    frame FILE    start    create    end
+ *   items JSON    model TITLE    icon FILE    frame FILE    start    reset    create    end
  */
-#include <glib-unix.h>
+#include <gio/gio.h>
 #include <quill_tray_manager.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -27,6 +27,14 @@ static gboolean acknowledge(gpointer command) {
   return G_SOURCE_REMOVE;
 }
 
+static void show_model(const char* title) {
+  GMenu* menu = g_menu_new();
+  g_menu_append(menu, title, "app.none");
+  quill_tray_manager_set_menu_ptr(menu);
+  g_menu_append(menu, title, "app.none"); /* it is live */
+  g_object_unref(menu);
+}
+
 static gboolean on_command(GIOChannel* input, GIOCondition condition, gpointer loop) {
   gchar* line = NULL;
   gsize end = 0;
@@ -39,12 +47,16 @@ static gboolean on_command(GIOChannel* input, GIOCondition condition, gpointer l
   gchar** words = g_strsplit(line, " ", 2);
   if (strcmp(words[0], "items") == 0) {
     quill_tray_manager_set_menu_items_json(words[1]);
+  } else if (strcmp(words[0], "model") == 0) {
+    show_model(words[1]);
   } else if (strcmp(words[0], "icon") == 0) {
     hand_over(words[1], quill_tray_manager_set_main_icon);
   } else if (strcmp(words[0], "frame") == 0) {
     hand_over(words[1], quill_tray_manager_add_animation_frame);
   } else if (strcmp(words[0], "start") == 0) {
     quill_tray_manager_start_animation();
+  } else if (strcmp(words[0], "reset") == 0) {
+    quill_tray_manager_reset_animation();
   } else if (strcmp(words[0], "create") == 0) {
     quill_tray_manager_create();
   } else if (strcmp(words[0], "end") == 0) {

@@ -1,0 +1,211 @@
+"""A long life and many restarts, counted: soak.py BUILD_DIRECTORY [quick].
+
+One host goes on through all of it, in a session with a real panel, then on a bus that dies. After a first cycle
+its memory stays within KEPT, and its file descriptors and match rules are as they were. Times are in seconds.
+"""
+
+import json
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+import time
+
+from panel_session import Host, PanelSession, wait_for
+from PIL import Image, ImageDraw
+
+KEPT = 256  # KiB
+TICK = 0.035
+FRAMES = 30
+
+
+LOG = "Library/Application Support/com.orvi.tamble/.logs/native.log"
+
+
+class Usage:
+    """What a host holds once its log is on disk."""
+
+    def __init__(self, host, home):
+        wait_for(lambda: (home / LOG).read_bytes().count(b"\n") >= len(host.log), "rest of the log", 600)
+        process = pathlib.Path(f"/proc/{host.process.pid}")
+        rollup = (process / "smaps_rollup").read_text()
+        self.memory = int(re.search(r"^Private_Dirty: +(\d+) kB$", rollup, re.MULTILINE)[1])
+        self.descriptors = len(list((process / "fd").iterdir()))
+        self.threads = len(list((process / "task").iterdir()))
+
+    def __str__(self):
+        return f"{self.memory} KiB, {self.descriptors} file descriptors, {self.threads} threads"
+
+
+def hold_against(before, after):
+    if after.memory > before.memory + KEPT or after.descriptors != before.descriptors:
+        raise AssertionError("the host holds more than before")
+
+
+def tell(host, command):
+    host.say(command)
+    host.expect("done: " + command.split()[0])
+
+
+def end(host):
+    host.say("end")
+    if host.wait_end():
+        raise AssertionError("the host failed")
+
+
+def say(text):
+    print(f"soak: {text}", flush=True)
+
+
+def draw_icons(directory):
+    files = []
+    for number in range(FRAMES):
+        image = Image.new("RGBA", (44, 44))
+        ImageDraw.Draw(image).rectangle((8, 8, 8 + number, 35), fill="black")
+        files.append(directory / f"{number}.png")
+        image.save(files[-1])
+        files[-1].chmod(0o644)
+    return files
+
+
+def menu(number):
+    entries = [{"id": f"{number}-{i}", "title": f"Entry {i} of menu {number}"} for i in range(1 + number % 7)]
+    return "items " + json.dumps(entries)
+
+
+class Life:
+    """Each step is done `count` times; what the host holds is compared after a first cycle and at the end."""
+
+    def __init__(self, host, home, icons):
+        self.host = host
+        self.home = home
+        self.icons = icons
+
+    def cycle(self, counts):
+        for number in range(counts["icon changes"]):
+            tell(self.host, f"icon {self.icons[number % FRAMES]}")
+        for number in range(counts["menu replacements"]):
+            tell(self.host, menu(number) if number % 2 else f"model Menu {number}")
+        for _ in range(counts["status items"]):
+            tell(self.host, "create")
+        for icon in self.icons:
+            tell(self.host, f"frame {icon}")
+        for _ in range(counts["animations"]):
+            tell(self.host, "start")
+            time.sleep((FRAMES + 1) * TICK)
+        tell(self.host, "reset")
+
+    def live(self, counts):
+        self.cycle({name: min(count, 20) for name, count in counts.items()})
+        first = Usage(self.host, self.home)
+        self.cycle(counts)
+        last = Usage(self.host, self.home)
+        say(", ".join(f"{count} {name}" for name, count in counts.items()) + f" of {FRAMES} frames")
+        say(f"after the first cycle: {first}; at the end: {last}")
+        hold_against(first, last)
+
+
+def live_in_a_panel(build, quick):
+    counts = {"icon changes": 10_000, "menu replacements": 10_000, "status items": 1_000, "animations": 600}
+    restarts = 100
+    if quick:
+        counts = {name: count // 100 for name, count in counts.items()}
+        restarts = 3
+    with PanelSession("xfce4-panel") as session:
+        icons = draw_icons(session.directory)
+        host = session.start_host([build / "tests/panel/panel_host"])
+        home = session.directory / "home"
+        Life(host, home, icons).live(counts)
+        tell(host, f"icon {icons[5]}")
+        session.wait_for_icon()
+        before = Usage(host, home)
+        for _ in range(restarts):
+            session.kill_panel()
+            session.start_panel()
+            session.wait_for_icon()
+        after = Usage(host, home)
+        say(f"panel killed and started {restarts} times: the icon was back each time; {before}, then {after}")
+        hold_against(before, after)
+        end(host)
+
+
+class Bus:
+    """A session bus at an address that stays, its watcher, and a host."""
+
+    def __init__(self, directory):
+        self.socket = directory / "bus"
+        self.environment = {
+            "PATH": os.environ["PATH"],
+            "HOME": str(directory),
+            "XDG_RUNTIME_DIR": str(directory),
+            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.socket}",
+        }
+
+    def spawn(self, *words):
+        """Ends with this process."""
+        words = ["setpriv", "--pdeathsig", "KILL", *words]
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": subprocess.DEVNULL}
+        return Host(subprocess.Popen(words, env=self.environment, encoding="utf-8", **pipes))
+
+    def start_daemon(self):
+        address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
+        daemon = self.spawn("dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + address)
+        wait_for(self.socket.exists, "bus", pause=0.01)
+        return daemon
+
+    def start_watcher(self):
+        return self.spawn("/usr/bin/python3", "-B", str(pathlib.Path(__file__).with_name("watcher.py")))
+
+    @staticmethod
+    def kill(program):
+        program.process.kill()
+        program.wait_end()
+
+
+def registrations(watcher):
+    """Waits for the first, then for whatever comes with the next breath."""
+    wait_for(lambda: watcher.said, "registration", pause=0.01)
+    time.sleep(0.05)
+    return watcher.said
+
+
+def outlive_watchers_and_buses(build, quick):
+    rounds = 3 if quick else 100
+    with tempfile.TemporaryDirectory() as name:
+        directory = pathlib.Path(name)
+        bus = Bus(directory)
+        daemon, watcher = bus.start_daemon(), bus.start_watcher()
+        host = bus.spawn(str(build / "tests/panel/panel_host"))
+        for command in (menu(3), "create", f"icon {draw_icons(directory)[3]}"):
+            tell(host, command)
+        registrations(watcher)
+        before = None
+        for kind in ("watcher", "bus daemon"):
+            for number in range(rounds + 1):  # one for the first cycle
+                bus.kill(watcher)
+                if kind == "bus daemon":
+                    bus.kill(daemon)
+                    bus.socket.unlink(missing_ok=True)
+                    daemon = bus.start_daemon()
+                watcher = bus.start_watcher()
+                times = len(registrations(watcher))
+                if times != 1:
+                    raise AssertionError(f"registered {times} times: {watcher.said}")
+                before = Usage(host, directory) if number == 0 else before
+            after = Usage(host, directory)
+            say(f"{kind} killed and started {rounds} times: the item was back each time, once; {before}, then {after}")
+            hold_against(before, after)
+        end(host)
+        for program in (watcher, daemon):
+            bus.kill(program)
+
+
+def main():
+    build, quick = pathlib.Path(sys.argv[1]).resolve(), sys.argv[2:] == ["quick"]
+    outlive_watchers_and_buses(build, quick)
+    live_in_a_panel(build, quick)
+
+
+main()
