@@ -13,7 +13,7 @@ import sys
 import tempfile
 import time
 
-from panel_session import Host, PanelSession, wait_for
+from panel_session import Host, NotInstalled, PanelSession, wait_for
 from PIL import Image, ImageDraw
 
 KEPT = 256  # KiB
@@ -24,11 +24,28 @@ FRAMES = 30
 LOG = "Library/Application Support/com.orvi.tamble/.logs/native.log"
 
 
+class Log:
+    """A host's log. Lines that wait for the disk take memory, which is no part of what is held for long."""
+
+    def __init__(self, host, home):
+        self.host = host
+        self.lines = 0
+        wait_for((home / LOG).exists, "log")
+        self.file = open(home / LOG, "rb")
+
+    def settle(self):
+        def is_written():
+            self.lines += self.file.read().count(b"\n")
+            return self.lines >= len(self.host.log)
+
+        wait_for(is_written, "rest of the log", 60, pause=0.01)
+
+
 class Usage:
     """What a host holds once its log is on disk."""
 
-    def __init__(self, host, home):
-        wait_for(lambda: (home / LOG).read_bytes().count(b"\n") >= len(host.log), "rest of the log", 600)
+    def __init__(self, host, log):
+        log.settle()
         process = pathlib.Path(f"/proc/{host.process.pid}")
         rollup = (process / "smaps_rollup").read_text()
         self.memory = int(re.search(r"^Private_Dirty: +(\d+) kB$", rollup, re.MULTILINE)[1])
@@ -78,18 +95,21 @@ def menu(number):
 class Life:
     """Each step is done `count` times; what the host holds is compared after a first cycle and at the end."""
 
-    def __init__(self, host, home, icons):
+    def __init__(self, host, log, icons):
         self.host = host
-        self.home = home
+        self.log = log
         self.icons = icons
 
+    def repeat(self, count, command):
+        for number in range(count):
+            tell(self.host, command(number))
+            if number % 100 == 99:
+                self.log.settle()
+
     def cycle(self, counts):
-        for number in range(counts["icon changes"]):
-            tell(self.host, f"icon {self.icons[number % FRAMES]}")
-        for number in range(counts["menu replacements"]):
-            tell(self.host, menu(number) if number % 2 else f"model Menu {number}")
-        for _ in range(counts["status items"]):
-            tell(self.host, "create")
+        self.repeat(counts["icon changes"], lambda number: f"icon {self.icons[number % FRAMES]}")
+        self.repeat(counts["menu replacements"], lambda n: menu(n) if n % 2 else f"model Menu {n}")
+        self.repeat(counts["status items"], lambda _: "create")
         for icon in self.icons:
             tell(self.host, f"frame {icon}")
         for _ in range(counts["animations"]):
@@ -98,10 +118,10 @@ class Life:
         tell(self.host, "reset")
 
     def live(self, counts):
-        self.cycle({name: min(count, 20) for name, count in counts.items()})
-        first = Usage(self.host, self.home)
+        self.cycle({name: min(count, 100) for name, count in counts.items()})
+        first = Usage(self.host, self.log)
         self.cycle(counts)
-        last = Usage(self.host, self.home)
+        last = Usage(self.host, self.log)
         say(", ".join(f"{count} {name}" for name, count in counts.items()) + f" of {FRAMES} frames")
         say(f"after the first cycle: {first}; at the end: {last}")
         hold_against(first, last)
@@ -116,16 +136,17 @@ def live_in_a_panel(build, quick):
     with PanelSession("xfce4-panel") as session:
         icons = draw_icons(session.directory)
         host = session.start_host([build / "tests/panel/panel_host"])
-        home = session.directory / "home"
-        Life(host, home, icons).live(counts)
+        tell(host, "create")
+        log = Log(host, session.directory / "home")
+        Life(host, log, icons).live(counts)
         tell(host, f"icon {icons[5]}")
         session.wait_for_icon()
-        before = Usage(host, home)
+        before = Usage(host, log)
         for _ in range(restarts):
             session.kill_panel()
             session.start_panel()
             session.wait_for_icon()
-        after = Usage(host, home)
+        after = Usage(host, log)
         say(f"panel killed and started {restarts} times: the icon was back each time; {before}, then {after}")
         hold_against(before, after)
         end(host)
@@ -181,6 +202,7 @@ def outlive_watchers_and_buses(build, quick):
         for command in (menu(3), "create", f"icon {draw_icons(directory)[3]}"):
             tell(host, command)
         registrations(watcher)
+        log = Log(host, directory)
         before = None
         for kind in ("watcher", "bus daemon"):
             for number in range(rounds + 1):  # one for the first cycle
@@ -193,8 +215,8 @@ def outlive_watchers_and_buses(build, quick):
                 times = len(registrations(watcher))
                 if times != 1:
                     raise AssertionError(f"registered {times} times: {watcher.said}")
-                before = Usage(host, directory) if number == 0 else before
-            after = Usage(host, directory)
+                before = Usage(host, log) if number == 0 else before
+            after = Usage(host, log)
             say(f"{kind} killed and started {rounds} times: the item was back each time, once; {before}, then {after}")
             hold_against(before, after)
         end(host)
@@ -208,4 +230,8 @@ def main():
     live_in_a_panel(build, quick)
 
 
-main()
+try:
+    main()
+except NotInstalled as missing:
+    print(f"SKIPPED: not installed: {missing}")
+    sys.exit(77)
