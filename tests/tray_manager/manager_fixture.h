@@ -17,59 +17,40 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Lines = std::vector<std::string>;
 
-/// What was logged since the last call, as "LEVEL message" without the tag; addresses are cut out of
-/// descriptions: "<StatusItem>".
+/// What was logged since the last call, as "LEVEL message" without the tag, which each line must have; addresses are
+/// cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
-  auto& surroundings = memory::Surroundings::current();
+  const std::string tag = " [TrayManager] ";
   Lines lines;
-  for (const auto& line : surroundings.logged()) {
-    lines.push_back(line);
-    auto& text = lines.back();
-    if (const auto tag = text.find("[TrayManager] "); tag != std::string::npos) text.erase(tag, 14);
+  for (auto text : memory::Surroundings::current().logged()) {
+    const auto found = text.find(tag);
+    found == std::string::npos ? text.insert(0, "no tag: ") : text.replace(found, tag.size(), " ");
     for (auto at = text.find(": 0x"); at != std::string::npos; at = text.find(": 0x")) {
       text.erase(at, text.find_first_not_of("0123456789abcdef", at + 4) - at);
     }
+    lines.push_back(text);
   }
-  surroundings.clear();
+  memory::Surroundings::current().clear();
   return lines;
 }
 
 /// A manager on a desktop of its own, with its state laid open.
 class Manager : public TrayManager {
  public:
-  using TrayManager::animatedIconView;
-  using TrayManager::animatedView;
-  using TrayManager::animationFrames;
-  using TrayManager::animationTimer;
-  using TrayManager::clickCallback;
-  using TrayManager::currentFrameIndex;
-  using TrayManager::delegate;
-  using TrayManager::isAnimating;
-  using TrayManager::mainIcon;
-  using TrayManager::mainIconView;
-  using TrayManager::make;
-  using TrayManager::menu;
-  using TrayManager::menuItemCallback;
-  using TrayManager::menuItems;
-  using TrayManager::statusItem;
+  using TrayManager::animatedIconView, TrayManager::animatedView, TrayManager::animationFrames,
+      TrayManager::animationTimer, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
+      TrayManager::mainIcon, TrayManager::mainIconView, TrayManager::make, TrayManager::menu, TrayManager::statusItem;
 
  protected:
   using TrayManager::TrayManager;
 };
 
-inline Image image(int width, int height = 0) {
-  auto pixels = std::make_shared<Pixels>();
-  pixels->width = width;
-  pixels->height = height == 0 ? width : height;
-  pixels->rgba.assign(static_cast<std::size_t>(pixels->width * pixels->height * 4), 0xFF);
-  return {pixels, {static_cast<double>(pixels->width), static_cast<double>(pixels->height)}};
+inline Image image(int width, int height) {
+  const std::vector<std::uint8_t> white(static_cast<std::size_t>(width * height * 4), 0xFF);
+  return {std::make_shared<Pixels>(Pixels{width, height, white}),
+          {static_cast<double>(width), static_cast<double>(height)}};
 }
-
-inline std::vector<std::string> titles(const Menu& menu) {
-  std::vector<std::string> all;
-  for (const auto& item : menu.items()) all.push_back(item->isSeparator ? "---" : item->title);
-  return all;
-}
+inline Image image(int side) { return image(side, side); }
 
 /// What the host's C callbacks were told.
 struct Host {
