@@ -109,6 +109,15 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
   desktop.rightClick();
   EXPECT_EQ(told(), std::pair(1, 1)) << "without a current event every click is a left one";
   EXPECT_THAT(takeLines(), IsEmpty());
+
+  manager->setClickCallback([] { throw std::runtime_error("host's fault"); });
+  desktop.click();
+  EXPECT_EQ(told(), std::pair(0, 1));
+  manager->setMenuItemCallback([](const char*) { throw 1; });
+  MenuItem item;
+  item.representedObject = std::string("a");
+  manager->perform("handleMenuItemAction:", &item);
+  EXPECT_THAT(takeLines(), ElementsAre("ERROR 宿主回调抛出异常: host's fault", "ERROR 宿主回调抛出异常: i"));
 }
 
 TEST_F(ManagerTest, TheBasicMenuQuits) {
