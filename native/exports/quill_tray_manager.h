@@ -45,7 +45,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
 /**
  * Shows an icon.
  *
- * @param iconData,iconLength an encoded image (PNG, or whatever else the machine decodes). Its opacity
+ * @param iconData,iconLength an encoded image: PNG, JPEG, GIF, BMP, ICO, TIFF, and SVG where the
+ * machine decodes it, of at most 4096 pixels a side. Its opacity
  * alone counts: it is a template, drawn in the bar's own colour at 22 by 22 points. Give at least 44
  * by 44 pixels, so that it is sharp on screens of twice the density. Null, a length of 0 or less, and
  * bytes that are no image change nothing and log nothing.
@@ -94,7 +95,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
  * those of the actions.
  *
  * Choosing an item activates its action with its target, not the menu item callback. Actions with
- * the prefix "app." are those of the default GApplication, once that is registered. For any other
+ * the prefix "app." are those of the default GApplication, which must exist before this call, once
+ * it is registered. For any other
  * prefix attach the action group to the model, before this call, under the key
  * QUILL_TRAY_MANAGER_ACTION_GROUP_KEY followed by the prefix:
  *

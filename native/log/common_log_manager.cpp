@@ -27,8 +27,8 @@ std::shared_ptr<CommonLogManager> CommonLogManager::make(Surroundings& surroundi
 CommonLogManager::CommonLogManager(Surroundings& surroundings)
     : surroundings_(surroundings), logQueue_(surroundings.makeSerialQueue("com.orvi.tamble.common.log")) {}
 
-std::optional<std::filesystem::path> CommonLogManager::getLogFileURL(const std::string& home) {
-  const auto base = surroundings_.userDirectory(home);
+std::optional<std::filesystem::path> CommonLogManager::getLogFileURL() {
+  const auto base = surroundings_.userDirectory(home_);
   if (!base) return std::nullopt;
   const auto directory = *base / "Library" / "Application Support" / "com.orvi.tamble" / ".logs";
   if (const auto error = surroundings_.createDirectories(directory)) {
@@ -41,13 +41,13 @@ std::optional<std::filesystem::path> CommonLogManager::getLogFileURL(const std::
 void CommonLogManager::log(std::string_view message, std::string_view level, std::string_view module) {
   LogLine line(surroundings_.now(), level, module, message);
   surroundings_.writeConsole(line.forConsole());
-  logQueue_->submit([self = shared_from_this(), text = std::move(line).forFile(), home = surroundings_.homeVariable()] {
-    self->append(text, home);
-  });
+  logQueue_->submit([self = shared_from_this(), text = std::move(line).forFile(),
+                     home = surroundings_.homeVariable()]() mutable { self->append(text, std::move(home)); });
 }
 
-void CommonLogManager::append(const std::string& line, const std::string& home) {
-  const auto file = getLogFileURL(home);
+void CommonLogManager::append(const std::string& line, std::string home) {
+  home_ = std::move(home);
+  const auto file = getLogFileURL();
   if (!file) return;
   const bool exists = surroundings_.fileExists(*file);
   const auto missing = exists ? Surroundings::Missing::fail : Surroundings::Missing::create;

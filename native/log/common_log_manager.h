@@ -28,20 +28,20 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
 
  private:
   /// Where the log file lies below the user's directory, worked out anew for each line, with the
-  /// directory made; empty where it cannot be. `home` as the environment named it when the line
-  /// was logged. On the queue.
-  virtual std::optional<std::filesystem::path> getLogFileURL(const std::string& home);
+  /// directory made; empty where it cannot be. On the queue.
+  virtual std::optional<std::filesystem::path> getLogFileURL();
 
  public:
   /// Any texts, also empty ones or ones with line feeds. Nothing that fails reaches the caller.
   virtual void log(std::string_view message, std::string_view level = "INFO", std::string_view module = "Native");
 
  private:
-  void append(const std::string& line, const std::string& home);
+  void append(const std::string& line, std::string home);
   void reportFailure(std::string_view what, const std::error_code& error);
 
   Surroundings& surroundings_;
   const std::shared_ptr<SerialQueue> logQueue_;
+  std::string home_;  // as the environment named it when the line at hand was logged; on the queue
 };
 
 }  // namespace quill

@@ -33,9 +33,8 @@ std::shared_ptr<StatusItem> StatusItem::make(double length, MainQueue& queue,
   return item;
 }
 
-StatusItem::~StatusItem() {
-  if (announcedMenu_) announcedMenu_->setChangeHandler({});
-}
+// The menu keeps its change handler: by now it may be that of another item, and ours holds this one weakly.
+StatusItem::~StatusItem() = default;
 
 void StatusItem::setVisible(bool visible) {
   if (visible_ == visible) return;

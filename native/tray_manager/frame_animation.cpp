@@ -89,7 +89,7 @@ void TrayManager::resetAnimation() {
   std::size_t frames = 0;
   onMainThread([&frames](TrayManager& manager) {
     manager.stopAnimationSync();
-    manager.animationFrames = {};
+    std::vector<Image>().swap(manager.animationFrames);
     frames = manager.animationFrames.size();
   });
   logInfo("[TrayManager] 动画已重置，动画帧数: " + std::to_string(frames), kLogModule);

@@ -6,8 +6,8 @@
 namespace quill {
 
 std::string numberText(double value) {
-  std::array<char, 32> digits{};  // the shortest form of a double takes at most 24 characters
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value).ptr;
+  std::array<char, 512> digits{};  // the smallest double takes 327 characters, the largest 309
+  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed).ptr;
   std::string text(digits.data(), end);
   if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
   return text;

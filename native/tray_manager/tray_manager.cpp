@@ -70,9 +70,8 @@ bool TrayManager::perform(Selector selector, const MenuItem* sender) {
 
 std::shared_ptr<StatusBarButton> TrayManager::button() const { return statusItem ? statusItem->button() : nullptr; }
 
-std::optional<Appearance> TrayManager::effectiveAppearance() const {
-  if (!desktop_.application) return std::nullopt;
-  return desktop_.application->effectiveAppearance;
+Appearance TrayManager::effectiveAppearance() const {
+  return desktop_.application ? desktop_.application->effectiveAppearance : Appearance::light;
 }
 
 void TrayManager::replaceMenu(std::shared_ptr<Menu> replacement) {

@@ -150,7 +150,8 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
   std::shared_ptr<StatusBarButton> button() const;
   /// A copy to be drawn in the bar's own colour at the icon's size, ready to be shown.
   Image templateCopy(const Image& image);
-  std::optional<Appearance> effectiveAppearance() const;
+  /// The application's; light where there is no application.
+  Appearance effectiveAppearance() const;
   /// The main-thread rule: runs `body` here on the main thread, else there, and waits for it.
   void onMainThread(const std::function<void(TrayManager&)>& body);
   /// The only way to change `menu`: the bar is told as well, which opens what it was told last.

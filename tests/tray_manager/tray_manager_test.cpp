@@ -136,7 +136,7 @@ TEST_F(ManagerTest, TheBasicMenuQuits) {
   EXPECT_EQ(desktop.terminations, 1);
   EXPECT_THAT(takeLines(), IsEmpty());
   desktop.application.reset();
-  EXPECT_EQ(manager->createStandardMenu()->appearance, std::nullopt);
+  EXPECT_EQ(manager->createStandardMenu()->appearance, Appearance::light);
 }
 
 TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {

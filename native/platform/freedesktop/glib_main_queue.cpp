@@ -1,5 +1,6 @@
 #include "glib_main_queue.h"
 
+#include <sys/syscall.h>
 #include <unistd.h>
 
 // GLib's lock hands a call from the thread that posts it to the one that runs it; the thread
@@ -68,16 +69,23 @@ class GlibTimer : public Timer {
 bool GlibMainQueue::isCurrent() const {
   auto* const context = g_main_context_default();
   if (g_main_context_is_owner(context) != FALSE) return true;
-  if (g_main_context_acquire(context) == FALSE) return false;  // another thread runs it
+  // To ask for the context is to hold it for a moment, in which the main thread would be refused: no other may ask.
+  if (!dispatches_->isExpectedHere() || g_main_context_acquire(context) == FALSE) return false;
   g_main_context_release(context);
-  const auto last = dispatches_->lastThread();
-  return last == 0 ? gettid() == getpid() : last == Dispatches::threadNumber();
+  return true;
 }
 
-std::uint64_t GlibMainQueue::Dispatches::threadNumber() {
-  static std::atomic<std::uint64_t> latest{0};
-  thread_local const std::uint64_t number = ++latest;
-  return number;
+GlibMainQueue::Dispatches::Thread GlibMainQueue::Dispatches::callingThread() {
+  static std::atomic<std::uint32_t> latest{0};
+  thread_local const std::uint32_t number = ++latest;
+  return {number, gettid()};
+}
+
+bool GlibMainQueue::Dispatches::isExpectedHere() const {
+  const auto last = last_.load(std::memory_order_relaxed);
+  if (last.number == callingThread().number) return true;
+  const bool lives = last.number != 0 && syscall(SYS_tgkill, getpid(), last.id, 0) == 0;
+  return !lives && gettid() == getpid();
 }
 
 void GlibMainQueue::post(std::function<void()> work) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <sys/types.h>
+
 #include <atomic>
 #include <cstdint>
 
@@ -18,15 +20,18 @@ class GlibMainQueue : public MainQueue {
   /// Where each of our sources leaves word of the thread that dispatches it: that is the main thread.
   class Dispatches {
    public:
-    void note() { lastThread_.store(threadNumber(), std::memory_order_relaxed); }
-    /// 0: no thread yet.
-    std::uint64_t lastThread() const { return lastThread_.load(std::memory_order_relaxed); }
-    /// The calling thread's number, from 1 on. Unlike the system's own, it is not given to another
-    /// thread later, and is the same after a fork.
-    static std::uint64_t threadNumber();
+    void note() { last_.store(callingThread(), std::memory_order_relaxed); }
+    /// Whether the calling thread dispatched last or, where none did that still lives, is the process's first.
+    bool isExpectedHere() const;
 
    private:
-    std::atomic<std::uint64_t> lastThread_{0};
+    struct Thread {
+      std::uint32_t number = 0;  ///< from 1 on; not given to another thread later, and the same after a fork
+      pid_t id = 0;              ///< the system's
+    };
+    static Thread callingThread();
+
+    std::atomic<Thread> last_{};
   };
   const std::shared_ptr<Dispatches>& dispatches() { return dispatches_; }
 

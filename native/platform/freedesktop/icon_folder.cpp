@@ -115,7 +115,7 @@ std::shared_ptr<const IconFile> IconFolder::file(const std::string& name, std::s
 bool IconFolder::write(const std::string& fileName, std::string_view text) const {
   const int folder = directory_.number();
   {
-    const posix::FileDescriptor file(openat(folder, kUnfinished, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+    const auto file = posix::openFile(folder, kUnfinished, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (!file.isOpen()) return false;
     if (posix::writeQuietly(file.number(), text) == static_cast<ssize_t>(text.size()) &&
         renameat(folder, kUnfinished, folder, fileName.c_str()) == 0) {

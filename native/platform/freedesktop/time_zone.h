@@ -10,7 +10,7 @@ namespace quill::freedesktop {
 /// The time zone that is the process's when this is made; what the host does to TZ later does not reach it.
 class TimeZone {
  public:
-  TimeZone() : zone_(g_time_zone_new_local()) {}
+  TimeZone();
 
   /// Seconds east of UTC at an instant. Any thread.
   std::chrono::seconds utcOffset(std::chrono::sys_seconds at) const;

@@ -39,7 +39,7 @@ class MainQueue : public quill::MainQueue {
   };
   class Handle;
 
-  std::thread::id mainThread_ = std::this_thread::get_id();
+  static inline const std::thread::id mainThread_ = std::this_thread::get_id();  // the process's first thread
   std::mutex mutex_;
   std::condition_variable posted_;
   std::deque<std::function<void()>> work_;

@@ -25,8 +25,8 @@ void cutOff(int file, off_t count) {
 
 std::error_code appendToFile(const std::filesystem::path& file, std::string_view bytes, Surroundings::Missing missing) {
   const int create = missing == Surroundings::Missing::create ? O_CREAT : 0;
-  const FileDescriptor opened(
-      open(file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | create, kReadableAndWritable));
+  const auto opened = openFile(AT_FDCWD, file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | create,
+                               kReadableAndWritable);
   if (!opened.isOpen()) return {errno, std::generic_category()};
 
   WriteSignalsHeld held;

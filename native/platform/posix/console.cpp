@@ -8,6 +8,7 @@
 #include <cstdio>
 
 #include "quiet_write.h"
+#include "standard_output_lock.h"
 
 namespace quill::posix {
 
@@ -15,17 +16,8 @@ namespace {
 
 // How long a host's non-blocking standard output may stay full before the line is given up.
 constexpr std::chrono::milliseconds kPatience{1000};
-
-class Locked {
- public:
-  explicit Locked(FILE* stream) : stream_(stream) { flockfile(stream_); }
-  Locked(const Locked&) = delete;
-  Locked& operator=(const Locked&) = delete;
-  ~Locked() { funlockfile(stream_); }
-
- private:
-  FILE* stream_;
-};
+// How often it may refuse a line although it is said to take one, as what is no stream does.
+constexpr int kMostRefusals = 16;
 
 bool becomesWritable(int file, std::chrono::steady_clock::time_point deadline) {
   for (;;) {
@@ -51,11 +43,12 @@ bool flush(FILE* stream, int file) {
 // Past the stream: it would take the stream's orientation, and leave the line there where writing fails.
 void write(int file, std::string_view bytes) {
   std::chrono::steady_clock::time_point deadline{};
+  int refusals = 0;
   while (!bytes.empty()) {
     const auto written = writeQuietly(file, bytes);
     if (written >= 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
-    } else if (errno == EAGAIN) {
+    } else if (errno == EAGAIN && ++refusals <= kMostRefusals) {
       if (deadline == decltype(deadline){}) deadline = std::chrono::steady_clock::now() + kPatience;
       if (!becomesWritable(file, deadline)) return;
     } else if (errno != EINTR) {
@@ -68,7 +61,7 @@ void write(int file, std::string_view bytes) {
 
 void writeToStandardOutput(std::string_view bytes) {
   const ErrnoKept kept;
-  const Locked locked(stdout);
+  const StandardOutputLock locked;
   const int file = fileno(stdout);
   if (!flush(stdout, file)) return;
   if (file >= 0) {
