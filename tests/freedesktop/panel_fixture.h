@@ -1,74 +1,179 @@
 #pragma once
 
+#include <gio/gio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <memory>
-#include <vector>
+#include <utility>
 
-#include "fake_panel.h"
 #include "freedesktop_desktop.h"
-#include "menus.h"
+#include "gobject_handles.h"
 #include "private_bus.h"
+#include "tray_manager.h"
 
 namespace quill::freedesktop {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using namespace std::chrono_literals;
+
+/// Runs the default main context until `done` holds; false: not within `limit`.
+inline bool runUntil(const std::function<bool()>& done, std::chrono::nanoseconds limit = 10s) {
+  bool expired = false;
+  const auto deadline = GlibMainQueue().repeat(limit, [&] { expired = true; });
+  while (!done() && !expired) g_main_context_iteration(nullptr, TRUE);
+  return done();
+}
+inline void runFor(std::chrono::nanoseconds duration) {
+  runUntil([] { return false; }, duration);
+}
+
+/// As GLib prints it; "error" for a reply that is none.
+inline std::string text(GVariant* value) {
+  return value != nullptr ? GCharPointer(g_variant_print(value, TRUE)).get() : "error";
+}
+
+inline constexpr auto kItem = "org.kde.StatusNotifierItem";
+inline constexpr auto kMenu = "com.canonical.dbusmenu";
+inline constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
+
+/// A panel, a portal or anybody else on the bus, in the same main context as what it talks to.
+class Peer {
+ public:
+  explicit Peer(const PrivateBus& bus, std::initializer_list<const char*> names = {kWatcher})
+      : connection_(g_dbus_connection_new_for_address_sync(
+            bus.address().c_str(),
+            static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                              G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+            nullptr, nullptr, nullptr)) {
+    static const GDBusNodeInfo* const served = g_dbus_node_info_new_for_xml(
+        "<node><interface name='org.kde.StatusNotifierWatcher'><method name='RegisterStatusNotifierItem'>"
+        "<arg type='s' direction='in'/></method></interface><interface name='org.freedesktop.portal.Settings'>"
+        "<method name='Read'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
+        "<arg type='v' direction='out'/></method></interface></node>",
+        nullptr);
+    static const GDBusInterfaceVTable table{onCall, nullptr, nullptr, {}};
+    auto* const connection = connection_.get();
+    for (const auto& [path, index] : {std::pair{"/StatusNotifierWatcher", 0}, std::pair{kPortalPath, 1}}) {
+      g_dbus_connection_register_object(connection, path, served->interfaces[index], &table, this, nullptr, nullptr);
+    }
+    g_dbus_connection_signal_subscribe(connection, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                       G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this, nullptr);
+    for (const auto* name : names) {
+      g_bus_own_name_on_connection(connection, name, G_BUS_NAME_OWNER_FLAGS_NONE, nullptr, nullptr, nullptr, nullptr);
+    }
+  }
+  ~Peer() {
+    g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr);
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;  // what came in before
+  }
+
+  bool waitForItem() const {
+    return runUntil([this] { return !itemName.empty(); });
+  }
+  /// Calls `interface`, or asks for its properties, with `arguments` as GLib parses them; answers with text().
+  template <typename... Values>
+  std::string call(std::string_view interface, std::string_view method, const char* arguments = "()",
+                   Values... values) const {
+    const auto keep = [](GObject* connection, GAsyncResult* result, gpointer kept) {
+      const VariantPointer reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, nullptr));
+      *static_cast<std::string*>(kept) = text(reply.get());
+    };
+    std::string reply;
+    g_dbus_connection_call(
+        connection_.get(), itemName.c_str(), interface == kMenu ? "/MenuBar" : "/StatusNotifierItem",
+        method.starts_with("Get") && method.size() < 7 ? "org.freedesktop.DBus.Properties" : interface.data(),
+        method.data(), g_variant_new_parsed(arguments, values...), nullptr, G_DBUS_CALL_FLAGS_NONE, 9000, nullptr, keep,
+        &reply);
+    runUntil([&] { return !reply.empty(); });
+    return reply;
+  }
+  std::string get(const char* property) const { return call(kItem, "Get", "(%s, %s)", kItem, property); }
+  std::string menu() const { return call(kMenu, "GetLayout", "(0, -1, @as [])"); }
+  std::string choose(std::int32_t id) const { return call(kMenu, "Event", "(%i, 'clicked', <0>, uint32 0)", id); }
+  /// What the item has signalled since the last call, once all is shown that was changed before.
+  std::vector<std::string> takeSignals() {
+    bool presented = false;
+    GlibMainQueue().post([&] { presented = true; });
+    runUntil([&] { return presented; });
+    call(kMenu, "AboutToShow", "(0,)");  // its reply comes after them
+    return std::exchange(signals, {});
+  }
+  void signalColourScheme(std::uint32_t scheme) const {
+    g_dbus_connection_emit_signal(
+        connection_.get(), nullptr, kPortalPath, "org.freedesktop.portal.Settings", "SettingChanged",
+        g_variant_new_parsed("('org.freedesktop.appearance', 'color-scheme', <%u>)", scheme), nullptr);
+  }
+
+  std::string itemName;               ///< whose signals are noted: who has called last
+  std::vector<std::string> received;  ///< calls
+  int refusals = 0;                   ///< of the next calls
+  const char* answer = "()";          ///< to the others
+  std::vector<std::string> signals;
+
+ private:
+  static constexpr auto kPortalPath = "/org/freedesktop/portal/desktop";
+
+  static void onCall(GDBusConnection*, const char* sender, const char*, const char*, const char* method,
+                     GVariant* arguments, GDBusMethodInvocation* call, gpointer self) {
+    auto& peer = *static_cast<Peer*>(self);
+    peer.received.push_back(method + text(arguments));
+    if (peer.refusals-- > 0) return g_dbus_method_invocation_return_dbus_error(call, "org.example.NotYet", "");
+    peer.itemName = sender;
+    g_dbus_method_invocation_return_value(call, g_variant_new_parsed(peer.answer));
+  }
+  static void onSignal(GDBusConnection*, const char* sender, const char*, const char*, const char* signal,
+                       GVariant* arguments, gpointer self) {
+    auto& peer = *static_cast<Peer*>(self);
+    if (sender == peer.itemName) peer.signals.push_back(signal + text(arguments));
+  }
+
+  ObjectPointer<GDBusConnection> connection_;
+};
+
+struct Manager : TrayManager {
+  using TrayManager::make;
+  using TrayManager::statusItem;
+  using TrayManager::TrayManager;
+};
 
 /// An item on a private bus, and a panel that reads it.
 class PanelTest : public ::testing::Test {
  protected:
-  PanelTest() { setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1); }
-
-  void makeItem() {
-    item = desktop.makeStatusItem(kSquareStatusItemLength);
-    ASSERT_NE(item, nullptr);
-    item->button()->sendActionOn(kClickEvents);
-    item->button()->setTarget(host);
-    item->button()->setAction("click");
+  PanelTest() {
+    setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
+    setenv("HOME", ::testing::TempDir().c_str(), 1);
+    manager->setClickCallback([] { told.emplace_back("click"); });
+    manager->setMenuItemCallback([](const char* identifier) { told.emplace_back(identifier); });
   }
-  void show(const std::vector<Row>& rows) { item->announceMenu(menuOf(rows, host)); }
+
   /// An item with two entries in a panel.
-  void showInPanel() {
+  void showInPanel(std::initializer_list<const char*> panelNames = {kWatcher}) {
     bus.start();
-    panel = std::make_unique<FakePanel>(bus.address());
-    makeItem();
-    show({{"a", "A"}, {"b", "B"}});
+    panel = std::make_unique<Peer>(bus, panelNames);
+    manager->setMenuItems({{"a", "A", true, ""}, {"b", "_B<", false, "Cmd+Ctrl+Alt+Shift+-"}});
+    manager->createTray();
     ASSERT_TRUE(panel->waitForItem());
     panel->takeSignals();
   }
-  Image image() {
-    auto pixels = std::make_shared<Pixels>(Pixels{44, 44, {}});
-    for (int i = 0; i < 44 * 44; ++i) pixels->rgba.insert(pixels->rgba.end(), {1, 2, 3, 255});
+  /// Different for each number.
+  Image image(int number) {
+    auto pixels = std::make_shared<Pixels>(Pixels{44, 44, std::vector<std::uint8_t>(44 * 44 * 4)});
+    for (int i = 0; i < 44 * number; ++i) pixels->rgba[static_cast<std::size_t>(i) * 4 + 3] = 255;
     Image made(pixels, {22, 22});
+    made.setTemplate(true);
     desktop.prepare(made);
     return made;
-  }
-  /// Reads the menu as panels do; answers with the ids of the entries on top.
-  std::vector<std::int32_t> readMenu() {
-    const auto reply = panel->call(FakePanel::kMenu, "GetLayout", "iias", 0, -1, 0);
-    std::vector<std::int32_t> ids;
-    sd_bus_message_skip(reply.get(), "u");
-    sd_bus_message_enter_container(reply.get(), 'r', "ia{sv}av");
-    sd_bus_message_skip(reply.get(), "ia{sv}");
-    sd_bus_message_enter_container(reply.get(), 'a', "v");
-    while (sd_bus_message_enter_container(reply.get(), 'v', "(ia{sv}av)") > 0) {
-      sd_bus_message_enter_container(reply.get(), 'r', "ia{sv}av");
-      sd_bus_message_read(reply.get(), "i", &ids.emplace_back());
-      sd_bus_message_skip(reply.get(), "a{sv}av");
-      sd_bus_message_exit_container(reply.get());
-      sd_bus_message_exit_container(reply.get());
-    }
-    return ids;
-  }
-  MessageHandle choose(std::int32_t id) {
-    return panel->call(FakePanel::kMenu, "Event", "isvu", id, "clicked", "i", 0, 0U);
   }
 
   PrivateBus bus;
   Desktop desktop;
-  std::shared_ptr<Host> host = std::make_shared<Host>();
-  std::shared_ptr<StatusItem> item;
-  std::unique_ptr<FakePanel> panel;
+  std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);
+  std::shared_ptr<StatusItem>& item = manager->statusItem;
+  std::unique_ptr<Peer> panel;
+  static inline std::vector<std::string> told;
 };
 
 }  // namespace quill::freedesktop
