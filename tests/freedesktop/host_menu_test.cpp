@@ -144,6 +144,16 @@ TEST_F(HostMenuTest, SignalsWhatChangesInTheSameTurn) {
   appendSection(model, model);  // which now holds itself in two ways
   EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated(uint32 6, 0)"));
   g_menu_remove_all(model.get());
+
+  manager->setMenuItems({});  // they would win
+  manager->setMenu(desktop.adoptMenu(model.get()));
+  static auto* const creator = manager.get();
+  manager->setClickCallback([] { creator->createTray(); });  // which follows the same menu
+  panel->call(kItem, "Activate", "(0, 0)");
+  ASSERT_TRUE(runUntil([&] { return panel->received.size() == 2; }));
+  panel->takeSignals();
+  append(model, "New", "tray.do_it");
+  EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated(uint32 2, 0)"));
 }
 
 }  // namespace

@@ -197,7 +197,7 @@ TEST_F(LoggingHost, OutlivesAStandardOutputThatIsGone) {
   };
   const std::function<void()> cases[] = {
       [=] { becomePipe(false); }, [=] { becomePipe(false), fputs("not flushed yet", stdout); },
-      [=] { becomePipe(true); },  [] { close(STDOUT_FILENO); },
+      [=] { becomePipe(true); },  [] { close(STDOUT_FILENO), logNumbers("N", [](int line) { return line < 200; }); },
       [] { fclose(stdout); },
   };
   for (const bool oldKernel : {false, true}) {
@@ -212,7 +212,9 @@ TEST_F(LoggingHost, OutlivesAStandardOutputThatIsGone) {
         logInfo("gone", "T");
         EXPECT_EQ(errno, EXDEV);
       });
-      EXPECT_THAT(logged(), ElementsAre("[T] before", "[T] gone"));
+      const auto all = logged();
+      ASSERT_GE(all.size(), 2U);
+      EXPECT_TRUE(all.front() == "[T] before" && all.back() == "[T] gone");
     }
   }
 }

@@ -74,6 +74,7 @@ TEST_F(AnimationTest, RefusalsLeaveTheStateAlone) {
   EXPECT_TRUE(idle());
   manager->stopAnimation();
   manager->resetAnimation();
+  EXPECT_EQ(manager->animationFrames.capacity(), 0U);
   EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：按钮不存在", "WARN 动画停止：按钮不存在",
                                        "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0"));
   manager->createTray();

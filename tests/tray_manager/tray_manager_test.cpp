@@ -217,6 +217,9 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_FALSE(source.isTemplate() || source.size() == kIconSize);
   EXPECT_EQ(manager->mainIconView->image(), manager->mainIcon);
   EXPECT_EQ(manager->mainIconView->alphaValue(), 1.0);
+  manager->setMainIcon(Image(std::make_shared<Pixels>(), {100'000, 0.00005}));
+  EXPECT_THAT(takeLines()[1], "DEBUG 原始图标尺寸: 100000.0x0.00005");
+  manager->setMainIcon(source);
 
   manager->createTray();
   const auto button = manager->statusItem->button();
