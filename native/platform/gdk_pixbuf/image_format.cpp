@@ -59,7 +59,13 @@ bool jpegReachesItsEnd(Bytes bytes) {
   return false;
 }
 
-bool bmpReachesItsEnd(Bytes bytes) { return littleEndian(bytes, 2, 4) <= bytes.size(); }
+bool bmpReachesItsEnd(Bytes bytes) {
+  constexpr std::size_t kFileHeader = 14;
+  // Of all its parts: the decoder takes the memory for one before it has read any of it.
+  const auto header = kFileHeader + littleEndian(bytes, kFileHeader, 4);
+  const auto pixels = littleEndian(bytes, 10, 4);
+  return std::max({littleEndian(bytes, 2, 4), header, pixels}) <= bytes.size();
+}
 
 bool icoReachesItsEnd(Bytes bytes) {
   constexpr std::size_t kDirectory = 6;
