@@ -15,6 +15,7 @@
 #include "bus_text.h"
 #include "file_descriptor.h"
 #include "freedesktop_desktop.h"
+#include "glib_log.h"
 #include "gobject_handles.h"
 #include "icon_rendering.h"
 #include "require.h"
@@ -250,7 +251,7 @@ void run(Listener& listener, std::string_view text) {
 }  // namespace quill::fuzz
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  g_log_set_always_fatal(G_LOG_LEVEL_CRITICAL);
+  quill::fuzz::refuseCriticals();
   g_set_application_name("fuzz");
   unsetenv("XDG_RUNTIME_DIR");
   return 0;

@@ -1,12 +1,11 @@
 // From a host's bytes to an icon in each of its forms.
-#include <glib.h>
-
 #include "decode_image.h"
+#include "glib_log.h"
 #include "image_format.h"
 #include "pictures.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  g_log_set_always_fatal(G_LOG_LEVEL_CRITICAL);
+  quill::fuzz::refuseCriticals();
   return 0;
 }
 
