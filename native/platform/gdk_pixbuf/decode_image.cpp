@@ -15,8 +15,6 @@
 namespace quill {
 namespace {
 
-/// What an icon can have use for, in pixels: at most 64 MiB decoded.
-constexpr int kLongestSide = 4096;
 /// A vector image is drawn with this many pixels on its longer side, whatever size it claims: twice
 /// what the sharpest bars show.
 constexpr int kVectorSide = 88;
@@ -58,7 +56,7 @@ class Decoding {
 
   void chooseSize(GdkPixbufLoader* loader, int width, int height) {
     const int longer = std::max(width, height);
-    if (width < 1 || height < 1 || (!isVector_ && longer > kLongestSide)) {
+    if (isVector_ ? std::min(width, height) < 1 : !isUsefulSize(width, height)) {
       refused_ = true;
       gdk_pixbuf_loader_set_size(loader, 0, 0);  // the one size that keeps decoders from taking memory
       return;

@@ -9,6 +9,9 @@ namespace {
 
 using Bytes = std::span<const std::uint8_t>;
 
+/// In pixels: at most 64 MiB decoded.
+constexpr std::int64_t kLongestSide = 4096;
+
 std::string_view asText(Bytes bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};  // NOLINT(*-reinterpret-cast)
 }
@@ -59,7 +62,45 @@ bool jpegReachesItsEnd(Bytes bytes) {
   return false;
 }
 
-bool bmpReachesItsEnd(Bytes bytes) { return littleEndian(bytes, 2, 4) <= bytes.size(); }
+/// Also whether each frame is of a useful size, which the decoder does not ask about: it takes the memory for
+/// any, and complains of one without pixels as of a fault in the program.
+bool gifReachesItsEnd(Bytes bytes) {
+  constexpr std::size_t kScreen = 13;
+  constexpr std::size_t kFrame = 10;
+  const auto number = [&](std::size_t at) { return static_cast<std::int64_t>(littleEndian(bytes, at, 2)); };
+  const auto colourTable = [&](std::size_t flagsAt) {
+    const auto flags = littleEndian(bytes, flagsAt, 1);
+    return (flags & 0x80U) != 0 ? std::size_t{6} << (flags & 7U) : 0;
+  };
+  const auto afterBlocks = [&](std::size_t at) {
+    while (at < bytes.size() && bytes[at] != 0) at += std::size_t{1} + bytes[at];
+    return at + 1;
+  };
+  for (std::size_t at = kScreen + colourTable(10); at < bytes.size();) {
+    switch (bytes[at]) {
+      case ';':
+        return true;
+      case '!':
+        at = afterBlocks(at + 2);
+        break;
+      case ',':
+        if (!isUsefulSize(number(at + 5), number(at + 7))) return false;
+        at = afterBlocks(at + kFrame + colourTable(at + 9) + 1);
+        break;
+      default:
+        ++at;
+    }
+  }
+  return false;
+}
+
+bool bmpReachesItsEnd(Bytes bytes) {
+  constexpr std::size_t kFileHeader = 14;
+  // Of all its parts: the decoder takes the memory for one before it has read any of it.
+  const auto header = kFileHeader + littleEndian(bytes, kFileHeader, 4);
+  const auto pixels = littleEndian(bytes, 10, 4);
+  return std::max({littleEndian(bytes, 2, 4), header, pixels}) <= bytes.size();
+}
 
 bool icoReachesItsEnd(Bytes bytes) {
   constexpr std::size_t kDirectory = 6;
@@ -115,11 +156,16 @@ bool reachesItsEnd(ImageFormat format, Bytes bytes) {
     case ImageFormat::ico:
       return icoReachesItsEnd(bytes);
     case ImageFormat::gif:
+      return gifReachesItsEnd(bytes);
     case ImageFormat::tiff:
     case ImageFormat::svg:
       break;
   }
   return true;
+}
+
+bool isUsefulSize(std::int64_t width, std::int64_t height) {
+  return std::min(width, height) > 0 && std::max(width, height) <= kLongestSide;
 }
 
 const char* loaderName(ImageFormat format) {
