@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "panel_fixture.h"
 
@@ -210,6 +211,18 @@ TEST_F(Freedesktop, SignalsWhatIsNewAboutTheItemOnce) {
   g_set_application_name("Renamed");
   item->button()->setNeedsDisplay(true);
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewTitle", "NewToolTip"));
+}
+
+TEST_F(Freedesktop, LeavesMessagesForAfterALoopInsideOfADispatch) {
+  showInPanel();
+  bool isInside = false;
+  panel->heard = [&](std::string_view) {
+    if (std::exchange(isInside, true)) return;
+    item->button()->setHidden(false);
+    runFor(std::chrono::milliseconds(50));  // in which the next signal comes in
+  };
+  item->button()->setHidden(true);
+  EXPECT_THAT(panel->takeSignals(), ElementsAre("NewStatus", "NewStatus"));
 }
 
 TEST_F(Freedesktop, RefusesWhatMakesNoSense) {
