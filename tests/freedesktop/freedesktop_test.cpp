@@ -201,6 +201,8 @@ TEST_F(Freedesktop, SignalsWhatIsNewAboutTheItemOnce) {
   item->button()->setImage(picture);
   item->button()->setNeedsDisplay(true);
   EXPECT_THAT(panel->takeSignals(), IsEmpty());
+  item->button()->setImage(image());  // the same pixels, decoded anew
+  EXPECT_THAT(panel->takeSignals(), IsEmpty());
   item->button()->setHidden(true);
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewStatus"));
   const char* status = nullptr;
