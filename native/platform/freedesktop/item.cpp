@@ -14,6 +14,8 @@ namespace {
 constexpr auto kInterface = "org.kde.StatusNotifierItem";
 /// Tokens are a few dozen bytes; a longer one is nobody's.
 constexpr std::size_t kLongestToken = 4096;
+/// For what no item here ever has: told to those who ask for it, not to those who read all for each new icon.
+constexpr auto kOnRequest = SD_BUS_VTABLE_PROPERTY_EXPLICIT;
 
 const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
 
@@ -54,16 +56,16 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_PROPERTY("Id", "s", get<&Item::id_>, 0, 0),
     SD_BUS_PROPERTY("Title", "s", get<&Item::name_>, 0, 0),
     SD_BUS_PROPERTY("Status", "s", get<&Item::appendStatus>, 0, 0),
-    SD_BUS_PROPERTY("WindowId", "i", get<appendWindowId>, 0, 0),
+    SD_BUS_PROPERTY("WindowId", "i", get<appendWindowId>, 0, kOnRequest),
     SD_BUS_PROPERTY("IconName", "s", get<&Item::appendIconName>, 0, 0),
     SD_BUS_PROPERTY("IconPixmap", "a(iiay)", get<&Item::appendIcon>, 0, 0),
     SD_BUS_PROPERTY("IconAccessibleDesc", "s", get<&Item::name_>, 0, 0),
-    SD_BUS_PROPERTY("OverlayIconName", "s", get<appendEmpty>, 0, 0),
-    SD_BUS_PROPERTY("OverlayIconPixmap", "a(iiay)", get<appendNoPixels>, 0, 0),
-    SD_BUS_PROPERTY("AttentionIconName", "s", get<appendEmpty>, 0, 0),
-    SD_BUS_PROPERTY("AttentionIconPixmap", "a(iiay)", get<appendNoPixels>, 0, 0),
-    SD_BUS_PROPERTY("AttentionMovieName", "s", get<appendEmpty>, 0, 0),
-    SD_BUS_PROPERTY("AttentionAccessibleDesc", "s", get<appendEmpty>, 0, 0),
+    SD_BUS_PROPERTY("OverlayIconName", "s", get<appendEmpty>, 0, kOnRequest),
+    SD_BUS_PROPERTY("OverlayIconPixmap", "a(iiay)", get<appendNoPixels>, 0, kOnRequest),
+    SD_BUS_PROPERTY("AttentionIconName", "s", get<appendEmpty>, 0, kOnRequest),
+    SD_BUS_PROPERTY("AttentionIconPixmap", "a(iiay)", get<appendNoPixels>, 0, kOnRequest),
+    SD_BUS_PROPERTY("AttentionMovieName", "s", get<appendEmpty>, 0, kOnRequest),
+    SD_BUS_PROPERTY("AttentionAccessibleDesc", "s", get<appendEmpty>, 0, kOnRequest),
     SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", get<&Item::appendToolTip>, 0, 0),
     SD_BUS_PROPERTY("IconThemePath", "s", get<&Item::appendIconThemePath>, 0, 0),
     SD_BUS_PROPERTY("Menu", "o", get<appendMenuPath>, 0, 0),
