@@ -7,7 +7,12 @@
 
 #include "item.h"
 
-enum { kSmall = 22, kLarge = 44, kFrames = 2 };
+enum { kSmall = 22, kLarge = 44 };
+
+struct Frame {
+  uint8_t small[kSmall * kSmall * 4];
+  uint8_t large[kLarge * kLarge * 4];
+};
 
 static const char kItem[] = "org.kde.StatusNotifierItem";
 static const char kPath[] = "/StatusNotifierItem";
@@ -21,11 +26,14 @@ struct Item {
   const char* menu;
   int isMenu;
   int size;
-  int frame;
-  uint8_t small[kFrames][kSmall * kSmall * 4];
-  uint8_t large[kFrames][kLarge * kLarge * 4];
+  const struct Frame* frame;
 };
-static struct Item item = {.category = "ApplicationStatus", .title = "bare_item", .status = "Active", .iconName = ""};
+static struct Item item = {.category = "ApplicationStatus",
+                           .id = "bare",
+                           .title = "bare",
+                           .status = "Active",
+                           .iconName = "",
+                           .menu = "/MenuBar"};
 
 static void require(int result, const char* what) {
   if (result >= 0) return;
@@ -44,8 +52,8 @@ static int getIcon(sd_bus* bus, const char* path, const char* interface, const c
                    void* data, sd_bus_error* error) {
   (void)bus, (void)path, (void)interface, (void)property, (void)data, (void)error;
   int result = sd_bus_message_open_container(reply, 'a', "(iiay)");
-  if (result >= 0) result = appendPicture(reply, kSmall, item.small[item.frame]);
-  if (result >= 0 && item.size == kLarge) result = appendPicture(reply, kLarge, item.large[item.frame]);
+  if (result >= 0) result = appendPicture(reply, kSmall, item.frame->small);
+  if (result >= 0 && item.size == kLarge) result = appendPicture(reply, kLarge, item.frame->large);
   return result < 0 ? result : sd_bus_message_close_container(reply);
 }
 
@@ -68,9 +76,11 @@ static const sd_bus_vtable kVtable[] = {SD_BUS_VTABLE_START(0),
                                         SD_BUS_SIGNAL("NewIcon", "", 0),
                                         SD_BUS_VTABLE_END};
 
-static void changeIcon(sd_bus* bus) {
-  item.frame = (item.frame + 1) % kFrames;
-  require(sd_bus_emit_signal(bus, kPath, kItem, "NewIcon", NULL), "signal");
+static struct Frame* makeFrames(int count) {
+  struct Frame* const frames = (struct Frame*)malloc((size_t)count * sizeof *frames);
+  if (frames == NULL) exit(1);
+  for (int i = 0; i < count; ++i) memset(&frames[i], i, sizeof *frames);
+  return frames;
 }
 
 static void setTimer(int timer, long milliseconds) {
@@ -82,10 +92,7 @@ static void setTimer(int timer, long milliseconds) {
 int main(int count, char** arguments) {
   if (count != 3) return 2;
   item.size = atoi(arguments[1]);
-  item.id = item.title;
-  item.menu = "/MenuBar";
-  memset(item.small[1], 0xFF, sizeof item.small[1]);
-  memset(item.large[1], 0xFF, sizeof item.large[1]);
+  item.frame = makeFrames(1);
 
   sd_bus* bus = NULL;
   require(sd_bus_open_user(&bus), "bus");
@@ -96,6 +103,7 @@ int main(int count, char** arguments) {
       "registration");
 
   const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+  const struct Frame* frames = NULL;
   int ticks = 0;
   int counted = 0;
   for (;;) {
@@ -109,7 +117,8 @@ int main(int count, char** arguments) {
       if (read(timer, &expirations, sizeof expirations) < 0) return 1;
       ++ticks;
       if (ticks == kTicksBefore || ticks == kTicksBefore + counted) report();
-      changeIcon(bus);
+      item.frame = &frames[ticks - 1];
+      require(sd_bus_emit_signal(bus, kPath, kItem, "NewIcon", NULL), "signal");
       if (ticks == kTicksBefore + counted + kTicksAfter) {
         setTimer(timer, 0);
         done();
@@ -122,6 +131,7 @@ int main(int count, char** arguments) {
       } else if (isNamed(&command, "change")) {
         counted = command.count;
         ticks = 0;
+        frames = makeFrames(kTicksBefore + counted + kTicksAfter);
         setTimer(timer, kTick);
       }
     }

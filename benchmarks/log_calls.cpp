@@ -8,20 +8,21 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
-#ifdef WITH_SPDLOG
+#if defined(WITH_SPDLOG)
 #include <spdlog/async.h>
 #include <spdlog/sinks/basic_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
-#else
+#elif !defined(WITH_WRITE)
 #include <quill_tray_manager.h>
 #endif
 
 namespace {
 
-#ifdef WITH_SPDLOG
+#if defined(WITH_SPDLOG)
 
 // The same two lines, one to standard output and one with a timestamp to a file; nothing is synced.
 std::shared_ptr<spdlog::logger> makeLogger() {
@@ -37,6 +38,14 @@ std::shared_ptr<spdlog::logger> makeLogger() {
 void logOnce() {
   static const auto logger = makeLogger();
   logger->error("[TrayManager] 打开 URL 失败：URL 字符串为空");
+}
+
+#elif defined(WITH_WRITE)
+
+// The first of the two lines, by the one system call that it takes.
+void logOnce() {
+  constexpr std::string_view line = "[TrayManager] [TrayManager] 打开 URL 失败：URL 字符串为空\n";
+  if (write(STDOUT_FILENO, line.data(), line.size()) < 0) _exit(1);
 }
 
 #else

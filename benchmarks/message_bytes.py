@@ -1,4 +1,4 @@
-"""Counts the bytes of what passes on a bus: a monitor that speaks D-Bus itself, since no binding tells a message's size."""
+"""Counts the bytes that pass on a bus, by a monitor that speaks D-Bus itself: no binding tells a message's size."""
 
 import os
 import socket

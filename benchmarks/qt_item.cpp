@@ -9,7 +9,7 @@
 #include <QSocketNotifier>
 #include <QSystemTrayIcon>
 #include <QTimer>
-#include <array>
+#include <vector>
 
 #include "item.h"
 
@@ -17,15 +17,9 @@ namespace {
 
 class Item {
  public:
-  Item(int size, const char* directory) : input_(STDIN_FILENO, QSocketNotifier::Read) {
-    for (int i = 0; i < 2; ++i) {
-      auto& frame = frames_[static_cast<std::size_t>(i)];
-      for (const int side : {22, 44}) {
-        char path[512];
-        framePath(path, sizeof path, directory, side, i);
-        if (side <= size) frame.addPixmap(QPixmap(QString::fromUtf8(path)));
-      }
-    }
+  Item(int size, const char* directory)
+      : size_(size), directory_(directory), input_(STDIN_FILENO, QSocketNotifier::Read) {
+    addFrames(1);
     first_.addAction(QStringLiteral("Quit"));
     icon_.setContextMenu(&first_);
     icon_.setIcon(frames_[0]);
@@ -37,12 +31,24 @@ class Item {
   }
 
  private:
+  void addFrames(std::size_t count) {
+    while (frames_.size() < count) {
+      QIcon& frame = frames_.emplace_back();
+      for (const int side : {22, 44}) {
+        char path[512];
+        framePath(path, sizeof path, directory_, side, static_cast<int>(frames_.size() % 2));
+        if (side <= size_) frame.addPixmap(QPixmap(QString::fromUtf8(path)));
+      }
+    }
+  }
+
   void obey(const Command& command) {
     if (isNamed(&command, "report")) report();
     if (isNamed(&command, "change") || isNamed(&command, "repeat")) {
       changes_ = isNamed(&command, "change");
       counted_ = command.count;
       ticks_ = 0;
+      addFrames(static_cast<std::size_t>(kTicksBefore + counted_ + kTicksAfter + 1));
       timer_.start();
     }
     if (isNamed(&command, "menu") || isNamed(&command, "keys")) {
@@ -57,7 +63,7 @@ class Item {
   void tick() {
     ++ticks_;
     if (ticks_ == kTicksBefore || ticks_ == kTicksBefore + counted_) report();
-    icon_.setIcon(frames_[changes_ ? static_cast<std::size_t>(ticks_ % 2) : 0]);
+    icon_.setIcon(frames_[changes_ ? static_cast<std::size_t>(ticks_) : 0]);
     if (ticks_ < kTicksBefore + counted_ + kTicksAfter) return;
     timer_.stop();
     done();
@@ -77,7 +83,9 @@ class Item {
     icon_.setContextMenu(menu);
   }
 
-  std::array<QIcon, 2> frames_;
+  int size_;
+  const char* directory_;
+  std::vector<QIcon> frames_;  // the first is the one on show
   QMenu first_;
   QSystemTrayIcon icon_;
   QTimer timer_;

@@ -155,7 +155,8 @@ class Session:
             "GDK_BACKEND": "x11",
             "QT_QPA_PLATFORM": "xcb",  # Qt's other platforms know no status items
         }
-        self._ready(["dbus-daemon", f"--config-file={place / 'bus.conf'}", "--nofork", "--nopidfile", "--print-address={}"])
+        configuration = f"--config-file={place / 'bus.conf'}"
+        self._ready(["dbus-daemon", configuration, "--nofork", "--nopidfile", "--print-address={}"])
 
     def _ready(self, words, prefix=""):
         """Starts a server; what it writes to a pipe once it is ready."""
