@@ -84,6 +84,8 @@ TEST_F(Freedesktop, AnswersForEveryPropertyAndSignalsWhatIsNewOnce) {
   item->button()->setImage(icon);
   item->button()->setNeedsDisplay(true);
   EXPECT_THAT(panel->takeSignals(), IsEmpty());
+  item->button()->setImage(image(1));  // the same pixels, decoded anew
+  EXPECT_THAT(panel->takeSignals(), IsEmpty());
   item->button()->setHidden(true);
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewStatus('Passive',)"));
   g_set_application_name("Renamed");

@@ -96,6 +96,8 @@ Bus::~Bus() = default;
 void Bus::start() {
   source_.reset(g_source_new(&sourceFunctions, sizeof(Source)));
   reinterpret_cast<Source*>(source_.get())->bus = this;
+  // Others are taken out of the poll while they are dispatched, which wakes the main context twice for each message.
+  g_source_set_can_recurse(source_.get(), TRUE);
   g_source_attach(source_.get(), nullptr);
   reconnect_.emplace(queue_, [this] { connect(); });
   connect();
@@ -138,7 +140,7 @@ sd_bus* Bus::forSignals() {
 bool Bus::prepare(int& timeoutMilliseconds) {
   timeoutMilliseconds = -1;
   due_.reset();
-  if (!bus_ || isForked()) {
+  if (!bus_ || isForked() || isProcessing_) {
     watchDescriptor(-1, 0);
     return false;
   }
@@ -180,9 +182,11 @@ bool Bus::isReadyToProcess() const {
 void Bus::process() {
   queue_.dispatches()->note();
   int result = 1;
+  isProcessing_ = true;
   for (int handled = 0; result > 0 && handled < kMessagesADispatch; ++handled) {
     result = isCongested() ? -ENOBUFS : sd_bus_process(bus_.get(), nullptr);
   }
+  isProcessing_ = false;
   if (result < 0) {
     lose();
   } else if (sd_bus_is_ready(bus_.get()) > 0) {

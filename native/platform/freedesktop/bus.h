@@ -60,6 +60,7 @@ class Bus {
   void* watch_ = nullptr;  // the descriptor's tag in source_
   int descriptor_ = -1;
   int events_ = 0;
+  bool isProcessing_ = false;  // sd-bus handles one message at a time, also where a main loop runs inside of one
   std::optional<std::chrono::nanoseconds> due_;
   BusHandle bus_;
 };

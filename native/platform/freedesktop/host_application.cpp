@@ -8,18 +8,23 @@
 #include <system_error>
 
 #include "glib_handles.h"
+#include "immortal.h"
 
 namespace quill::freedesktop {
 namespace {
 
 std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
 
-std::string executableName() {
-  std::error_code error;
-  auto name = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
-  constexpr std::string_view kReplaced = " (deleted)";  // what the kernel adds after an update on disk
-  if (name.ends_with(kReplaced)) name.resize(name.size() - kReplaced.size());
-  return wellFormed(name.empty() ? "application" : name.c_str());
+/// Read once: it stays, and is asked for whenever something is shown.
+const std::string& executableName() {
+  static const Immortal<std::string> found([] {
+    std::error_code error;
+    auto name = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
+    constexpr std::string_view kReplaced = " (deleted)";  // what the kernel adds after an update on disk
+    if (name.ends_with(kReplaced)) name.resize(name.size() - kReplaced.size());
+    return wellFormed(name.empty() ? "application" : name.c_str());
+  });
+  return found.get();
 }
 
 }  // namespace

@@ -13,6 +13,8 @@ struct IconPixels {
   int width = 0;
   int height = 0;
   std::vector<std::uint8_t> argb;
+
+  bool operator==(const IconPixels&) const = default;
 };
 
 enum class Tone { light, dark };

@@ -19,6 +19,10 @@ class IconRendering : public ImageRendering {
   bool isOfTemplate() const { return symbolic_ != nullptr; }
   /// A template's other form; null for other images.
   const std::shared_ptr<SymbolicIcon>& symbolic() const { return symbolic_; }
+  /// Whether nobody could tell the two apart in a bar.
+  bool looksLike(const IconRendering& other) const {
+    return isOfTemplate() == other.isOfTemplate() && sizes_ == other.sizes_;
+  }
 
  private:
   std::shared_ptr<SymbolicIcon> symbolic_;

@@ -103,7 +103,7 @@ void Item::show(const StatusItem& item) {
   if (image == image_) return;
   image_ = image;
   auto icon = image ? iconRenderingOf(*image) : nullptr;
-  if (icon == icon_) return;
+  if (icon == icon_ || (icon && icon_ && icon->looksLike(*icon_))) return;
   icon_ = std::move(icon);
   writeSymbolicIcon();
   signal("NewIcon");

@@ -1,0 +1,407 @@
+"""Measures the library beside what a host would use instead: run.py BUILD_DIRECTORY RESULT_DIRECTORY [FIGURE...]
+
+Every figure is the median of several rounds in which all programs take their turns. Prints one table, and writes it
+as figures.json.
+"""
+
+import json
+import os
+import pathlib
+import platform
+import shutil
+import statistics
+import struct
+import subprocess
+import sys
+import time
+import zlib
+from collections import defaultdict
+from dataclasses import dataclass
+
+from session import Session
+
+OURS, BARE, QT, APPINDICATOR, SPDLOG, WRITE = "ours", "bare sd-bus", "Qt 6", "appindicator", "spdlog", "write(2) alone"
+ITEMS = {OURS: "quill", BARE: "bare", QT: "qt", APPINDICATOR: "appindicator"}
+TOOLKITS = QT, APPINDICATOR
+TICK = 35_000_000  # ns
+PIXELS = (22 * 22 + 44 * 44) * 4  # bytes
+
+
+@dataclass
+class Row:
+    figure: str
+    ours: float
+    peers: dict
+    goal: str
+    reached: bool
+    ratio: float | None = None
+
+
+def against(figure, ours, peers, most, beside=None):
+    """A row whose goal is a ratio to the best of its peers; none where no peer is here. `beside` is for comparison."""
+    if not peers:
+        return []
+    ratio = ours / min(peers.values())
+    return [Row(figure, ours, peers | (beside or {}), f"≤ {most:g} ×", ratio <= most, ratio)]
+
+
+def at_most(figure, ours, peers, most):
+    """A row whose goal is an amount."""
+    return [Row(figure, ours, peers, f"≤ {most:,}", ours <= most)]
+
+
+def only(values, *names):
+    return {name: values[name] for name in names if name in values}
+
+
+class Benchmark:
+    def __init__(self, session, icons):
+        self.session = session
+        self.icons = icons
+        self.items = {}
+        for name, program in ITEMS.items():
+            if session.has(program):
+                self.items[name] = program
+            else:
+                print(f"benchmark: {name} is not installed: left out", flush=True)
+
+    def item(self, name, size=44):
+        return self.session.start(self.items[name], size, self.icons)
+
+    def rounds(self, count, measure, names=None):
+        """The median of what `measure(name)` gives for each item program: a number, or a list of them."""
+        found = defaultdict(list)
+        for _ in range(count):
+            for name in self.items:
+                if names is None or name in names:
+                    found[name].append(measure(name))
+        return {name: medians(values) for name, values in found.items()}
+
+    # --- the figures ------------------------------------------------------------------------------------------
+
+    def icon_change(self):
+        """CPU of an icon change that a panel reads: every 35 ms, with frames made ready before."""
+        count = 50
+        rows = []
+        for size, figure in ((22, "22"), (44, "22 and 44")):
+
+            def measure(name):
+                with self.session.panel() as panel, self.item(name, size) as item:
+                    panel.hear("read")
+                    item.rest()
+                    panel.count("read")
+                    item.tell(f"change {count}")
+                    begin, end = item.hear_report(), item.hear_report()
+                    item.hear("done")
+                    item.rest()
+                    if panel.count("read") < count:
+                        raise RuntimeError(f"{name}: not every icon was read")
+                    return (end.cpu - begin.cpu_after) / count / 1e3
+
+            cost = self.rounds(3, measure)
+            text = f"icon change, {figure} px: CPU, µs"
+            rows += against(text, cost[OURS], only(cost, BARE), 1.25)
+            rows += against(text, cost[OURS], only(cost, *TOOLKITS), 0.35)
+        return rows
+
+    def bytes(self):
+        """What passes on the bus for an icon change: what a long run takes more than a short one."""
+        short, long = 10, 40
+
+        def measure(name):
+            with self.session.panel() as panel, self.item(name) as item:
+                connection = panel.hear("item")[0]
+                panel.hear("read")
+                item.rest()
+                monitor = self.session.monitor()
+                results = []
+                for command in ("change", "repeat") if name != BARE else ("change",):
+                    passed = []
+                    for count in (short, long):
+                        before = monitor.of(connection)
+                        item.tell(f"{command} {count}")
+                        item.hear("done")
+                        item.rest()
+                        passed.append(monitor.of(connection) - before)
+                    results.append((passed[1] - passed[0]) / (long - short))
+                monitor.close()
+                return results
+
+        found = self.rounds(1, measure)
+        change = {name: values[0] for name, values in found.items() if name != OURS}
+        repeat = {name: values[1] for name, values in found.items() if name in TOOLKITS}
+        return [
+            *at_most("icon change, 22 and 44 px: bytes on the bus", found[OURS][0], change, PIXELS + 800),
+            *at_most("icon shown already, again: bytes on the bus", found[OURS][1], repeat, 0),
+        ]
+
+    def start(self):
+        """From the start of a process until a panel has read its item; memory and threads once it is at rest."""
+
+        def measure(name):
+            with self.session.panel() as panel, self.item(name) as item:
+                panel.hear("read")
+                shown = item.report()
+                item.rest()
+                rest = item.report()
+                return [shown.cpu / 1e6, rest.memory, rest.threads]
+
+        found = self.rounds(5, measure)
+        with self.session.start("empty") as empty:
+            nothing = empty.report().memory
+        cpu, threads = column(found, 0), column(found, 2)
+        memory = {name: (kibibytes - nothing) / 1024 for name, kibibytes in column(found, 1).items()}
+        text = "process start to item shown: CPU, ms"
+        return [
+            *at_most(text, cpu[OURS], only(cpu, BARE), 8),
+            *against(text, cpu[OURS], only(cpu, QT), 0.3),
+            *against(text, cpu[OURS], only(cpu, APPINDICATOR), 0.1),
+            *against("private memory beyond an empty process, MiB", memory[OURS], only(memory, QT), 0.3),
+            *at_most("threads, the log's among them", threads[OURS], only(threads, BARE, *TOOLKITS), 2),
+        ]
+
+    def menu(self):
+        """From the menu's JSON text to the reply to the first GetLayout."""
+
+        def layout(panel, item, command, count):
+            item.tell(f"{command} {count}")
+            begin = item.hear_report()
+            item.hear("done")
+            panel.tell("layout")
+            if int(panel.hear("layout")[0]) != count:
+                raise RuntimeError(f"{item.name}: not the whole menu was read")
+            end = item.report()
+            return (end.cpu - begin.cpu_after) / 1e6, (end.memory - begin.memory) / 1024
+
+        def measure(command, count, repeated=1):
+            def run(name):
+                with self.session.panel() as panel, self.item(name) as item:
+                    panel.hear("read")
+                    item.rest()
+                    return medians([layout(panel, item, command, count) for _ in range(repeated)])
+
+            return run
+
+        many = 10_000
+        found = self.rounds(3, measure("menu", many), (OURS, QT))
+        found |= self.rounds(1, measure("menu", many), (APPINDICATOR,))
+        keys = self.rounds(3, measure("keys", many), (OURS, QT))
+        each = [self.rounds(3, measure("menu", n, 9), (OURS,))[OURS][0] / n for n in (10, 1000)]
+        cpu, memory = column(found, 0), column(found, 1)
+        keyed = column(keys, 0)
+        per_item = cpu[OURS] / many
+        return [
+            *against("menu of 10,000, JSON to layout: CPU, ms", cpu[OURS], only(cpu, *TOOLKITS), 0.25),
+            *against("the same: private memory, MiB", memory[OURS], only(memory, *TOOLKITS), 0.45),
+            *against("the same, a shortcut and so a log line each: CPU, ms", keyed[OURS], only(keyed, QT), 0.25),
+            *against("an item of 10,000: CPU, µs", per_item * 1e3, {"of 10": each[0] * 1e3}, 1.5),
+            *against("an item of 10,000: CPU, µs", per_item * 1e3, {"of 1,000": each[1] * 1e3}, 1.5),
+        ]
+
+    def log_call(self):
+        """One log call at its caller, flat out, console to a file; only ours has written there when it returns."""
+        programs = {OURS: "quill_log_calls", SPDLOG: "spdlog_log_calls", WRITE: "write_calls"}
+        rows = []
+        for threads, calls, text, most in ((1, 100_000, "1 thread", 1.5), (8, 25_000, "8 threads", 1.0)):
+            found = defaultdict(list)
+            for _ in range(5):
+                for name, program in programs.items():
+                    if not self.session.has(program):
+                        continue
+                    with self.session.start(program, threads, calls) as running:
+                        found[name].append([int(word) / 1e3 for word in running.hear("calls")])
+                    remove_logs(self.session.directory / "home" / program)
+            values = {name: medians(times) for name, times in found.items()}
+            for index, kind, goal in ((0, "median", most), (1, "99th percentile", 0.1))[: 1 if threads == 1 else 2]:
+                time = column(values, index)
+                figure = f"log call, {text}: {kind}, µs"
+                rows += against(figure, time[OURS], only(time, SPDLOG), goal, only(time, WRITE))
+        return rows
+
+    def log_lines(self):
+        """Lines a second that reach the disk."""
+        rounds = 9
+        with self.session.start("log_lines", 300, rounds) as running:
+            ours, bare = medians([[float(rate) for rate in running.hear("lines")] for _ in range(rounds)])
+        ratio = ours / bare
+        peer = {"open … fsync, close": bare}
+        return [Row("log lines a second, each synced", ours, peer, "≥ 0.9 ×", ratio >= 0.9, ratio)]
+
+    def set_icon(self):
+        """set_main_icon against the decoding that it needs."""
+        with self.session.panel(), self.session.start("icon_calls", self.icons / "64-0.png", 300) as running:
+            ours, decoding = (int(time) / 1e3 for time in running.hear("icons"))
+        return against("set_main_icon, 64 px PNG: CPU at the caller, µs", ours, {"decoding alone": decoding}, 1.3)
+
+    def tick(self):
+        """The animation's clock beside a bare timerfd's, idle and with every core busy."""
+        count = 1001
+        frames = [self.icons / f"22-{index}.png" for index in (0, 1)]
+        rows = []
+        for text, busy, most in (("idle", 0, 1), ("all cores busy", os.cpu_count(), 10)):
+            with (
+                self.session.panel() as panel,
+                self.session.start("quill_ticks", count, *frames) as ours,
+                self.session.start("timerfd_ticks", count) as timer,
+            ):
+                panel.hear("read")
+                ours.rest()
+                spinning = [subprocess.Popen([sys.executable, "-c", "while True: pass"]) for _ in range(busy)]
+                try:
+                    for program in (ours, timer):
+                        program.tell("start")
+                    clock, beside = (Clock(program.hear("ticks")) for program in (ours, timer))
+                finally:
+                    for process in spinning:
+                        process.kill()
+                        process.wait()
+            figure = f"1,000 ticks of 35 ms, {text}"
+            rows += at_most(f"{figure}: drift, ms", clock.drift, {"timerfd": beside.drift}, most)
+            rows += against(f"{figure}: period error, 99th percentile, µs", clock.error, {"timerfd": beside.error}, 1.2)
+        return rows
+
+    def idle(self):
+        """Wakeups while nothing happens."""
+        seconds = 10
+        with self.session.panel() as panel:
+            running = {}
+            try:
+                for name in self.items:
+                    running[name] = self.item(name)
+                    panel.hear("read")
+                for item in running.values():
+                    item.rest()
+                before = {name: item.switches() for name, item in running.items()}
+                time.sleep(seconds)
+                woken = {name: item.switches() - before[name] for name, item in running.items()}
+            finally:
+                for item in running.values():
+                    item.__exit__()
+        return at_most("wakeups in 10 s, item on show", woken.pop(OURS), woken, 0)
+
+
+class Clock:
+    """What a row of tick times says of its clock."""
+
+    def __init__(self, words):
+        times = [int(word) for word in words]
+        errors = sorted(abs(after - before - TICK) for before, after in zip(times, times[1:]))
+        self.drift = abs(times[-1] - times[0] - TICK * (len(times) - 1)) / 1e6  # ms
+        self.error = errors[len(errors) * 99 // 100] / 1e3  # µs
+
+
+def column(values, index):
+    return {name: row[index] for name, row in values.items()}
+
+
+def medians(values):
+    """Of numbers, or of lists of numbers one by one."""
+    if isinstance(values[0], (list, tuple)):
+        return [statistics.median(same) for same in zip(*values)]
+    return statistics.median(values)
+
+
+def remove_logs(home):
+    for log in home.rglob("*.log"):
+        log.unlink()
+
+
+def png(side, hole):
+    """A disc or a ring with a soft edge, as a PNG file's bytes."""
+
+    def covered(radius, x, y):
+        return max(0.0, min(1.0, radius - ((x + 0.5 - side / 2) ** 2 + (y + 0.5 - side / 2) ** 2) ** 0.5))
+
+    def chunk(kind, data):
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    rows = bytearray()
+    for y in range(side):
+        rows.append(0)  # no filter
+        for x in range(side):
+            alpha = covered(0.45 * side, x, y) - (covered(0.25 * side, x, y) if hole else 0.0)
+            rows += bytes((40, 70, 110, round(255 * alpha)))
+    header = struct.pack(">IIBBBBB", side, side, 8, 6, 0, 0, 0)
+    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b"")
+
+
+def make_icons(directory):
+    directory.mkdir(parents=True, exist_ok=True)
+    for side in (22, 44, 64):
+        for index in (0, 1):
+            (directory / f"{side}-{index}.png").write_bytes(png(side, hole=index == 1))
+
+
+def amount(value):
+    if value == int(value) or abs(value) >= 100:
+        return f"{value:,.0f}"
+    return f"{value:.3g}"
+
+
+def table(rows):
+    """In Markdown, and readable as it is."""
+    cells = [["figure", "ours", "peers", "ratio", "goal", "reached"]]
+    for row in rows:
+        peers = ", ".join(f"{name} {amount(value)}" for name, value in row.peers.items())
+        ratio = "" if row.ratio is None else f"{row.ratio:.2f}"
+        cells.append([row.figure, amount(row.ours), peers, ratio, row.goal, "yes" if row.reached else "**no**"])
+    widths = [max(len(line[i]) for line in cells) for i in range(len(cells[0]))]
+    lines = ["| " + " | ".join(cell.ljust(width) for cell, width in zip(line, widths)) + " |" for line in cells]
+    lines.insert(1, "|" + "|".join("-" * (width + 2) for width in widths) + "|")
+    return "\n".join(lines)
+
+
+def machine():
+    processor = "unknown"
+    for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines():
+        if line.startswith("model name"):
+            processor = line.split(":", 1)[1].strip()
+            break
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    return {
+        "cores": os.cpu_count(),
+        "processor": processor,
+        "memory_gib": round(memory, 1),
+        "kernel": platform.release(),
+    }
+
+
+FIGURES = {
+    "icon-change": Benchmark.icon_change,
+    "bytes": Benchmark.bytes,
+    "start": Benchmark.start,
+    "menu": Benchmark.menu,
+    "log-call": Benchmark.log_call,
+    "log-lines": Benchmark.log_lines,
+    "set-icon": Benchmark.set_icon,
+    "tick": Benchmark.tick,
+    "idle": Benchmark.idle,
+}
+
+
+def main():
+    build, results = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+    chosen = sys.argv[3:] or list(FIGURES)
+    for name in chosen:
+        if name not in FIGURES:
+            sys.exit(f"benchmark: no figure {name}; there are " + ", ".join(FIGURES))
+    shutil.rmtree(results, ignore_errors=True)
+    make_icons(results / "icons")
+    rows = []
+    with Session(build / "benchmarks", results) as session:
+        benchmark = Benchmark(session, results / "icons")
+        for name in chosen:
+            started = time.monotonic()
+            rows += FIGURES[name](benchmark)
+            print(f"benchmark: {name} ({time.monotonic() - started:.0f} s)", flush=True)
+    shutil.rmtree(results / "home", ignore_errors=True)
+    here = machine()
+    (results / "figures.json").write_text(
+        json.dumps({"machine": here, "rows": [vars(row) for row in rows]}, ensure_ascii=False, indent=2) + "\n"
+    )
+    print(f"\n{here['cores']} cores ({here['processor']}), {here['memory_gib']} GiB, Linux {here['kernel']}\n")
+    print(table(rows))
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,192 @@
+"""A private session without a screen of its own, and the programs of the benchmark in it."""
+
+import os
+import pathlib
+import queue
+import subprocess
+import tempfile
+import threading
+import time
+
+from message_bytes import MessageBytes
+
+DEADLINE = 60.0  # seconds, for one answer
+REST = 0.25  # seconds without a wakeup after which a process counts as at rest
+BUS = """<busconfig>
+  <type>session</type>
+  <listen>unix:path={path}</listen>
+  <auth>EXTERNAL</auth>
+  <policy context="default">
+    <allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/>
+  </policy>
+</busconfig>
+"""
+
+
+class Program:
+    """One program of the benchmark: commands go to its standard input, answers come on its standard error."""
+
+    def __init__(self, path, arguments, environment, home):
+        home.mkdir(parents=True, exist_ok=True)
+        self.name = path.name
+        with open(home / "standard-output", "wb") as output:
+            self.process = subprocess.Popen(
+                [path, *map(str, arguments)],
+                env={**environment, "HOME": str(home), "XDG_RUNTIME_DIR": str(home)},
+                stdin=subprocess.PIPE,
+                stdout=output,
+                stderr=subprocess.PIPE,
+                encoding="utf-8",
+                errors="replace",
+            )
+        self._lines = queue.Queue()
+        self._others = []
+        threading.Thread(target=self._listen, daemon=True).start()
+
+    def _listen(self):
+        for line in self.process.stderr:
+            self._lines.put(line.rstrip("\n"))
+        self._lines.put(None)
+
+    def tell(self, line):
+        self.process.stdin.write(line + "\n")
+        self.process.stdin.flush()
+
+    def hear(self, word, deadline=DEADLINE):
+        """The words that follow on `word` in the next line that starts with it; what comes before is set aside."""
+        end = time.monotonic() + deadline
+        while True:
+            try:
+                line = self._lines.get(timeout=max(0, end - time.monotonic()))
+            except queue.Empty:
+                line = None
+            if line is None:
+                raise RuntimeError(f"{self.name}: no '{word}' after: " + " | ".join(self._others[-10:]))
+            first, *rest = line.split()
+            if first == word:
+                return rest
+            self._others.append(line)
+
+    def count(self, word):
+        """How often it has said so by now."""
+        found = 0
+        while not self._lines.empty():
+            line = self._lines.get()
+            found += line == word
+        return found
+
+    def hear_report(self):
+        return Report(self.hear("report"))
+
+    def report(self):
+        self.tell("report")
+        return self.hear_report()
+
+    def switches(self):
+        """How often its threads have gone to sleep or were made to, up to now."""
+        total = 0
+        for status in pathlib.Path(f"/proc/{self.process.pid}/task").glob("*/status"):
+            for line in status.read_text().splitlines():
+                if line.startswith(("voluntary_ctxt_switches", "nonvoluntary_ctxt_switches")):
+                    total += int(line.split()[1])
+        return total
+
+    def rest(self):
+        """Waits until it is at rest."""
+        end = time.monotonic() + DEADLINE
+        before, now = None, self.switches()
+        while now != before:
+            if time.monotonic() > end:
+                raise RuntimeError(f"{self.name} does not come to rest")
+            time.sleep(REST)
+            before, now = now, self.switches()
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        try:
+            self.process.wait(5)
+        except subprocess.TimeoutExpired:
+            self.process.kill()
+            self.process.wait()
+
+
+class Report:
+    """What a program said of itself."""
+
+    def __init__(self, words):
+        before, memory, threads, after = map(int, words)
+        self.cpu = before  # ns, at the look
+        self.memory = memory  # KiB
+        self.threads = threads
+        self.cpu_after = after  # ns, at its end
+
+
+class Session:
+    """A bus with nothing on it but what is started here, and a display for the peers that need one."""
+
+    def __init__(self, programs, directory):
+        self.programs = programs
+        self.directory = directory
+        self._temporary = tempfile.TemporaryDirectory(prefix="benchmark-")
+        self._children = []
+
+    def __enter__(self):
+        try:
+            self._start()
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def _start(self):
+        place = pathlib.Path(self._temporary.name)  # short: a socket's path has little room
+        self.bus_path = str(place / "bus")
+        (place / "bus.conf").write_text(BUS.format(path=self.bus_path))
+        self.environment = {
+            "PATH": os.environ["PATH"],
+            "LANG": "C.UTF-8",
+            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.bus_path}",
+            "DISPLAY": self._ready(["Xvfb", "-displayfd", "{}", "-screen", "0", "640x480x24", "-nolisten", "tcp"], ":"),
+            "NO_AT_BRIDGE": "1",
+            "GTK_A11Y": "none",
+            "GDK_BACKEND": "x11",
+            "QT_QPA_PLATFORM": "xcb",  # Qt's other platforms know no status items
+        }
+        configuration = f"--config-file={place / 'bus.conf'}"
+        self._ready(["dbus-daemon", configuration, "--nofork", "--nopidfile", "--print-address={}"])
+
+    def _ready(self, words, prefix=""):
+        """Starts a server; what it writes to a pipe once it is ready."""
+        reader, writer = os.pipe()
+        words = [word.format(writer) for word in words]
+        quiet = subprocess.DEVNULL
+        self._children.append(subprocess.Popen(words, pass_fds=[writer], stdin=quiet, stdout=quiet, stderr=quiet))
+        os.close(writer)
+        with open(reader, encoding="ascii") as answer:
+            said = answer.readline().strip()
+        if not said:
+            raise RuntimeError(f"{words[0]} does not start")
+        return prefix + said
+
+    def has(self, name):
+        return (self.programs / name).exists()
+
+    def start(self, name, *arguments):
+        return Program(self.programs / name, arguments, self.environment, self.directory / "home" / name)
+
+    def panel(self):
+        panel = self.start("panel")
+        panel.hear("ready")
+        return panel
+
+    def monitor(self):
+        return MessageBytes(self.bus_path)
+
+    def __exit__(self, *_):
+        for child in reversed(self._children):
+            child.terminate()
+            child.wait()
+        self._temporary.cleanup()
