@@ -1,6 +1,7 @@
 #include <gio/gio.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -226,6 +227,19 @@ TEST_F(Freedesktop, LeavesMessagesForAfterALoopInsideOfADispatch) {
   };
   item->button()->setHidden(true);
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewStatus", "NewStatus"));
+}
+
+TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const int next = dup(STDIN_FILENO);
+  close(next);
+  const rlimit full{static_cast<rlim_t>(next), before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &full);
+  int ticks = 0;
+  const auto timer = desktop.mainQueue().repeat(std::chrono::milliseconds(2), [&] { ++ticks; });
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_TRUE(runUntil([&] { return ticks >= 3; }));
 }
 
 TEST_F(Freedesktop, RefusesWhatMakesNoSense) {
