@@ -15,7 +15,7 @@ static off_t sizeOf(const char* path) {
 }
 
 static void waitForSize(const char* path, off_t size) {
-  const struct timespec moment = {0, 500000};
+  const struct timespec moment = {0, 100000};
   while (sizeOf(path) < size) nanosleep(&moment, NULL);
 }
 
