@@ -22,6 +22,7 @@ from session import Session
 
 OURS, BARE, QT, APPINDICATOR, SPDLOG, WRITE = "ours", "bare sd-bus", "Qt 6", "appindicator", "spdlog", "write(2) alone"
 ITEMS = {OURS: "quill", BARE: "bare", QT: "qt", APPINDICATOR: "appindicator"}
+LOGS = {OURS: "quill_log_calls", SPDLOG: "spdlog_log_calls", WRITE: "write_calls"}
 TOOLKITS = QT, APPINDICATOR
 TICK = 35_000_000  # ns
 PIXELS = (22 * 22 + 44 * 44) * 4  # bytes
@@ -58,12 +59,10 @@ class Benchmark:
     def __init__(self, session, icons):
         self.session = session
         self.icons = icons
-        self.items = {}
-        for name, program in ITEMS.items():
-            if session.has(program):
-                self.items[name] = program
-            else:
+        for name, program in (ITEMS | LOGS).items():
+            if not session.has(program):
                 print(f"benchmark: {name} is not installed: left out", flush=True)
+        self.items = {name: program for name, program in ITEMS.items() if session.has(program)}
 
     def item(self, name, size=44):
         return self.session.start(self.items[name], size, self.icons)
@@ -200,14 +199,12 @@ class Benchmark:
 
     def log_call(self):
         """One log call at its caller, flat out, console to a file; only ours has written there when it returns."""
-        programs = {OURS: "quill_log_calls", SPDLOG: "spdlog_log_calls", WRITE: "write_calls"}
+        programs = {name: program for name, program in LOGS.items() if self.session.has(program)}
         rows = []
         for threads, calls, text, most in ((1, 100_000, "1 thread", 1.5), (8, 25_000, "8 threads", 1.0)):
             found = defaultdict(list)
             for _ in range(5):
                 for name, program in programs.items():
-                    if not self.session.has(program):
-                        continue
                     with self.session.start(program, threads, calls) as running:
                         found[name].append([int(word) / 1e3 for word in running.hear("calls")])
                     remove_logs(self.session.directory / "home" / program)
