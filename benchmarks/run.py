@@ -217,8 +217,8 @@ class Benchmark:
 
     def log_lines(self):
         """Lines a second that reach the disk."""
-        rounds = 25
-        with self.session.start("log_lines", 100, rounds) as running:
+        rounds = 80
+        with self.session.start("log_lines", 25, rounds) as running:
             rates = [[float(rate) for rate in running.hear("lines")] for _ in range(rounds)]
         ours, bare = medians(rates)
         ratio = statistics.median(one / other for one, other in rates)  # disks that others use change from turn to turn
