@@ -229,6 +229,7 @@ TEST_F(Freedesktop, LeavesMessagesForAfterALoopInsideOfADispatch) {
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewStatus", "NewStatus"));
 }
 
+#ifndef __SANITIZE_ADDRESS__  // the undefined behaviour sanitizer, which comes with it here, needs descriptors itself
 TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
   rlimit before{};
   getrlimit(RLIMIT_NOFILE, &before);
@@ -241,6 +242,7 @@ TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_TRUE(runUntil([&] { return ticks >= 3; }));
 }
+#endif
 
 TEST_F(Freedesktop, RefusesWhatMakesNoSense) {
   showInPanel();
