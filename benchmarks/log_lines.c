@@ -15,7 +15,7 @@ static off_t sizeOf(const char* path) {
 }
 
 static void waitForSize(const char* path, off_t size) {
-  const struct timespec moment = {0, 500000};
+  const struct timespec moment = {0, 100000};
   while (sizeOf(path) < size) nanosleep(&moment, NULL);
 }
 
@@ -50,9 +50,10 @@ int main(int count, char** arguments) {
   snprintf(log, sizeof log, "%s/Library/Application Support/com.orvi.tamble/.logs/native.log", home);
   snprintf(bare, sizeof bare, "%s/bare.log", home);
 
+  const off_t before = sizeOf(log);
   quill_tray_manager_open_url(NULL);
-  waitForSize(log, 1);
-  const off_t line = sizeOf(log);
+  waitForSize(log, before + 1);
+  const off_t line = sizeOf(log) - before;
   for (int round = atoi(arguments[2]); round > 0; --round) {
     const double library = libraryRate(log, line, lines);
     fprintf(stderr, "lines %.0f %.0f\n", library, bareRate(bare, (size_t)line, lines));

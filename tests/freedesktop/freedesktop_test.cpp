@@ -1,3 +1,4 @@
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <climits>
@@ -169,6 +170,19 @@ TEST_F(Freedesktop, RefusesWhatMakesNoSenseAndAnswersGroupsInBoundedSize) {
   EXPECT_EQ(group({2, 77}), "([(2, {'label': <'__B<'>})],)");
   EXPECT_EQ(group(std::vector<std::int32_t>(100'000, 1)), "([(1, {'label': <'A'>})],)");
 }
+
+#ifndef __SANITIZE_ADDRESS__  // the undefined behaviour sanitizer, which comes with it here, needs descriptors itself
+TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
+  rlimit before{};
+  getrlimit(RLIMIT_NOFILE, &before);
+  const rlimit none{0, before.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  int ticks = 0;
+  const auto timer = desktop.mainQueue().repeat(2ms, [&] { ++ticks; });
+  setrlimit(RLIMIT_NOFILE, &before);
+  EXPECT_TRUE(runUntil([&] { return ticks >= 3; }));
+}
+#endif
 
 TEST_F(Freedesktop, LeavesItsParentsConnectionAloneAfterAFork) {
   showInPanel();

@@ -1,7 +1,10 @@
 #include "glib_main_queue.h"
 
 #include <sys/syscall.h>
+#include <sys/timerfd.h>
 #include <unistd.h>
+
+#include "file_descriptor.h"
 
 // GLib's lock hands a call from the thread that posts it to the one that runs it; the thread
 // sanitizer cannot see into GLib, so it is told.
@@ -48,9 +51,42 @@ SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSou
   return source;
 }
 
-class GlibTimer : public Timer {
+/// Driven by the kernel's timer, since the main context's own waits are whole milliseconds.
+class PreciseTimer : public Timer {
  public:
-  GlibTimer(GlibMainQueue& queue, std::chrono::nanoseconds period, std::function<void()> tick)
+  PreciseTimer(GlibMainQueue& queue, std::chrono::nanoseconds period, std::function<void()> tick)
+      : file_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
+    const itimerspec setting{timespecOf(period), timespecOf(period)};
+    if (!file_.isOpen() || timerfd_settime(file_.number(), 0, &setting, nullptr) != 0) return;
+    static GSourceFuncs whenReadable =
+        functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) { return callback(data); });
+    source_ = attachSource(
+        queue,
+        [this, tick = std::move(tick)] {
+          std::uint64_t ticks = 0;                                     // more than one: some were missed
+          if (read(file_.number(), &ticks, sizeof ticks) > 0) tick();  // may end this timer
+        },
+        whenReadable, -1);
+    g_source_set_can_recurse(source_.get(), TRUE);  // as for the bus
+    g_source_add_unix_fd(source_.get(), file_.number(), G_IO_IN);
+  }
+
+  bool isRunning() const { return source_ != nullptr; }
+
+ private:
+  static timespec timespecOf(std::chrono::nanoseconds duration) {
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(duration);
+    return {seconds.count(), (duration - seconds).count()};
+  }
+
+  posix::FileDescriptor file_;
+  SourceHandle source_;
+};
+
+/// For a process that has no descriptor to spare.
+class CoarseTimer : public Timer {
+ public:
+  CoarseTimer(GlibMainQueue& queue, std::chrono::nanoseconds period, std::function<void()> tick)
       : start_(monotonicNow()), period_(period), call_(queue, [this, tick = std::move(tick)] {
           call_.setDue(nextDue(start_, period_, monotonicNow()));
           tick();  // may end this timer
@@ -98,7 +134,9 @@ void GlibMainQueue::post(std::function<void()> work) {
 }
 
 std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, std::function<void()> tick) {
-  return std::make_unique<GlibTimer>(*this, period, std::move(tick));
+  auto timer = std::make_unique<PreciseTimer>(*this, period, tick);
+  if (timer->isRunning()) return timer;
+  return std::make_unique<CoarseTimer>(*this, period, std::move(tick));
 }
 
 DueCall::DueCall(GlibMainQueue& queue, std::function<void()> call) {
