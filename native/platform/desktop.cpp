@@ -5,7 +5,8 @@
 namespace quill {
 
 void Desktop::deliver(EventType type, const StatusItem& item) {
-  const auto button = item.button();  // keeps it while the action may replace the item
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): keeps it while the action may replace the item
+  const auto button = item.button();
   if (!button || (button->actionMask() & maskOf(type)) == 0) return;
   struct CurrentEvent {
     std::optional<Application>& application;

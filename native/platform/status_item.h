@@ -31,7 +31,7 @@ class StatusBarButton : public View {
   StatusBarButton(Rect frame, std::function<void()> onChange) : View(frame), onChange_(std::move(onChange)) {}
 
   const std::optional<Image>& image() const { return image_; }
-  void setImage(std::optional<Image> image) { assign(image_, image); }
+  void setImage(const std::optional<Image>& image) { assign(image_, image); }
   ImagePosition imagePosition() const { return imagePosition_; }
   void setImagePosition(ImagePosition position) { assign(imagePosition_, position); }
   bool isBordered() const { return bordered_; }

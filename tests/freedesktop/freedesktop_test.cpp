@@ -173,6 +173,7 @@ TEST_F(Freedesktop, RefusesWhatMakesNoSenseAndAnswersGroupsInBoundedSize) {
 
 #ifndef __SANITIZE_ADDRESS__  // the undefined behaviour sanitizer, which comes with it here, needs descriptors itself
 TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
+  g_main_context_default();  // which cannot do without one
   rlimit before{};
   getrlimit(RLIMIT_NOFILE, &before);
   const rlimit none{0, before.rlim_max};

@@ -48,7 +48,7 @@ bool Desktop::choose(std::string_view title) {
   const auto menu = item->announcedMenu();  // the choice may replace it
   for (const auto& entry : menu->items()) {
     if (entry->title != title) continue;
-    const auto chosen = entry;
+    const auto chosen = entry;  // NOLINT(performance-unnecessary-copy-initialization): keeps it meanwhile
     chosen->choose();
     return true;
   }
