@@ -23,6 +23,8 @@ std::string times(int count, const std::string& text) {
 
 const std::string kShape = R"(<path d="M0 0h22v22z"/>)";
 
+const std::string kCurves = "<path d='M0 0" + times(1000, "C-9 0 0-9 9 9") + "'/>";
+
 /// `levels` groups, each drawn `copies` times by the next.
 std::string nested(int levels, int copies) {
   std::string content = "<defs><g id='g0'>" + kShape + "</g>";
@@ -51,6 +53,11 @@ TEST(SvgBounds, WhatIconsAreMadeOfPasses) {
       svg(R"~(<g clip-path="url(#c)"><path d="M1 1h9"/></g><defs><clipPath id="c"><path d="M0 0h22v22H0z"/></clipPath></defs>)~"),
       svg("<style>.a{fill:#fff}</style><path class='a' style='stroke-dasharray:none' d='M0 0h9'/>"),
       nested(2, 2),
+      svg("<g transform='matrix(.1 0 0 -.1 0 22)' style='fill:#1e9a91'><path id='path305678901' d='" +
+          times(100, "M0 0l2200-9a9 9 0 1 1 9 9z") + "'/></g>"),
+      R"~(<svg xmlns="http://www.w3.org/2000/svg" width="22" height="22" viewBox="0 0 512 512" inkscape:window-width="9e9")~"
+      R"~( xmlns:inkscape="http://www.inkscape.org/namespaces/inkscape"><linearGradient id="g")~"
+      R"~( gradientTransform="scale(9e9)"/><path d="M0 0h512v512"/></svg>)~",
   };
   for (const auto& text : cases) {
     EXPECT_TRUE(isAffordableSvg(text)) << text.substr(0, 300);
@@ -77,6 +84,16 @@ TEST(SvgBounds, WhatCouldRunForLongIsRefusedAtOnce) {
       "<!DOCTYPE svg [<!ENTITY a 'b'>]>" + svg(kShape),
       "<?xml version='1.0' encoding='UTF-7'?>" + svg("+ADw-image/+AD4-"),
       svg(times(2000, kShape)),
+      svg("<path d='M0 0" + times(500, "C-1e6 0 0-1e6 9 9") + "'/>"),
+      svg("<path d='M0 0" + times(1000, "a9999 9999 0 1 1 1 1") + "'/>"),
+      svg("<path d='M0 0t" + times(3000, "99 0-99 9 ") + "'/>"),
+      svg(times(900, "<circle r='99in'/>")),
+      svg("<g transform='scale (1e3)'>" + kCurves + "</g>"),
+      svg(times(5, "<g transform='scale(9)'>") + kCurves + times(5, "</g>")),
+      svg("<style>.a{transform:scale(3)}</style>" + times(9, "<g class='a'>") + kCurves + times(9, "</g>")),
+      svg("<svg viewBox='0 0 .01 .01'>" + kCurves + "</svg>"),
+      "<!-- <svg width='99999'> --><svg xmlns='http://www.w3.org/2000/svg' width='9'><g transform='scale(9999)'>" +
+          kCurves + "</g></svg>",
   };
   for (const auto& text : cases) {
     const auto start = std::chrono::steady_clock::now();
