@@ -122,6 +122,8 @@ TEST(DecodeImage, VectorsThatIconsAreMadeOfAreDrawn) {
       kSvg + "<g clip-path='url(#c)'><path d='M1 1h9'/></g><defs><clipPath id='c'>" + kShape + "</clipPath></defs>",
       kSvg + "<style>.a{fill:#fff}</style><path class='a' style='stroke-dasharray:none' d='M0 0h9'/>",
       kSvg + kShape + times(5, kCopy),
+      kSvg + "<g transform='matrix(.1 0 0 -.1 0 22)' style='fill:#1e9a91'><path id='path305678901' d='" +
+          times(100, "M0 0l2200-9a9 9 0 1 1 9 9z") + "'/></g>",
   };
   for (const auto& text : cases) {
     SCOPED_TRACE(text);
@@ -132,6 +134,7 @@ TEST(DecodeImage, VectorsThatIconsAreMadeOfAreDrawn) {
 }
 
 TEST(DecodeImage, VectorsThatCouldTakeLongAreRefused) {
+  const auto curves = "<path d='M0 0" + times(1000, "C-9 0 0-9 9 9") + "'/>";
   const std::string cases[] = {
       kSvg + kShape + times(30, kCopy),
       kSvg + "<pattern id='p' width='9' height='9'/>",
@@ -144,6 +147,13 @@ TEST(DecodeImage, VectorsThatCouldTakeLongAreRefused) {
       kSvg + kMask + "<path mask='&#117;rl(#m)' d='M0 0h9'/>",
       kSvg + kMask + times(60, "<path mask='inherit' d='M0 0h9'/>"),
       kSvg + times(2000, kShape),
+      kSvg + "<path d='M0 0" + times(500, "C-1e6 0 0-1e6 9 9") + "'/>",
+      kSvg + "<path d='M0 0" + times(1000, "a9999 9999 0 1 1 1 1") + "'/>",
+      kSvg + "<path d='M0 0t" + times(3000, "99 0-99 9 ") + "'/>",
+      kSvg + times(900, "<circle r='99in'/>"),
+      kSvg + times(5, "<g transform='scale(9)'>") + curves + times(5, "</g>"),
+      kSvg + "<style>.a{transform:scale(3)}</style>" + times(9, "<g class='a'>") + curves + times(9, "</g>"),
+      kSvg + "<svg viewBox='0 0 .01 .01'>" + curves + "</svg>",
       "<!DOCTYPE svg [<!ENTITY a 'b'>]>" + kSvg,
       "<?xml version='1.0' encoding='windows-1252'?>" + kSvg,
   };
