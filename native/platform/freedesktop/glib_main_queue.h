@@ -25,7 +25,7 @@ class GlibMainQueue : public MainQueue {
     bool isExpectedHere() const;
 
    private:
-    struct Thread {
+    struct alignas(8) Thread {   // aligned for an atomic one without a lock
       std::uint32_t number = 0;  ///< from 1 on; not given to another thread later, and the same after a fork
       pid_t id = 0;              ///< the system's
     };
