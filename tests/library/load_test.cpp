@@ -36,10 +36,9 @@ TEST(SharedLibrary, MayBeUnloadedAndLoadedAgain) {
     reinterpret_cast<void (*)()>(address)();
     dlclose(library);
     // Ticks and attempts to connect go on, and log.
-    gboolean over = FALSE;
-    g_timeout_add(
-        150, [](gpointer flag) -> gboolean { return *static_cast<gboolean*>(flag) = TRUE, G_SOURCE_REMOVE; }, &over);
-    while (over == FALSE) g_main_context_iteration(nullptr, TRUE);
+    for (const auto end = g_get_monotonic_time() + 150'000; g_get_monotonic_time() < end; g_usleep(1000)) {
+      while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
+    }
   }
   EXPECT_EQ(addresses[0], addresses[1]) << "it stays in the process";
 }

@@ -1,38 +1,30 @@
-// What only real processes, files and pipes can show. Each host is a forked child with a home of its own.
+// What only real processes, files and pipes can show.
 
 #include <fcntl.h>
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
-#include <csignal>
 #include <cwchar>
-#include <filesystem>
-#include <fstream>
 #include <map>
 #include <thread>
 
+#include "forked_host.h"
 #include "log.h"
 #include "worker_queue.h"
 
 extern "C" [[gnu::visibility("default")]] const char* __tsan_default_options() { return "atexit_sleep_ms=0"; }
 
+namespace quill::testing {
 namespace {
 
-namespace fs = std::filesystem;
-using quill::logInfo;
-using testing::ElementsAre;
+using ::testing::MatchesRegex;
+using ::testing::Pair;
 
 // Logs "0", "1" and so on.
 void logNumbers(const std::string& module, const std::function<bool(int)>& goesOn) {
   for (int line = 0; goesOn(line); ++line) logInfo(std::to_string(line), module);
 }
-
-// As scripts/soak wants it.
-const bool isLong = std::getenv("QUILL_SOAK") != nullptr;
 
 int linesAtTheEnd = 0;
 // Later than the library's own: destructors with a lower number run last.
@@ -40,47 +32,13 @@ int linesAtTheEnd = 0;
   logNumbers("end", [](int line) { return line < linesAtTheEnd; });
 }
 
-class LoggingHost : public testing::Test {
+class LoggingHost : public ForkedHost {
  protected:
-  LoggingHost() {
-    // A disk in memory where there is one: what is tested is not the disk's speed.
-    std::string name = access("/dev/shm", W_OK) == 0 ? "/dev/shm/quill-log-XXXXXX" : "/tmp/quill-log-XXXXXX";
-    home = mkdtemp(name.data());
-    console = home / "console";
-    directory = home / "Library/Application Support/com.orvi.tamble/.logs";
-    file = directory / "native.log";
-    chmod(name.c_str(), 0777);
-  }
-  ~LoggingHost() override { fs::remove_all(home); }
-
-  void run(const std::function<void()>& body, int expected = 0) {
-    fflush(nullptr);
-    const pid_t child = fork();
-    if (child == 0) {
-      alarm(isLong ? 300 : 30);
-      setenv("HOME", home.c_str(), 1);
-      if (freopen(console.c_str(), "w", stdout) == nullptr) abort();  // also: no orientation any more
-      body();
-      exit(HasFailure() ? 1 : 0);
-    }
-    int status = -1;
-    waitpid(child, &status, 0);
-    EXPECT_EQ(status, expected) << testing::PrintToString(lines(console));
-  }
-
-  // Every line must have its end.
-  static std::vector<std::string> lines(const fs::path& of) {
-    std::vector<std::string> all;
-    std::ifstream text(of);
-    for (std::string line; std::getline(text, line); all.push_back(line)) EXPECT_FALSE(text.eof()) << "torn: " << line;
-    return all;
-  }
-
   // The log file's lines, each without what the console's lack; every one must be whole.
   std::vector<std::string> logged() const {
     auto all = lines(file);
-    EXPECT_THAT(all, testing::Each(testing::MatchesRegex("\\[[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}"
-                                                         "\\.[0-9]{3}\\]\\[INFO\\]\\[[^]]*\\] [^\\[]*")));
+    EXPECT_THAT(all, ::testing::Each(MatchesRegex("\\[[0-9]{4}-[0-9]{2}-[0-9]{2} [0-9]{2}:[0-9]{2}:[0-9]{2}"
+                                                  "\\.[0-9]{3}\\]\\[INFO\\]\\[[^]]*\\] [^\\[]*")));
     for (auto& line : all) line.erase(0, sizeof "[yyyy-MM-dd HH:mm:ss.SSS][INFO]" - 1);
     return all;
   }
@@ -96,8 +54,6 @@ class LoggingHost : public testing::Test {
   }
 
   std::uintmax_t fileSize() const { return fs::exists(file) ? fs::file_size(file) : 0; }
-
-  fs::path home, console, directory, file;
 };
 
 TEST_F(LoggingHost, LosesNothingOfABurstFromEightThreads) {
@@ -121,18 +77,18 @@ TEST_F(LoggingHost, WritesAtExitWhatWasLoggedUpToTheEnd) {
     std::atexit([] { logInfo("300", "T"); });
     linesAtTheEnd = 50;
   });
-  EXPECT_THAT(countUp(logged()), ElementsAre(testing::Pair("[T]", 301), testing::Pair("[end]", 50)));
+  EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 301), Pair("[end]", 50)));
 }
 
 TEST_F(LoggingHost, WaitsTwoSecondsForAStuckDiskAndNoLonger) {
   const auto before = std::chrono::steady_clock::now();
   run([] {
-    const auto queue = std::make_shared<quill::posix::WorkerQueue>("stuck", quill::posix::Priority::utility);
+    const auto queue = std::make_shared<posix::WorkerQueue>("stuck", posix::Priority::utility);
     queue->submit([held = queue] { pause(); });
     linesAtTheEnd = 1;  // the two seconds are for all of it
   });
   const std::chrono::duration<double> took = std::chrono::steady_clock::now() - before;
-  EXPECT_THAT(took.count(), testing::AllOf(testing::Ge(2), testing::Lt(4)));
+  EXPECT_THAT(took.count(), ::testing::AllOf(::testing::Ge(2), ::testing::Lt(4)));
 }
 
 TEST_F(LoggingHost, LeavesWholeLinesWhenKilled) {
@@ -149,7 +105,7 @@ TEST_F(LoggingHost, ForksWhileAnotherThreadLogs) {
 #endif
   run([this] {
     std::atomic<bool> stop{false};
-    const std::jthread other(logNumbers, "parent", [&](int) { return !stop; });
+    const std::jthread other(logNumbers, "parent", [&](int line) { return line <= 20 || !stop; });
     for (int child = 0; child < 20; ++child) run([=] { logInfo("0", "child" + std::to_string(child)); });
     stop = true;
   });
@@ -167,13 +123,14 @@ TEST_F(LoggingHost, ReportsEachFaultOfTheDisk) {
   };
   const auto logOne = [] {
     ASSERT_TRUE(getuid() != 0 || setuid(65534) == 0);  // no file is denied to root
-    logInfo("one", "T");
+    logInfo("one");
   };
+  chmod(home.c_str(), 0777);
   for (const auto& [fault, report] : cases) {
     run(logOne);
     fault();
     run(logOne);
-    EXPECT_THAT(lines(console), ElementsAre("[T] one", "[CommonLogManager] ❌ " + report));
+    EXPECT_THAT(lines(console), ElementsAre("[Native] one", "[CommonLogManager] ❌ " + report));
     fs::remove_all(home / "Library");
   }
 }
@@ -249,3 +206,4 @@ TEST_F(LoggingHost, StaysInTheTimeZoneItStartedIn) {
 }
 
 }  // namespace
+}  // namespace quill::testing

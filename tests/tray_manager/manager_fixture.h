@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -20,49 +21,37 @@ using Lines = std::vector<std::string>;
 /// What was logged since the last call, as "LEVEL message" without the tag, which each line must have; addresses are
 /// cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
-  const std::string tag = " [TrayManager] ";
+  static const std::regex ignored("\\[TrayManager\\] |: 0x[0-9a-f]+");
   Lines lines;
-  for (auto text : memory::Surroundings::current().logged()) {
-    const auto found = text.find(tag);
-    found == std::string::npos ? text.insert(0, "no tag: ") : text.replace(found, tag.size(), " ");
-    for (auto at = text.find(": 0x"); at != std::string::npos; at = text.find(": 0x")) {
-      text.erase(at, text.find_first_not_of("0123456789abcdef", at + 4) - at);
-    }
-    lines.push_back(text);
+  for (const auto& text : memory::Surroundings::current().logged()) {
+    EXPECT_THAT(text, ::testing::HasSubstr(" [TrayManager] "));
+    lines.push_back(std::regex_replace(text, ignored, ""));
   }
   memory::Surroundings::current().clear();
   return lines;
 }
 
 /// A manager on a desktop of its own, with its state laid open.
-class Manager : public TrayManager {
- public:
+struct Manager : TrayManager {
   using TrayManager::animatedIconView, TrayManager::animatedView, TrayManager::animationFrames,
       TrayManager::animationTimer, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
-      TrayManager::mainIcon, TrayManager::mainIconView, TrayManager::make, TrayManager::menu, TrayManager::statusItem;
-
- protected:
-  using TrayManager::TrayManager;
+      TrayManager::mainIcon, TrayManager::mainIconView, TrayManager::make, TrayManager::menu, TrayManager::statusItem,
+      TrayManager::TrayManager;
 };
 
-inline Image image(int width, int height) {
-  const std::vector<std::uint8_t> white(static_cast<std::size_t>(width * height * 4), 0xFF);
-  return {std::make_shared<Pixels>(Pixels{width, height, white}),
-          {static_cast<double>(width), static_cast<double>(height)}};
+/// Only its size is looked at here.
+inline Image image(int width, int height = 22) {
+  return {std::make_shared<Pixels>(Pixels{width, height, {}}), {1.0 * width, 1.0 * height}};
 }
-inline Image image(int side) { return image(side, side); }
 
-/// What the host's C callbacks were told.
-struct Host {
-  static inline int clicks = 0;
-  static inline std::vector<std::string> chosen;
-  static void click() { ++clicks; }
-  static void choose(const char* identifier) { chosen.emplace_back(identifier); }
-};
+/// What the host was told since it was last looked at.
+inline Lines told;
+inline void tellClick() { told.emplace_back("click"); }
+inline void tellChoice(const char* identifier) { told.emplace_back(identifier); }
 
 class ManagerTest : public ::testing::Test {
  protected:
-  ManagerTest() { Host::clicks = 0, Host::chosen.clear(), takeLines(); }
+  ManagerTest() { told.clear(), takeLines(); }
 
   memory::Desktop desktop;
   std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);
