@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -21,11 +20,15 @@ using Lines = std::vector<std::string>;
 /// What was logged since the last call, as "LEVEL message" without the tag, which each line must have; addresses are
 /// cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
-  static const std::regex ignored("\\[TrayManager\\] |: 0x[0-9a-f]+");
+  const std::string tag = "[TrayManager] ";
   Lines lines;
-  for (const auto& text : memory::Surroundings::current().logged()) {
-    EXPECT_THAT(text, ::testing::HasSubstr(" [TrayManager] "));
-    lines.push_back(std::regex_replace(text, ignored, ""));
+  for (auto text : memory::Surroundings::current().logged()) {
+    EXPECT_THAT(text, ::testing::HasSubstr(' ' + tag));
+    for (auto at = text.find(tag); at != std::string::npos; at = text.find(tag, at)) text.erase(at, tag.size());
+    for (auto at = text.find(": 0x"); at != std::string::npos; at = text.find(": 0x", at)) {
+      text.erase(at, text.find_first_not_of("0123456789abcdef", at + 4) - at);
+    }
+    lines.push_back(text);
   }
   memory::Surroundings::current().clear();
   return lines;
