@@ -114,7 +114,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr)
 /**
  * Sets the function that is called on a left click; null for none.
  *
- * Shells that open the menu on a left click call it on a double click, if at all.
+ * GNOME's shell opens the menu on a left click, and calls it on a double click only: give the menu an
+ * entry for what a click does.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(void (*callback)(void));
 
