@@ -359,8 +359,13 @@ def switch_waybar(session, theme):
     session.panel_process.send_signal(signal.SIGUSR2)  # reads its configuration anew
 
 
+def switch_lxqt(session, theme):
+    look = {"default": "Clearlooks"}.get(theme, theme)
+    session.write("lxqt/lxqt.conf", f"[General]\ntheme={look}\nicon_theme=Adwaita\n")
+
+
 def configure_lxqt(session):
-    session.write("lxqt/lxqt.conf", "[General]\ntheme=Clearlooks\nicon_theme=Adwaita\n")
+    switch_lxqt(session, session.theme)
     session.write(
         "lxqt/panel.conf",
         """panels=panel1
@@ -386,9 +391,15 @@ alignment=Right
 
 def configure_mate(session):
     gtk_settings(session, "Menta", "menta")
+    switch_mate(session, session.theme)
+
+
+def switch_mate(session, theme):
+    """The default theme's background, or a dark one."""
+    background = {"default": "none"}.get(theme, "color")
     session.write(
         "glib-2.0/settings/keyfile",
-        """[org/mate/panel/general]
+        f"""[org/mate/panel/general]
 toplevel-id-list=['bar']
 object-id-list=['tray']
 
@@ -403,6 +414,10 @@ applet-iid='NotificationAreaAppletFactory::NotificationArea'
 toplevel-id='bar'
 position=0
 locked=true
+
+[org/mate/panel/toplevels/bar/background]
+type='{background}'
+color='rgb(24,24,28)'
 """,
     )
 
@@ -422,6 +437,7 @@ PANELS = {
         configure=configure_waybar,
         bar=lambda width, height: Box(0, 0, width, 30),
         padding=10,
+        themes=("default", "#ffffff"),
         colours=("#ffffff", "#000000", "#2980b9", "#767676"),
         switch_theme=switch_waybar,
     ),
@@ -429,6 +445,8 @@ PANELS = {
         screen=XScreen,
         command=["lxqt-panel"],
         configure=configure_lxqt,
+        themes=("default", "dark"),
+        switch_theme=switch_lxqt,
         has_accessible_icons=True,
         bar=lambda width, height: Box(0, height - 32, width, height),
         companions=(["openbox"],),
@@ -438,6 +456,8 @@ PANELS = {
         screen=XScreen,
         command=["mate-panel"],
         configure=configure_mate,
+        themes=("default", "dark"),
+        switch_theme=switch_mate,
         has_accessible_icons=True,
         bar=lambda width, height: Box(0, 0, width, 26),
         companions=(["openbox"],),

@@ -77,7 +77,8 @@ class PanelTest(unittest.TestCase):
     def assert_shapes_seen(self, host, icon, ground):
         for shape, file in self.icon_files.items():
             self.tell(host, f"icon {file}")
-            self.assert_seen(self.session.settled(), icon, f"{ground}, {shape}")
+            picture = self.session.settled(lambda now: panel_session.icon_contrast(now, icon) >= LEAST_CONTRAST, shape)
+            self.assert_seen(picture, icon, f"{ground}, {shape}")
 
     def test_icon_is_seen_in_each_theme_of_a_running_panel(self):
         session = self.session
