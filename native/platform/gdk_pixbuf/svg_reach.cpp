@@ -120,9 +120,7 @@ class Reach {
       const double number = readNumber();
       largest_ = std::max(largest_, number);
       if (text_.substr(at_, 1) != "%") side_ = std::min(side_, std::max(number, 1.0));
-    } else if (word == "inkscape" || word == "sodipodi") {
-      skipQuoted();
-    } else if (word == "gradienttransform") {  // of colours, not of shapes
+    } else if (word == "inkscape" || word == "sodipodi" || word == "gradienttransform") {  // of no shapes
       skipQuoted();
     } else if (word == "org") {  // of a namespace, with its year
       while (at_ < text_.size() && (text_[at_] == '/' || isDigit(text_[at_]))) ++at_;
