@@ -4,6 +4,7 @@
 
 #include <exception>
 #include <string>
+#include <typeinfo>
 
 #include "log.h"
 #include "tray_manager.h"
@@ -22,7 +23,8 @@ void callHost(void (*callback)(Arguments...), Arguments... arguments) {
   } catch (const std::exception& thrown) {
     fault = thrown.what();
   } catch (...) {
-    fault = abi::__cxa_current_exception_type()->name();
+    const auto* const type = abi::__cxa_current_exception_type();  // null: of another language
+    fault = type != nullptr ? type->name() : "?";
   }
   logError("[TrayManager] 宿主回调抛出异常: " + fault, kLogModule);
 }
