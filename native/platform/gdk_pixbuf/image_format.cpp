@@ -62,8 +62,8 @@ bool jpegReachesItsEnd(Bytes bytes) {
   return false;
 }
 
-/// Also whether each frame is of a useful size, which the decoder does not ask about: it takes the memory for
-/// any, and complains of one without pixels as of a fault in the program.
+/// Also whether each frame is of a useful size and within the picture, which the decoder does not ask about: it
+/// takes the memory for any, and complains of one without pixels or beyond the edge as of a fault in the program.
 bool gifReachesItsEnd(Bytes bytes) {
   constexpr std::size_t kScreen = 13;
   constexpr std::size_t kFrame = 10;
@@ -84,7 +84,10 @@ bool gifReachesItsEnd(Bytes bytes) {
         at = afterBlocks(at + 2);
         break;
       case ',':
-        if (!isUsefulSize(number(at + 5), number(at + 7))) return false;
+        if (!isUsefulSize(number(at + 5), number(at + 7)) || number(at + 1) + number(at + 5) > number(6) ||
+            number(at + 3) + number(at + 7) > number(8)) {
+          return false;
+        }
         at = afterBlocks(at + kFrame + colourTable(at + 9) + 1);
         break;
       default:
