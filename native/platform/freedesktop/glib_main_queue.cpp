@@ -63,7 +63,8 @@ class PreciseTimer : public Timer {
     source_ = attachSource(
         queue,
         [this, tick = std::move(tick)] {
-          std::uint64_t ticks = 0;                                     // more than one: some were missed
+          if (getpid() != process_) return source_.reset();  // a fork's child must not take its parent's ticks
+          std::uint64_t ticks = 0;                           // more than one: some were missed
           if (read(file_.number(), &ticks, sizeof ticks) > 0) tick();  // may end this timer
         },
         whenReadable, -1);
@@ -79,6 +80,7 @@ class PreciseTimer : public Timer {
     return {seconds.count(), (duration - seconds).count()};
   }
 
+  const pid_t process_ = getpid();
   posix::FileDescriptor file_;
   SourceHandle source_;
 };
