@@ -28,6 +28,8 @@ class Desktop {
   virtual MainQueue& mainQueue() = 0;
   /// A further place in the bar; null where this machine has none.
   virtual std::shared_ptr<StatusItem> makeStatusItem(double length) = 0;
+  /// Brings the platform's own views, where it has any, up to date with `group` and what is in it, soon. Any thread.
+  virtual void present(std::shared_ptr<View> group) = 0;
   /// Turns an image into what the bar reads, once, and keeps that with the image. Any thread.
   virtual void prepare(Image& image) = 0;
   /// A host's own menu object as a menu that follows it and keeps it alive; null for a null pointer

@@ -4,10 +4,10 @@
 
 namespace quill {
 
-std::string Image::description() const {
-  auto text = describeObject("Image", pixels_.get());
+std::string Pixels::description() const {
+  auto text = describeObject("Image", this);
   text.back() = ' ';
-  text += std::to_string(pixels_->width) + "x" + std::to_string(pixels_->height) + " pixels>";
+  text += std::to_string(width) + "x" + std::to_string(height) + " pixels>";
   return text;
 }
 

@@ -90,6 +90,9 @@ class Menu {
   /// Called after entries of a menu that lives outside changed; one handler, empty for none.
   void setChangeHandler(std::function<void()> handler) { changeHandler_ = std::move(handler); }
 
+  /// For a menu that lives outside: takes over font, minimum width, appearance and attributed titles as they are now.
+  virtual void lookChanged() {}
+
   virtual std::string description() const;
 
  protected:

@@ -16,4 +16,7 @@ struct Url {
 /// for empty text and for what is malformed all the same. Any thread.
 std::optional<Url> parseUrl(std::string_view text);
 
+/// Percent-encodes what no URL may hold, and a % that begins no escape; the rest stays byte for byte. Any thread.
+std::string escapeUrl(std::string_view text);
+
 }  // namespace quill

@@ -30,6 +30,12 @@ constexpr AutoresizingMask kHeightSizable = 16;
 
 enum class OrderingMode : int { below = -1, above = 1 };
 
+/// What a desktop made of a view in order to show it, kept with the view.
+class ViewRendering {
+ public:
+  virtual ~ViewRendering() = default;
+};
+
 /// A rectangle on screen, or one day. A view inside another is owned by it. Main thread.
 class View {
  public:
@@ -58,6 +64,10 @@ class View {
   /// Puts `view` right above or below `sibling`; on top or at the bottom where that is no subview.
   void addSubview(std::shared_ptr<View> view, OrderingMode place, const View* sibling);
 
+  /// Null where no desktop made any.
+  const std::shared_ptr<ViewRendering>& rendering() const { return rendering_; }
+  void setRendering(std::shared_ptr<ViewRendering> rendering) { rendering_ = std::move(rendering); }
+
  protected:
   /// Called after every change of what can be seen.
   virtual void changed() {}
@@ -76,6 +86,7 @@ class View {
   AutoresizingMask autoresizingMask_ = 0;
   std::optional<Layer> layer_;
   std::vector<std::shared_ptr<View>> subviews_;
+  std::shared_ptr<ViewRendering> rendering_;
 };
 
 enum class ImageAlignment : int { center = 0 };

@@ -18,8 +18,10 @@ void callHost(void (*callback)(Arguments...), Arguments... arguments) {
   std::string fault;
   try {
     return callback(arguments...);
+#ifdef __GLIBCXX__
   } catch (const abi::__forced_unwind&) {
     throw;  // the end of the thread, which has to go on
+#endif
   } catch (const std::exception& thrown) {
     fault = thrown.what();
   } catch (...) {

@@ -1,16 +1,23 @@
 #include "log_text.h"
 
-#include <array>
-#include <charconv>
+#include <cmath>
+#include <iomanip>
+#include <locale>
+#include <sstream>
 
 namespace quill {
 
+// With as many decimal places as it takes: std::to_chars knows at once how many, but a Mac has it from version 13.3 on.
 std::string numberText(double value) {
-  std::array<char, 512> digits{};  // the smallest double takes 327 characters, the largest 309
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed).ptr;
-  std::string text(digits.data(), end);
-  if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
-  return text;
+  std::stringstream text;
+  text.imbue(std::locale::classic());
+  for (int places = 1;; ++places) {
+    text.str({});
+    text.clear();
+    text << std::fixed << std::setprecision(places) << value;
+    double readBack = 0.0;
+    if (!std::isfinite(value) || (text >> readBack && readBack == value)) return text.str();
+  }
 }
 
 std::string sizeText(Size size) { return numberText(size.width) + "x" + numberText(size.height); }

@@ -16,6 +16,7 @@ void TrayManager::setMenu(std::shared_ptr<Menu> hostMenu) {
   menu->minimumWidth = kHostMenuMinimumWidth;
   menu->appearance = effectiveAppearance();
   for (const auto& item : menu->items()) item->attributedTitle = AttributedTitle{item->title, kHostMenuFont};
+  menu->lookChanged();
   if (const auto target = button()) target->sendActionOn(kClickEvents);
   logInfo("[TrayManager] 菜单已设置，菜单项数量: " + std::to_string(menu->items().size()), kLogModule);
 }

@@ -4,6 +4,7 @@
 #include <array>
 
 #include "immortal.h"
+#include "log.h"
 
 namespace quill {
 
@@ -18,6 +19,10 @@ const std::shared_ptr<TrayManager>& TrayManager::shared() {
   static const Immortal<std::shared_ptr<TrayManager>> instance([] { return make<TrayManager>(Desktop::current()); });
   return instance.get();
 }
+
+std::shared_ptr<Tray> Tray::shared() { return TrayManager::shared(); }
+
+void reportFault(std::string_view what) { logError("[TrayManager] 平台抛出异常: " + std::string(what), kLogModule); }
 
 TrayManager::TrayManager(Desktop& desktop)
     : animatedView(std::make_shared<View>(kInitialViewFrame)),

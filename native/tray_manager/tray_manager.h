@@ -11,6 +11,7 @@
 #include "image.h"
 #include "menu.h"
 #include "status_item.h"
+#include "tray.h"
 #include "view.h"
 
 namespace quill {
@@ -30,7 +31,7 @@ using MenuItemCallback = void (*)(const char* identifier);
 
 /// The one object that owns everything the library shows in the bar. Its state has no lock and
 /// belongs to the main thread, where the host calls all operations but the animation's.
-class TrayManager : public Responder, public std::enable_shared_from_this<TrayManager> {
+class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager> {
  public:
   /// A menu item as the host describes it.
   struct MenuItemData {
@@ -53,11 +54,11 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
  public:
   /// Puts a further item into the bar, in place of the earlier one, and gives it the tray menu.
-  virtual void createTray();
+  void createTray() override;
   /// Shows a template copy of `image`; the image itself is not kept.
-  virtual void setMainIcon(const Image& image);
+  void setMainIcon(const Image& image) override;
   /// Takes a menu that the host built as the tray menu and gives it the library's look.
-  virtual void setMenu(std::shared_ptr<Menu> hostMenu);
+  void setMenu(std::shared_ptr<Menu> hostMenu) override;
   /// Replaces the described menu; built at once where a status item exists, else when it is created.
   virtual void setMenuItems(std::vector<MenuItemData> items);
   /// Null clears it.
@@ -72,9 +73,9 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
  public:
   /// An empty menu with the look that all of the library's own menus share.
-  virtual std::shared_ptr<Menu> createStandardMenu();
+  std::shared_ptr<Menu> createStandardMenu() override;
   /// Settings and quit: the menu of a host that gave none.
-  virtual std::shared_ptr<Menu> createBasicMenu();
+  std::shared_ptr<Menu> createBasicMenu() override;
 
  private:
   virtual void quitApplication();
@@ -84,23 +85,23 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
   // done the work.
 
   /// Appends a template copy of `image`; a running animation goes on to it.
-  virtual void addAnimationFrame(const Image& image);
+  void addAnimationFrame(const Image& image) override;
 
  private:
   virtual void addAnimationFrameSync(const Image& image);
 
  public:
   /// Plays the frames once, then shows the main icon again.
-  virtual void startAnimation();
+  void startAnimation() override;
 
  private:
   virtual void startAnimationSync();
   virtual void stopAnimationSync();
 
  public:
-  virtual void stopAnimation();
+  void stopAnimation() override;
   /// Stops, and forgets the frames.
-  virtual void resetAnimation();
+  void resetAnimation() override;
 
  private:
   /// The button's action: the tray menu for a right click, the host's callback for any other.
@@ -108,7 +109,7 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
  public:
   /// Null clears it.
-  virtual void setClickCallback(ClickCallback callback);
+  void setClickCallback(ClickCallback callback) override;
 
  private:
   /// One tick. Off the main thread it posts itself there.
@@ -126,6 +127,7 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
     };
     std::shared_ptr<Manager> manager = std::make_shared<Access>(desktop);
     static_cast<TrayManager&>(*manager).setupAnimatedView();
+    desktop.present(manager->animatedView);
     return manager;
   }
 

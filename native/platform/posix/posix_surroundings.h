@@ -7,7 +7,7 @@
 namespace quill::posix {
 
 /// What every POSIX system offers; only the time zone has to come from somewhere else.
-class Surroundings final : public quill::Surroundings {
+class Surroundings : public quill::Surroundings {
  public:
   /// Seconds east of UTC at an instant. Any thread.
   using UtcOffset = std::function<std::chrono::seconds(std::chrono::sys_seconds)>;

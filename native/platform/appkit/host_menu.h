@@ -1,0 +1,31 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+#include "handle.h"
+#include "menu.h"
+
+namespace quill::appkit {
+
+/// A host's NSMenu, held for as long as this lives. Its items stay the host's: shown, and told of a choice, by the
+/// platform alone. Main thread.
+class HostMenu : public Menu {
+ public:
+  /// Null for nil and for an object that is no NSMenu.
+  static std::shared_ptr<HostMenu> adopt(id menu);
+
+  NSMenu* native() const { return menu_.get(); }
+  /// The titles alone; anew whenever asked.
+  const Items& items() const override;
+  void lookChanged() override;
+  std::string description() const override;
+
+ protected:
+  explicit HostMenu(NSMenu* menu) : menu_(menu) {}
+
+ private:
+  const Handle<NSMenu> menu_;
+  mutable Items items_;  // as they were read last
+};
+
+}  // namespace quill::appkit

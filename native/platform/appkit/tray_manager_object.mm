@@ -1,0 +1,128 @@
+#import "tray_manager_object.h"
+
+#include "appkit_desktop.h"
+#include "appkit_image.h"
+#include "guard.h"
+#include "handle.h"
+#include "host_menu.h"
+#include "native_menu.h"
+
+using namespace quill;
+using namespace quill::appkit;
+
+namespace {
+
+/// Calls `use` with the tray manager; nothing where it is gone, and for a timer's target.
+template <typename Use>
+void with(const std::weak_ptr<Responder>& manager, Use use) {
+  guarded([&] {
+    if (const auto tray = std::dynamic_pointer_cast<Tray>(manager.lock())) use(*tray);
+  });
+}
+
+void perform(const std::weak_ptr<Responder>& manager, Selector selector, const MenuItem* sender = nullptr) {
+  guarded([&] {
+    if (const auto responder = manager.lock()) responder->perform(selector, sender);
+  });
+}
+
+}  // namespace
+
+@implementation QuillTrayManager
+
++ (QuillTrayManager*)shared {
+  return appkit::Desktop::current().objectFor(Tray::shared());
+}
+
+- (instancetype)initWithManager:(std::weak_ptr<Responder>)manager desktop:(appkit::Desktop*)desktop {
+  if ((self = [super init]) != nil) {
+    _manager = std::move(manager);
+    _desktop = desktop;
+  }
+  return self;
+}
+
+- (instancetype)initWithTick:(std::function<void()>)tick {
+  if ((self = [super init]) != nil) _tick = std::move(tick);
+  return self;
+}
+
+// The four that buttons, menu items and timers call.
+
+- (void)handleClick {
+  guarded([&] { _desktop->readApplication(); });
+  perform(_manager, "handleClick");
+}
+
+- (void)handleMenuItemAction:(id)sender {
+  guarded([&] {
+    MenuItem chosen;
+    id const represented = [sender respondsToSelector:@selector(representedObject)] ? [sender representedObject] : nil;
+    if ([represented isKindOfClass:[NSString class]]) chosen.representedObject = toString(represented);
+    perform(_manager, "handleMenuItemAction:", &chosen);
+  });
+}
+
+- (void)quitApplication {
+  perform(_manager, "quitApplication");
+}
+
+- (void)updateAnimation {
+  if (!_tick) return perform(_manager, "updateAnimation");
+  const Handle<QuillTrayManager> held(self);  // the tick may end its timer, and this with it
+  guarded(_tick);
+}
+
+// The others.
+
+- (void)createTray {
+  with(_manager, [](Tray& tray) { tray.createTray(); });
+}
+
+- (void)setMainIcon:(NSImage*)image {
+  with(_manager, [&](Tray& tray) {
+    if (image != nil) tray.setMainIcon(imageOf(image));
+  });
+}
+
+- (void)setMenu:(NSMenu*)menu {
+  with(_manager, [&](Tray& tray) {
+    if (auto adopted = HostMenu::adopt(menu)) tray.setMenu(std::move(adopted));
+  });
+}
+
+- (NSMenu*)createStandardMenu {
+  Handle<NSMenu> made;
+  with(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createStandardMenu(), *_desktop); });
+  return [[made.get() retain] autorelease];
+}
+
+- (NSMenu*)createBasicMenu {
+  Handle<NSMenu> made;
+  with(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createBasicMenu(), *_desktop); });
+  return [[made.get() retain] autorelease];
+}
+
+- (void)addAnimationFrame:(NSImage*)image {
+  with(_manager, [&](Tray& tray) {
+    if (image != nil) tray.addAnimationFrame(imageOf(image));
+  });
+}
+
+- (void)startAnimation {
+  with(_manager, [](Tray& tray) { tray.startAnimation(); });
+}
+
+- (void)stopAnimation {
+  with(_manager, [](Tray& tray) { tray.stopAnimation(); });
+}
+
+- (void)resetAnimation {
+  with(_manager, [](Tray& tray) { tray.resetAnimation(); });
+}
+
+- (void)setClickCallback:(void (*)(void))callback {
+  with(_manager, [&](Tray& tray) { tray.setClickCallback(callback); });
+}
+
+@end
