@@ -1,7 +1,6 @@
 #include "bus.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -88,7 +87,6 @@ Bus::Bus(GlibMainQueue& queue, const std::string& address, Handlers handlers)
     : queue_(queue),
       address_(localAlternatives(address)),
       handlers_(std::move(handlers)),
-      process_(getpid()),
       backoff_(kFirstDelay, kLongestDelay) {}
 
 Bus::~Bus() = default;
@@ -103,7 +101,7 @@ void Bus::start() {
   connect();
 }
 
-bool Bus::isForked() const { return getpid() != process_; }
+bool Bus::isForked() const { return !owner_.isCurrent(); }
 
 bool Bus::isCongested() const {
   std::uint64_t unsent = 0;

@@ -1,13 +1,12 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <functional>
 #include <optional>
 #include <string>
 
 #include "backoff.h"
 #include "glib_main_queue.h"
+#include "owner_process.h"
 #include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
@@ -53,7 +52,7 @@ class Bus {
   GlibMainQueue& queue_;
   std::string address_;
   Handlers handlers_;
-  pid_t process_;
+  posix::OwnerProcess owner_;
   Backoff backoff_;
   std::optional<DueCall> reconnect_;
   SourceHandle source_;

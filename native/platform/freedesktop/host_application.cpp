@@ -8,7 +8,8 @@
 #include <system_error>
 
 #include "glib_handles.h"
-#include "immortal.h"
+#include "no_destructor.h"
+#include "worker_queue.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -17,14 +18,14 @@ std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid
 
 /// Read once: it stays, and is asked for whenever something is shown.
 const std::string& executableName() {
-  static const Immortal<std::string> found([] {
+  static constinit NoDestructor<std::string> name;
+  return name.get([] {
     std::error_code error;
-    auto name = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
+    auto file = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
     constexpr std::string_view kReplaced = " (deleted)";  // what the kernel adds after an update on disk
-    if (name.ends_with(kReplaced)) name.resize(name.size() - kReplaced.size());
-    return wellFormed(name.empty() ? "application" : name.c_str());
+    if (file.ends_with(kReplaced)) file.resize(file.size() - kReplaced.size());
+    return wellFormed(file.empty() ? "application" : file.c_str());
   });
-  return found.get();
 }
 
 }  // namespace
@@ -52,6 +53,7 @@ void terminateHost() {
       return;
     }
   }
+  posix::drainQueues();  // whoever does not handle the signal ends at once
   kill(getpid(), SIGTERM);
 }
 

@@ -85,20 +85,19 @@ void IconFolder::sweep() {
 
 IconFolder::IconFolder(std::string path)
     : path_(std::move(path)),
-      process_(getpid()),
       directory_(openDirectory(path_)),
       isRemoved_(!lock(directory_) || !isLinked(directory_)) {}
 
 IconFolder::~IconFolder() { remove(); }
 
 void IconFolder::remove() {
-  if (getpid() != process_) return;
+  if (!owner_.isCurrent()) return;
   const std::unique_lock lock(mutex_, std::try_to_lock);  // may come from an exit in the midst of anything
   if (lock && !std::exchange(isRemoved_, true)) removeFolder(path_);
 }
 
 std::shared_ptr<const IconFile> IconFolder::file(const std::string& name, std::string_view text) {
-  if (getpid() != process_) return nullptr;
+  if (!owner_.isCurrent()) return nullptr;
   const std::lock_guard lock(mutex_);
   if (isRemoved_) return nullptr;
   auto& known = files_[name];
@@ -135,10 +134,10 @@ void IconFolder::release(const std::string& name) {
 }
 
 IconFile::IconFile(std::weak_ptr<IconFolder> folder, std::string name)
-    : folder_(std::move(folder)), name_(std::move(name)), process_(getpid()) {}
+    : folder_(std::move(folder)), name_(std::move(name)) {}
 
 IconFile::~IconFile() {
-  if (getpid() != process_) return;
+  if (!owner_.isCurrent()) return;
   if (const auto folder = folder_.lock()) folder->release(name_);
 }
 

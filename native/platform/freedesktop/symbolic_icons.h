@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -10,6 +8,7 @@
 
 #include "icon_folder.h"
 #include "image.h"
+#include "owner_process.h"
 
 namespace quill::freedesktop {
 
@@ -45,7 +44,7 @@ class SymbolicIcons {
   void sweepOnce();
 
  private:
-  const pid_t process_;
+  const posix::OwnerProcess owner_;
   std::mutex mutex_;  // guards what follows
   bool isSwept_ = false;
   bool isClosed_ = false;

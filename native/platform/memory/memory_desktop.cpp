@@ -1,6 +1,6 @@
 #include "memory_desktop.h"
 
-#include "immortal.h"
+#include "no_destructor.h"
 
 namespace quill {
 
@@ -31,11 +31,11 @@ class Desktop::Presenter : public StatusItemPresenter {
 };
 
 Desktop& Desktop::current() {
-  static const Immortal<std::unique_ptr<Desktop>> desktop([] {
+  static constinit NoDestructor<std::unique_ptr<Desktop>> desktop;
+  return *desktop.get([] {
     made_ = true;
     return std::make_unique<Desktop>();
   });
-  return *desktop.get();
 }
 
 void Desktop::mouseUp(EventType type) {

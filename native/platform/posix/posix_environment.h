@@ -2,17 +2,18 @@
 
 #include <functional>
 
-#include "surroundings.h"
+#include "append.h"
+#include "environment.h"
 
 namespace quill::posix {
 
 /// What every POSIX system offers; only the time zone has to come from somewhere else.
-class Surroundings final : public quill::Surroundings {
+class Environment final : public quill::Environment {
  public:
   /// Seconds east of UTC at an instant. Any thread.
   using UtcOffset = std::function<std::chrono::seconds(std::chrono::sys_seconds)>;
 
-  explicit Surroundings(UtcOffset utcOffset) : utcOffset_(std::move(utcOffset)) {}
+  explicit Environment(UtcOffset utcOffset) : utcOffset_(std::move(utcOffset)) {}
 
   std::chrono::local_time<std::chrono::milliseconds> now() override;
   void writeConsole(std::string_view line) override;
@@ -21,10 +22,12 @@ class Surroundings final : public quill::Surroundings {
   std::optional<std::filesystem::path> userDirectory(const std::string& home) override;
   std::error_code createDirectories(const std::filesystem::path& directory) override;
   bool fileExists(const std::filesystem::path& file) override;
-  std::error_code append(const std::filesystem::path& file, std::string_view bytes, Missing missing) override;
+  std::error_code append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
+                         Flush flush) override;
 
  private:
   const UtcOffset utcOffset_;
+  Appender appender_;
 };
 
 }  // namespace quill::posix

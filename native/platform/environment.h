@@ -3,7 +3,6 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
-#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,21 +13,18 @@
 namespace quill {
 
 /// What the log needs of the machine: a clock, the console, files, a queue.
-class Surroundings {
+class Environment {
  public:
-  /// Those of this process, made on first use and never destroyed. Defined by the one desktop that
+  /// That of this process, made on first use and never destroyed. Defined by the one desktop that
   /// is linked in. Any thread.
-  static Surroundings& current();
-  /// Held while these, and what stands on them for the whole process, are made. A fork waits for
-  /// it: a child must not find them half made, with nobody there to finish.
-  static inline std::mutex creation;
+  static Environment& current();
 
-  Surroundings() = default;
-  Surroundings(const Surroundings&) = delete;
-  Surroundings& operator=(const Surroundings&) = delete;
-  virtual ~Surroundings() = default;
+  Environment() = default;
+  Environment(const Environment&) = delete;
+  Environment& operator=(const Environment&) = delete;
+  virtual ~Environment() = default;
 
-  /// The wall clock in the time zone that was the process's when the surroundings were made. Any thread.
+  /// The wall clock in the time zone that was the process's when the environment was made. Any thread.
   virtual std::chrono::local_time<std::chrono::milliseconds> now() = 0;
   /// Writes a line that ends in a line feed, whole, before it returns; a failure is silent. Any thread.
   virtual void writeConsole(std::string_view line) = 0;
@@ -48,9 +44,12 @@ class Surroundings {
   virtual bool fileExists(const std::filesystem::path& file) = 0;
 
   enum class Missing { fail, create };
+  enum class Flush { now, later };
   /// Opens, moves to the end, writes all bytes, flushes to permanent storage, closes. The error is
-  /// that of opening; a write that failed leaves the file as it was and counts as done.
-  virtual std::error_code append(const std::filesystem::path& file, std::string_view bytes, Missing missing) = 0;
+  /// that of opening; a write that failed leaves the file as it was and counts as done. `later`:
+  /// the next line will flush this one, too.
+  virtual std::error_code append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
+                                 Flush flush) = 0;
 };
 
 }  // namespace quill

@@ -1,44 +1,48 @@
-#include "memory_surroundings.h"
+#include "memory_environment.h"
 
 #include <utility>
 
-#include "immortal.h"
+#include "no_destructor.h"
 
 namespace quill {
 
-Surroundings& Surroundings::current() { return memory::Surroundings::current(); }
+Environment& Environment::current() { return memory::Environment::current(); }
 
 namespace memory {
 
-class Surroundings::Queue : public SerialQueue {
+class Environment::Queue : public SerialQueue {
  public:
-  explicit Queue(Surroundings& surroundings) : surroundings_(surroundings) {}
+  explicit Queue(Environment& environment) : environment_(environment) {}
 
   void submit(std::function<void()> job) override {
-    const std::lock_guard lock(surroundings_.mutex_);
-    surroundings_.jobs_.push_back(std::move(job));
+    const std::lock_guard lock(environment_.mutex_);
+    environment_.jobs_.push_back(std::move(job));
+  }
+  bool isDraining() const override {
+    const std::lock_guard lock(environment_.mutex_);
+    return environment_.isEnding && !environment_.jobs_.empty();
   }
 
  private:
-  Surroundings& surroundings_;
+  Environment& environment_;
 };
 
-Surroundings& Surroundings::current() {
-  static const Immortal<std::unique_ptr<Surroundings>> surroundings([] { return std::make_unique<Surroundings>(); });
-  return *surroundings.get();
+Environment& Environment::current() {
+  static constinit NoDestructor<std::unique_ptr<Environment>> environment;
+  return *environment.get([] { return std::make_unique<Environment>(); });
 }
 
-void Surroundings::setNow(std::chrono::local_time<std::chrono::milliseconds> now) {
+void Environment::setNow(std::chrono::local_time<std::chrono::milliseconds> now) {
   const std::lock_guard lock(mutex_);
   now_ = now;
 }
 
-std::vector<std::string> Surroundings::console() {
+std::vector<std::string> Environment::console() {
   const std::lock_guard lock(mutex_);
   return console_;
 }
 
-std::vector<std::string> Surroundings::logged() {
+std::vector<std::string> Environment::logged() {
   runAll();
   std::vector<std::string> lines;
   const std::lock_guard lock(mutex_);
@@ -51,7 +55,7 @@ std::vector<std::string> Surroundings::logged() {
   return lines;
 }
 
-void Surroundings::clear() {
+void Environment::clear() {
   runAll();
   files.clear();
   directories.clear();
@@ -60,7 +64,7 @@ void Surroundings::clear() {
   appended_.clear();
 }
 
-bool Surroundings::runOne() {
+bool Environment::runOne() {
   std::function<void()> job;
   {
     const std::lock_guard lock(mutex_);
@@ -72,32 +76,32 @@ bool Surroundings::runOne() {
   return true;
 }
 
-void Surroundings::runAll() {
+void Environment::runAll() {
   while (runOne()) {
   }
 }
 
-std::chrono::local_time<std::chrono::milliseconds> Surroundings::now() {
+std::chrono::local_time<std::chrono::milliseconds> Environment::now() {
   const std::lock_guard lock(mutex_);
   return now_;
 }
 
-void Surroundings::writeConsole(std::string_view line) {
+void Environment::writeConsole(std::string_view line) {
   const std::lock_guard lock(mutex_);
   console_.emplace_back(line.substr(0, line.size() - 1));
 }
 
-std::shared_ptr<SerialQueue> Surroundings::makeSerialQueue(std::string label) {
+std::shared_ptr<SerialQueue> Environment::makeSerialQueue(std::string label) {
   queueLabels.push_back(std::move(label));
   return std::make_shared<Queue>(*this);
 }
 
-std::optional<std::filesystem::path> Surroundings::userDirectory(const std::string& home) {
+std::optional<std::filesystem::path> Environment::userDirectory(const std::string& home) {
   if (!hasUserDirectory) return std::nullopt;
   return home;
 }
 
-std::error_code Surroundings::createDirectories(const std::filesystem::path& directory) {
+std::error_code Environment::createDirectories(const std::filesystem::path& directory) {
   if (directories.contains(directory)) return {};
   if (directoryError) return directoryError;
   std::filesystem::path made;
@@ -109,16 +113,18 @@ std::error_code Surroundings::createDirectories(const std::filesystem::path& dir
   return {};
 }
 
-bool Surroundings::fileExists(const std::filesystem::path& file) {
+bool Environment::fileExists(const std::filesystem::path& file) {
   return files.contains(file) || directories.contains(file);
 }
 
-std::error_code Surroundings::append(const std::filesystem::path& file, std::string_view bytes, Missing missing) {
+std::error_code Environment::append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
+                                    Flush flush) {
   if (fileError) return fileError;
   if (directories.contains(file)) return std::make_error_code(std::errc::is_a_directory);
   const bool mayCreate = missing == Missing::create && directories.contains(file.parent_path());
   if (!files.contains(file) && !mayCreate) return std::make_error_code(std::errc::no_such_file_or_directory);
   files[file] += bytes;
+  if (flush == Flush::now) ++flushes;
   const std::lock_guard lock(mutex_);
   appended_.emplace_back(bytes);
   return {};

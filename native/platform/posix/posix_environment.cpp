@@ -1,4 +1,4 @@
-#include "posix_surroundings.h"
+#include "posix_environment.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <vector>
 
-#include "append.h"
 #include "console.h"
 #include "worker_queue.h"
 
@@ -29,41 +28,42 @@ std::optional<std::filesystem::path> directoryOfUser(uid_t user) {
 
 }  // namespace
 
-std::chrono::local_time<std::chrono::milliseconds> Surroundings::now() {
+std::chrono::local_time<std::chrono::milliseconds> Environment::now() {
   const auto utc = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
   const auto offset = utcOffset_(std::chrono::floor<std::chrono::seconds>(utc));
   return std::chrono::local_time<std::chrono::milliseconds>(utc.time_since_epoch() + offset);
 }
 
-void Surroundings::writeConsole(std::string_view line) { writeToStandardOutput(line); }
+void Environment::writeConsole(std::string_view line) { writeToStandardOutput(line); }
 
-std::string Surroundings::homeVariable() {
+std::string Environment::homeVariable() {
   const char* home = std::getenv("HOME");
   return home == nullptr ? std::string() : home;
 }
 
-std::shared_ptr<SerialQueue> Surroundings::makeSerialQueue(std::string label) {
+std::shared_ptr<SerialQueue> Environment::makeSerialQueue(std::string label) {
   return std::make_shared<WorkerQueue>(std::move(label), Priority::utility);
 }
 
-std::optional<std::filesystem::path> Surroundings::userDirectory(const std::string& home) {
+std::optional<std::filesystem::path> Environment::userDirectory(const std::string& home) {
   const std::filesystem::path named(home);
   return named.is_absolute() ? named : directoryOfUser(getuid());
 }
 
-std::error_code Surroundings::createDirectories(const std::filesystem::path& directory) {
+std::error_code Environment::createDirectories(const std::filesystem::path& directory) {
   std::error_code error;
   std::filesystem::create_directories(directory, error);
   return error;
 }
 
-bool Surroundings::fileExists(const std::filesystem::path& file) {
+bool Environment::fileExists(const std::filesystem::path& file) {
   std::error_code unknown;
   return std::filesystem::exists(file, unknown);
 }
 
-std::error_code Surroundings::append(const std::filesystem::path& file, std::string_view bytes, Missing missing) {
-  return appendToFile(file, bytes, missing);
+std::error_code Environment::append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
+                                    Flush flush) {
+  return appender_.append(file, bytes, missing, flush);
 }
 
 }  // namespace quill::posix

@@ -6,25 +6,29 @@
 #include <set>
 #include <vector>
 
-#include "surroundings.h"
+#include "environment.h"
 
 namespace quill::memory {
 
-/// Surroundings without a console, a disk, a clock or a thread: they record, and run what is queued
+/// An environment without a console, a disk, a clock or a thread: it records, and runs what is queued
 /// when told to. Logging is open to any thread; the rest belongs to the test's own.
-class Surroundings : public quill::Surroundings {
+class Environment : public quill::Environment {
  public:
-  /// The one that quill::Surroundings::current() answers with.
-  static Surroundings& current();
+  /// The one that quill::Environment::current() answers with.
+  static Environment& current();
 
   // What a machine can refuse.
   bool hasUserDirectory = true;
   std::error_code directoryError;  ///< of making a directory that is missing
   std::error_code fileError;       ///< of making a file that is missing, or of opening one that is there
 
+  // What the process does.
+  bool isEnding = false;  ///< its queues are waited for
+
   // The disk: a test may take away from it, or put in its way.
   std::map<std::filesystem::path, std::string> files;
   std::set<std::filesystem::path> directories;
+  int flushes = 0;  ///< of any file
 
   void setNow(std::chrono::local_time<std::chrono::milliseconds> now);
   /// The lines written to the console so far, without their line feeds.
@@ -49,7 +53,8 @@ class Surroundings : public quill::Surroundings {
   std::optional<std::filesystem::path> userDirectory(const std::string& home) override;
   std::error_code createDirectories(const std::filesystem::path& directory) override;
   bool fileExists(const std::filesystem::path& file) override;
-  std::error_code append(const std::filesystem::path& file, std::string_view bytes, Missing missing) override;
+  std::error_code append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
+                         Flush flush) override;
 
  private:
   class Queue;
