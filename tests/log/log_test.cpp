@@ -49,6 +49,16 @@ TEST_F(LogManager, WritesTheConsoleAtOnceAndTheFileFromItsQueue) {
             "[2025-03-03 09:05:07.042][INFO][Native] first\n[2025-03-03 10:05:07.042][ERROR][M] 第二\n\n");
 }
 
+TEST_F(LogManager, FlushesEachLineButWhileItIsWaitedForOnceForAll) {
+  for (const auto& [isEnding, flushes] : {std::pair{false, 3}, {true, 1}}) {
+    environment.flushes = 0;
+    environment.isEnding = isEnding;
+    for (int line = 0; line < 3; ++line) manager->log("");
+    environment.runAll();
+    EXPECT_EQ(environment.flushes, flushes);
+  }
+}
+
 TEST_F(LogManager, TriesAgainWithTheNextLineAfterAFailure) {
   environment.hasUserDirectory = false;
   EXPECT_THAT((manager->log("one"), environment.logged()), testing::IsEmpty());

@@ -18,8 +18,8 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr mode_t kReadableAndWritable = 0666;  // the host's umask takes its part off
-// Others hold the lock for one write.
-constexpr std::chrono::milliseconds kLockTimeout{20};
+// Others hold the lock for one write, unless they are stopped in it.
+constexpr std::chrono::seconds kLockTimeout{1};
 constexpr std::chrono::microseconds kLockRetry{100};
 
 // Takes the last `count` bytes off again, unless somebody who does not lock has written behind them.
