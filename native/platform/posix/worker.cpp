@@ -58,12 +58,13 @@ void Worker::drain(Clock::time_point deadline) {
     if (Clock::now() >= deadline) return;
     std::this_thread::sleep_for(kLockRetry);
   }
-  const auto target = awaited_ = added_;
-  if (done_ < target && ensureThread()) {
-    jobDone_.wait_until(lock, deadline, [&] { return done_ >= target; });
-  } else {
-    while (!waiting_.empty() && Clock::now() < deadline) doNext(lock);
-  }
+  const auto target = added_;
+  if (done_ >= target) return;
+  awaited_ = target;
+  if (!ensureThread()) return doWaiting(lock);
+  ++waitingThreads_;
+  jobDone_.wait_until(lock, deadline, [&] { return done_ >= target; });
+  --waitingThreads_;
 }
 
 void Worker::close() {
@@ -91,25 +92,23 @@ void Worker::run() {
   if (priority_ == Priority::utility) becomeUtilityThread();
   std::unique_lock lock(mutex_);
   while (!waiting_.empty() || !isClosed_) {
-    if (waiting_.empty()) {
-      wake_.wait(lock);
-    } else {
-      doNext(lock);
-    }
+    waiting_.empty() ? wake_.wait(lock) : doWaiting(lock);
   }
 }
 
-void Worker::doNext(std::unique_lock<std::mutex>& lock) {
-  isDraining_ = done_ + 1 < awaited_;
-  {
-    const auto job = std::move(waiting_.front());
-    waiting_.pop_front();
+// Takes the lock for all of them once: a thread at low priority that holds it makes others wait.
+void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
+  auto jobs = std::exchange(waiting_, {});
+  lock.unlock();
+  for (auto& job : jobs) {
+    std::exchange(job, nullptr)();
+    ++done_;
+    if (waitingThreads_ == 0) continue;
+    lock.lock();  // else it could come between a thread's last look and its wait
+    jobDone_.notify_all();
     lock.unlock();
-    job();
-  }  // its end may be that of the queue, too
+  }
   lock.lock();
-  ++done_;
-  jobDone_.notify_all();
 }
 
 }  // namespace quill::posix

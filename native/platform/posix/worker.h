@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -31,29 +32,29 @@ class Worker : public std::enable_shared_from_this<Worker> {
   void close();
 
   /// Asked from a job: whether somebody waits for jobs behind it.
-  bool isDraining() const { return isDraining_; }
+  bool isDraining() const { return done_ + 1 < awaited_; }
 
-  /// Guards all state; a fork holds it.
+  /// Held by a fork.
   std::mutex& mutex() { return mutex_; }
 
  private:
   /// False: there is no thread, and none can be made now. With the lock held.
   bool ensureThread();
   void run();
-  void doNext(std::unique_lock<std::mutex>& lock);
+  void doWaiting(std::unique_lock<std::mutex>& lock);
 
   const std::string label_;
   const Priority priority_;
-  std::mutex mutex_;
+  std::mutex mutex_;  // guards what is not atomic
   std::condition_variable wake_;
   std::condition_variable jobDone_;
   std::deque<Job> waiting_;
   std::uint64_t added_ = 0;
-  std::uint64_t done_ = 0;
-  std::uint64_t awaited_ = 0;  // somebody waits until so many are done
+  std::atomic<std::uint64_t> done_ = 0;
+  std::atomic<std::uint64_t> awaited_ = 0;  // somebody waits, or did, until so many are done
+  std::atomic<int> waitingThreads_ = 0;
   bool hasThread_ = false;
   bool isClosed_ = false;
-  bool isDraining_ = false;  // of the job at hand; belongs to the thread that does it
 };
 
 }  // namespace quill::posix
