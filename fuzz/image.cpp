@@ -12,6 +12,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   // Vector images take long and are a target of their own.
   if ((quill::recogniseFormat({data, size}) == quill::ImageFormat::svg) != QUILL_FUZZ_VECTOR) return 0;
-  if (auto image = quill::decodeImage({data, size})) quill::fuzz::showEverywhere(*std::move(image));
+  if (const auto image = quill::decodeImage({data, size})) quill::fuzz::showEverywhere(*image);
   return 0;
 }

@@ -50,12 +50,12 @@ TEST(DecodeImage, EveryFormatGivesItsPixelsUpright) {
     SCOPED_TRACE(format);
     const auto image = decodeImage(encode(format)).value();
     EXPECT_EQ(image.size(), (Size{3, 2}));
-    const auto& rgba = image.pixels().rgba;
+    const auto& rgba = image.pixels()->rgba;
     ASSERT_EQ(rgba.size(), kPicture.size());
     EXPECT_TRUE(std::equal(rgba.begin(), rgba.begin() + exactBytes, kPicture.begin()));
     EXPECT_EQ(rgba.back(), lastAlpha);
   }
-  EXPECT_THAT(decodeImage(kAnimation).value().pixels().rgba, ElementsAre(255, 0, 0, 255));
+  EXPECT_THAT(decodeImage(kAnimation).value().pixels()->rgba, ElementsAre(255, 0, 0, 255));
 
   // EXIF orientation 6: to be turned by a quarter to the right.
   auto jpeg = encode("jpeg");
@@ -140,7 +140,7 @@ TEST(DecodeImage, VectorsAreDrawnUnlessTheyCouldTakeLong) {
   for (const auto& [isDrawn, text] : cases) {
     const auto image = decodeSvg(text);
     EXPECT_EQ(image.has_value(), isDrawn) << text.substr(0, 300);
-    EXPECT_TRUE(!image || (image->size() == Size{22, 22} && image->pixels().width == 88));
+    EXPECT_TRUE(!image || (image->size() == Size{22, 22} && image->pixels()->width == 88));
   }
 }
 

@@ -12,13 +12,13 @@ constexpr std::size_t kFirstPrune = 64;
 
 }  // namespace
 
-SymbolicIcon::SymbolicIcon(Image image) : image_(std::move(image)) {}
+SymbolicIcon::SymbolicIcon(Shape shape) : shape_(std::move(shape)) {}
 
 void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder) {
   const std::lock_guard lock(mutex_);
   if (folder_.lock() == folder) return;
   folder_ = folder;
-  const auto svg = symbolicSvg(image_.pixels());
+  const auto svg = symbolicSvg(shape_);
   file_ = svg.empty() ? nullptr : folder->file(symbolicName(svg), svg);
 }
 

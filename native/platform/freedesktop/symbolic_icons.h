@@ -7,15 +7,15 @@
 #include <vector>
 
 #include "icon_folder.h"
-#include "image.h"
 #include "owner_process.h"
+#include "shape.h"
 
 namespace quill::freedesktop {
 
 /// A template's shape as a file for panels that recolour it. Any thread.
 class SymbolicIcon {
  public:
-  explicit SymbolicIcon(Image image);
+  explicit SymbolicIcon(Shape shape);
 
   /// Once for each folder, also where that fails: a tick shows what is there, and tries nothing.
   void writeTo(const std::shared_ptr<IconFolder>& folder);
@@ -23,7 +23,7 @@ class SymbolicIcon {
   std::string nameIn(const std::shared_ptr<IconFolder>& folder) const;
 
  private:
-  const Image image_;
+  const Shape shape_;
   mutable std::mutex mutex_;  // guards what follows
   std::weak_ptr<IconFolder> folder_;
   std::shared_ptr<const IconFile> file_;

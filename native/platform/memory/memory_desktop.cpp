@@ -70,7 +70,10 @@ std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) {
 
 void Desktop::prepare(Image& image) {
   ++prepared;
-  image.setRendering(std::make_shared<const ImageRendering>());
+  auto kept = std::make_shared<Picture>();
+  kept->width = image.picture()->width;
+  kept->height = image.picture()->height;
+  image.setPicture(std::move(kept));
 }
 
 }  // namespace memory
