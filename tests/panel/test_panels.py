@@ -14,6 +14,7 @@ from PIL import Image, ImageDraw
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "scripts"))
 import panel_session  # noqa: E402
+import sandbox  # noqa: E402
 
 LEAST_CONTRAST = 4.5  # what WCAG wants of text
 
@@ -40,9 +41,9 @@ class PanelTest(unittest.TestCase):
             cls.icon_files[shape] = cls.session.directory / f"{shape}.png"
             image.save(cls.icon_files[shape])
 
-    def show(self, menu=FIRST_MENU):
+    def show(self, menu=FIRST_MENU, command=(os.environ["PANEL_HOST"],)):
         """A host whose item is in the bar."""
-        host = self.session.start_host([os.environ["PANEL_HOST"]])
+        host = self.session.start_host(command)
         self.addCleanup(self.end, host)
         for command in (items(menu), "create", f"icon {self.icon_files['solid']}"):
             self.tell(host, command)
@@ -157,6 +158,24 @@ class PanelTest(unittest.TestCase):
         if not (build / "node/node_modules/.package-lock.json").exists():
             self.skipTest("SKIPPED: the example for Node, whose target example_node was not built")
         self.use(["node", build / "node/main.js"], 3, (0, "chosen: open"), (2, "chosen: quit"))
+
+    def test_sandboxed_host_has_icon_menu_portal_and_log(self):
+        try:
+            box = sandbox.Sandbox(self.session)
+        except panel_session.NotInstalled as missing:
+            self.skipTest(f"SKIPPED: no sandbox can be made: {missing}")
+        host, icon = self.show(command=box.command)
+        self.assert_seen(self.session.picture(), icon, "sandboxed")
+        properties = box.item_properties()
+        self.assertEqual((properties["IconName"], properties["IconThemePath"]), ("", ""))
+        self.assertTrue(properties["IconPixmap"])
+        self.session.click(panel_session.LEFT, icon.box.centre)
+        host.expect("clicked")
+        self.choose_second(host, icon, FIRST_MENU)
+        self.tell(host, "open https://example.org/a?b#c")
+        self.assertEqual(box.wait_for_url(), "https://example.org/a?b#c")
+        log = box.home / "Library/Application Support/com.orvi.tamble/.logs/native.log"
+        panel_session.wait_for(lambda: "https://example.org/a?b#c" in log.read_text(), "line in the sandbox's log")
 
     def test_screen_reader_reads_the_applications_name(self):
         if not self.session.panel.has_accessible_icons:

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <string_view>
 
 namespace quill::freedesktop {
 namespace {
@@ -45,15 +44,6 @@ Inheritance Inheritance::now() {
     now.environment.emplace_back(*variable);
   }
   return now;
-}
-
-std::string Inheritance::variable(std::string_view name) const {
-  for (const std::string_view variable : environment) {
-    if (variable.starts_with(name) && variable.substr(name.size()).starts_with('=')) {
-      return std::string(variable.substr(name.size() + 1));
-    }
-  }
-  return {};
 }
 
 void startDetached(const Program& program, const Inheritance& inheritance) {

@@ -9,9 +9,6 @@ namespace quill::freedesktop {
 /// What the calling thread would hand down to a child now: a host may change it before the child starts.
 struct Inheritance {
   static Inheritance now();
-  /// A variable's value; empty where it is not set.
-  std::string variable(std::string_view name) const;
-
   std::vector<std::string> environment;
   sigset_t signalMask{};
 };

@@ -2,7 +2,6 @@
 
 #include <fcntl.h>
 #include <glib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <utility>
@@ -11,6 +10,7 @@
 #include "detached_program.h"
 #include "file_descriptor.h"
 #include "glib_handles.h"
+#include "host_application.h"
 #include "sd_bus_handles.h"
 #include "url_handler.h"
 
@@ -21,6 +21,7 @@ namespace {
 struct Asker {
   Inheritance inheritance;
   std::optional<std::string> busAddress;
+  bool isSandboxed;
 };
 
 /// A connection for one URL, which waits for answers; null where there is no bus.
@@ -58,12 +59,7 @@ bool openOverBus(sd_bus* bus, const std::string& name, const Url& url) {
          askBus("GetId", "");  // messages are taken in their order: once this one has its answer, the URL is passed on
 }
 
-/// The user's handlers are outside of a sandbox.
-bool isSandboxed(const Inheritance& inheritance) {
-  return access("/.flatpak-info", F_OK) == 0 || !inheritance.variable("SNAP").empty() ||
-         inheritance.variable("GTK_USE_PORTAL") == "1" || inheritance.variable("GIO_USE_PORTALS") == "1";
-}
-
+/// Asks those outside of a sandbox, where the user's handlers are.
 bool openByPortal(sd_bus* bus, const Url& url) {
   const auto path = localPath(url);
   const auto call = methodCall(bus, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
@@ -80,7 +76,7 @@ bool openByPortal(sd_bus* bus, const Url& url) {
 
 void openUrl(const Url& url, const Asker& asker) {
   if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference, to nothing
-  if (isSandboxed(asker.inheritance)) {
+  if (asker.isSandboxed) {
     const auto bus = connectToBus(asker.busAddress);
     if (bus && openByPortal(bus.get(), url)) return;
   }
@@ -98,8 +94,9 @@ void openUrl(const Url& url, const Asker& asker) {
 }  // namespace
 
 void UrlOpener::open(Url url) {
-  queue_.submit(
-      [url = std::move(url), asker = Asker{Inheritance::now(), sessionBusAddress()}] { openUrl(url, asker); });
+  queue_.submit([url = std::move(url), asker = Asker{Inheritance::now(), sessionBusAddress(), isSandboxed()}] {
+    openUrl(url, asker);
+  });
 }
 
 }  // namespace quill::freedesktop
