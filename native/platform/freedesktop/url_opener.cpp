@@ -4,9 +4,11 @@
 #include <glib.h>
 
 #include <algorithm>
+#include <chrono>
 #include <utility>
 
 #include "bus.h"
+#include "bus_handshake.h"
 #include "detached_program.h"
 #include "file_descriptor.h"
 #include "glib_handles.h"
@@ -17,6 +19,8 @@
 namespace quill::freedesktop {
 namespace {
 
+constexpr std::chrono::seconds kTimeout{25};  // as sd-bus has it for a call
+
 /// What an opening needs of the thread that asked.
 struct Asker {
   Inheritance inheritance;
@@ -25,14 +29,19 @@ struct Asker {
 };
 
 /// A connection for one URL, which waits for answers; null where there is no bus.
-BusHandle connectToBus(const std::optional<std::string>& address) {
+BusHandle connectToBus(const Asker& asker) {
   sd_bus* bus = nullptr;
-  if (!address || sd_bus_new(&bus) < 0) return nullptr;
+  if (!asker.busAddress || sd_bus_new(&bus) < 0) return nullptr;
   BusHandle connection(bus);
-  if (sd_bus_set_address(bus, address->c_str()) < 0 || sd_bus_set_bus_client(bus, 1) < 0 || sd_bus_start(bus) < 0) {
-    return nullptr;
+  int result = sd_bus_set_bus_client(bus, 1);
+  if (asker.isSandboxed) {
+    BusHandshake handshake(*asker.busAddress);
+    if (handshake.isConnected()) result = handshake.finish(kTimeout);
+    if (result > 0) return handshake.start(bus) >= 0 ? std::move(connection) : nullptr;
   }
-  return connection;
+  if (result >= 0) result = sd_bus_set_address(bus, asker.busAddress->c_str());
+  if (result >= 0) result = sd_bus_start(bus);
+  return result >= 0 ? std::move(connection) : nullptr;
 }
 
 MessageHandle methodCall(sd_bus* bus, const std::string& name, const std::string& path, const char* interface,
@@ -77,12 +86,12 @@ bool openByPortal(sd_bus* bus, const Url& url) {
 void openUrl(const Url& url, const Asker& asker) {
   if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference, to nothing
   if (asker.isSandboxed) {
-    const auto bus = connectToBus(asker.busAddress);
+    const auto bus = connectToBus(asker);
     if (bus && openByPortal(bus.get(), url)) return;
   }
   auto handler = findUrlHandler(url);
   if (handler && !handler->busName.empty()) {
-    const auto bus = connectToBus(asker.busAddress);
+    const auto bus = connectToBus(asker);
     if (bus && openOverBus(bus.get(), handler->busName, url)) return;
   }
   // What takes more (a place that GVfs knows, a program in a terminal) is GIO's own program's.
