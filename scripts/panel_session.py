@@ -21,6 +21,7 @@ import subprocess
 import tempfile
 import threading
 
+from desktops import DESKTOPS
 from panels import PANELS
 from PIL import Image
 from pictures import Box, Icon, OpenMenu, changed_box, main_colour, text_rows
@@ -86,23 +87,25 @@ class Host:
 class PanelSession:
     def __init__(self, panel, theme=None, size=(800, 480)):
         self.name = panel
-        self.panel = PANELS[panel]
+        self.panel = {**PANELS, **DESKTOPS}[panel]
         self.theme = self.look = theme or self.panel.themes[0]  # at first, and now
         self.size = size
         missing = [program for program in self.panel.programs if not shutil.which(program)]
         if missing:
             raise NotInstalled(", ".join(missing))
         self.bar = self.panel.bar(*size)
-        self.icons = self.bar._replace(left=self.bar.left + self.panel.handle)
+        self.icons = self.bar._replace(
+            left=self.bar.left + self.panel.handle, right=self.bar.right - self.panel.others
+        )
         self.desk = Box(0, 0, size[0], self.bar.top) if self.bar.top else Box(0, self.bar.bottom, *size)
         self.aside = self.desk.centre
         self.screen = self.panel.screen()
         self.panel_process = None
         self._children = []
         self.empty = None  # the screen before there was an item
-        # A compositor that refuses root gets another user, who may still read what root may.
+        # A compositor or a shell that refuses root gets another user, who may still read what root may.
         self._prefix = ["setpriv", "--pdeathsig", "KILL"]
-        self._other_user = self.screen.refuses_root and os.getuid() == 0
+        self._other_user = (self.screen.refuses_root or self.panel.refuses_root) and os.getuid() == 0
         if self._other_user:
             self._prefix += [f"--reuid={UNPRIVILEGED}", f"--regid={UNPRIVILEGED}", "--clear-groups"]
             self._prefix += ["--inh-caps=+dac_override", "--ambient-caps=+dac_override"]
@@ -154,6 +157,8 @@ class PanelSession:
         self.empty = self.settled()
 
     def _start_bus(self):
+        if self.panel.has_system_bus:
+            _, self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = start_bus(self.spawn)
         _, self.environment["DBUS_SESSION_BUS_ADDRESS"] = start_bus(self.spawn)
         if self.panel.has_accessible_icons:
             self.spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
@@ -218,14 +223,14 @@ class PanelSession:
 
     def start_panel(self):
         """Starts the panel and waits until it takes items and its bar is drawn."""
-        bare = self.picture().crop(self.bar)
+        bare = self.picture()
         self.panel_process = self.spawn(self.panel.command)
         wait_for(lambda: self._name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}")
+        self.panel.started(self)
 
         def drawn():
-            bar = self.picture().crop(self.bar)
-            box = changed_box(bare, bar)
-            return box is not None and box.width == bar.width
+            box = changed_box(bare, self.picture())
+            return box is not None and box.width == bare.width
 
         wait_for(drawn, "bar")
 
@@ -238,9 +243,10 @@ class PanelSession:
     def switch_theme(self, theme):
         """Gives the running panel another look and waits until its bar shows it."""
         before = main_colour(self.picture(), self.bar)
+        stays = theme in self.panel.alike and self.look in self.panel.alike
         self.panel.switch_theme(self, theme)
         self.look = theme
-        self.settled(lambda picture: main_colour(picture, self.bar) != before, f"{theme} bar")
+        self.settled(lambda picture: stays or main_colour(picture, self.bar) != before, f"{theme} bar")
 
     def start_host(self, words, environment=None):
         process = subprocess.Popen(

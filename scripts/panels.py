@@ -21,9 +21,14 @@ class Panel:
     companions: tuple = ()  # commands that run beside it, such as a window manager
     environment: dict = field(default_factory=dict)
     handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
+    others: int = 0  # columns at the bar's end with other icons, which may move a little for a new one
     has_accessible_icons: bool = False  # shows its icons in the session's accessibility tree
     padding: int = 0  # columns beside the icons that the panel paints only while it has icons
     switch_theme: Callable = None  # (session, theme), while the panel runs
+    alike: tuple = ()  # the themes whose bars are of one colour
+    started: Callable = lambda session: None  # what is left to do once the watcher is there
+    refuses_root: bool = False
+    has_system_bus: bool = False  # asks for one, and gets one on which there is nobody
 
     @property
     def programs(self):
@@ -69,15 +74,20 @@ def switch_xfce(session, theme):
 def configure_waybar(session):
     gtk_settings(session, "Adwaita")
     session.write("waybar/config", '{"layer": "top", "position": "top", "height": 30, "modules-right": ["tray"]}\n')
+    style_waybar(session, session.theme)
 
 
-def switch_waybar(session, theme):
+def style_waybar(session, theme):
     """Its own style, or a bar of one colour."""
     style = session.directory / "config/waybar/style.css"
     style.unlink(missing_ok=True)
     if theme.startswith("#"):
         style.write_text(f"window#waybar, #tray {{ background: {theme}; border: none; }}\n")
         style.chmod(0o644)
+
+
+def switch_waybar(session, theme):
+    style_waybar(session, theme)
     session.panel_process.send_signal(signal.SIGUSR2)  # reads its configuration anew
 
 

@@ -4,7 +4,7 @@ from collections import Counter
 from dataclasses import dataclass
 from typing import NamedTuple
 
-from PIL import Image, ImageChops
+from PIL import Image, ImageChops, ImageDraw
 
 
 class Box(NamedTuple):
@@ -74,6 +74,19 @@ def text_rows(picture, box, inset=3):
         else:
             bands.append([y, y + 1])
     return [Box(inner.left, inner.top + top, inner.right, inner.top + bottom) for top, bottom in bands if bottom - top >= 5]
+
+
+def draw_shapes(directory):
+    """Icons to look for in a bar, a solid one and one of strokes: their files by their names."""
+    shapes = {"solid": [(8, 8, 55, 55)], "strokes": [(x, 8, x + 4, 55) for x in (10, 29, 48)]}
+    files = {}
+    for shape, boxes in shapes.items():
+        image = Image.new("RGBA", (64, 64))
+        for box in boxes:
+            ImageDraw.Draw(image).rectangle(box, fill="black")
+        files[shape] = directory / f"{shape}.png"
+        image.save(files[shape])
+    return files
 
 
 class Icon(NamedTuple):

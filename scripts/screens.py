@@ -11,17 +11,19 @@ from PIL import Image, ImageGrab
 from servers import DEADLINE, start_display, wait_for
 
 LEFT, RIGHT = 1, 3
+DESK = "#204060"  # which no bar and no menu has
 
 
 class XScreen:
     """Xvfb, with xdotool as the hand on the mouse."""
 
-    programs = ("Xvfb", "xdotool")
+    programs = ("Xvfb", "xsetroot", "xdotool")
     refuses_root = False
 
     def start(self, session):
         _, self.name = start_display(session.spawn, *session.size)
         session.environment.update(DISPLAY=self.name, GDK_BACKEND="x11", QT_QPA_PLATFORM="xcb")
+        session.run(["xsetroot", "-solid", DESK])
 
     def picture(self):
         return ImageGrab.grab(xdisplay=self.name)
@@ -112,7 +114,7 @@ class SwayScreen:
         told = session.directory / "sway.socket"
         config = session.directory / "sway.conf"
         config.write_text(
-            f"output HEADLESS-1 resolution {session.size[0]}x{session.size[1]} position 0 0 bg #204060 solid_color\n"
+            f"output HEADLESS-1 resolution {session.size[0]}x{session.size[1]} position 0 0 bg {DESK} solid_color\n"
             "seat seat0 fallback true\ndefault_border none\n"
             f'exec echo "$WAYLAND_DISPLAY" > {told}\n'
         )

@@ -9,8 +9,6 @@ import pathlib
 import sys
 import unittest
 
-from PIL import Image, ImageDraw
-
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "scripts"))
 import panel_session  # noqa: E402
@@ -32,14 +30,7 @@ class PanelTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.enterClassContext(cls.session)
-        shapes = {"solid": [(8, 8, 55, 55)], "strokes": [(x, 8, x + 4, 55) for x in (10, 29, 48)]}
-        cls.icon_files = {}
-        for shape, boxes in shapes.items():
-            image = Image.new("RGBA", (64, 64))
-            for box in boxes:
-                ImageDraw.Draw(image).rectangle(box, fill="black")
-            cls.icon_files[shape] = cls.session.directory / f"{shape}.png"
-            image.save(cls.icon_files[shape])
+        cls.icon_files = pictures.draw_shapes(cls.session.directory)
 
     def show(self, menu=FIRST_MENU):
         """A host whose item is in the bar."""
