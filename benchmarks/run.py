@@ -158,6 +158,22 @@ class Benchmark:
             *at_most("threads, the log's among them", threads[OURS], only(threads, BARE, *TOOLKITS), 2),
         ]
 
+    def guest(self):
+        """What a host has besides itself after an icon and an animation."""
+        with self.session.panel() as panel, self.item(OURS) as item:
+            panel.hear("read")
+            item.tell("change 3")
+            item.hear("done")
+            item.rest()
+            threads = len(item.tasks("stat"))
+            children = sum(len(text.split()) for text in item.tasks("children"))
+            stray = item.stray("report", "done")
+        return [
+            *at_most("after an icon and an animation: threads", threads, {}, 2),
+            *at_most("the same: child processes", children, {}, 0),
+            *at_most("the same: bytes on standard error", stray, {}, 0),
+        ]
+
     def menu(self):
         """From the menu's JSON text to the reply to the first GetLayout."""
 
@@ -362,6 +378,7 @@ FIGURES = {
     "icon-change": Benchmark.icon_change,
     "bytes": Benchmark.bytes,
     "start": Benchmark.start,
+    "guest": Benchmark.guest,
     "menu": Benchmark.menu,
     "log-call": Benchmark.log_call,
     "log-lines": Benchmark.log_lines,

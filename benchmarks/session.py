@@ -69,6 +69,15 @@ class Program:
             found += line == word
         return found
 
+    def stray(self, *answers):
+        """How many bytes came on its standard error by now that are no such answers."""
+        self._others += self._lines.queue
+        return sum(len(f"{line}\n".encode()) for line in self._others if line.split(" ")[0] not in answers)
+
+    def tasks(self, file):
+        """Of each of its threads, this file's text."""
+        return [(task / file).read_text() for task in pathlib.Path(f"/proc/{self.process.pid}/task").iterdir()]
+
     def hear_report(self):
         return Report(self.hear("report"))
 
@@ -79,8 +88,8 @@ class Program:
     def switches(self):
         """How often its threads have gone to sleep or were made to, up to now."""
         total = 0
-        for status in pathlib.Path(f"/proc/{self.process.pid}/task").glob("*/status"):
-            for line in status.read_text().splitlines():
+        for status in self.tasks("status"):
+            for line in status.splitlines():
                 if line.startswith(("voluntary_ctxt_switches", "nonvoluntary_ctxt_switches")):
                     total += int(line.split()[1])
         return total
