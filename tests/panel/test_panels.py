@@ -10,11 +10,10 @@ import pathlib
 import sys
 import unittest
 
-from PIL import Image, ImageDraw
-
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "scripts"))
 import panel_session  # noqa: E402
+import pictures  # noqa: E402
 import sandbox  # noqa: E402
 
 LEAST_CONTRAST = 4.5  # what WCAG wants of text
@@ -33,14 +32,7 @@ class PanelTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         cls.enterClassContext(cls.session)
-        shapes = {"solid": [(8, 8, 55, 55)], "strokes": [(x, 8, x + 4, 55) for x in (10, 29, 48)]}
-        cls.icon_files = {}
-        for shape, boxes in shapes.items():
-            image = Image.new("RGBA", (64, 64))
-            for box in boxes:
-                ImageDraw.Draw(image).rectangle(box, fill="black")
-            cls.icon_files[shape] = cls.session.directory / f"{shape}.png"
-            image.save(cls.icon_files[shape])
+        cls.icon_files = pictures.draw_shapes(cls.session.directory)
 
     def show(self, menu=FIRST_MENU, command=None):
         """A host whose item is in the bar."""
@@ -70,14 +62,14 @@ class PanelTest(unittest.TestCase):
         host.expect("chosen: " + menu[1][0])
 
     def assert_seen(self, picture, icon, what):
-        seen = panel_session.icon_contrast(picture, icon)
+        seen = pictures.icon_contrast(picture, icon)
         print(f"contrast: {self.session.name} {what}: {seen:.2f}")
         self.assertGreaterEqual(seen, LEAST_CONTRAST, what)
 
     def assert_shapes_seen(self, host, icon, ground):
         for shape, file in self.icon_files.items():
             self.tell(host, f"icon {file}")
-            picture = self.session.settled(lambda now: panel_session.icon_contrast(now, icon) >= LEAST_CONTRAST, shape)
+            picture = self.session.settled(lambda now: pictures.icon_contrast(now, icon) >= LEAST_CONTRAST, shape)
             self.assert_seen(picture, icon, f"{ground}, {shape}")
 
     def test_icon_is_seen_in_each_theme_of_a_running_panel(self):
@@ -87,7 +79,7 @@ class PanelTest(unittest.TestCase):
             if theme != session.theme:
                 session.switch_theme(theme)
                 self.addCleanup(session.switch_theme, session.theme)
-                icon = icon._replace(ground=panel_session.main_colour(session.settled(), session.bar))
+                icon = icon._replace(ground=pictures.main_colour(session.settled(), session.bar))
             self.assert_shapes_seen(host, icon, theme)
 
     def test_icon_is_seen_on_a_bar_of_any_colour(self):
@@ -108,7 +100,7 @@ class PanelTest(unittest.TestCase):
         at_rest = self.session.picture().crop(icon.box)
 
         def differs(picture):
-            return panel_session.changed_box(at_rest, picture.crop(icon.box))
+            return pictures.changed_box(at_rest, picture.crop(icon.box))
 
         for _ in range(60):
             self.tell(host, f"frame {self.icon_files['strokes']}")
