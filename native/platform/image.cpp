@@ -4,10 +4,10 @@
 
 namespace quill {
 
-std::string Pixels::description() const {
-  auto text = describeObject("Image", this);
+std::string Image::description() const {
+  auto text = describeObject("Image", picture_.get());
   text.back() = ' ';
-  text += std::to_string(width) + "x" + std::to_string(height) + " pixels>";
+  text += std::to_string(picture_->width) + "x" + std::to_string(picture_->height) + " pixels>";
   return text;
 }
 

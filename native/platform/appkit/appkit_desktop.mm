@@ -5,7 +5,7 @@
 #include "appkit_image.h"
 #include "guard.h"
 #include "host_menu.h"
-#include "immortal.h"
+#include "no_destructor.h"
 #include "status_bar_item.h"
 #include "view_group.h"
 
@@ -16,8 +16,8 @@ Desktop& Desktop::current() { return appkit::Desktop::current(); }
 namespace appkit {
 
 Desktop& Desktop::current() {
-  static const Immortal<std::unique_ptr<Desktop>> desktop([] { return std::make_unique<Desktop>(); });
-  return *desktop.get();
+  static constinit NoDestructor<std::unique_ptr<Desktop>> desktop;
+  return *desktop.get([] { return std::make_unique<Desktop>(); });
 }
 
 std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
@@ -37,7 +37,14 @@ void Desktop::present(std::shared_ptr<View> group) {
   mainQueue_.post([group = std::move(group)] { showGroup(*group); });
 }
 
-void Desktop::prepare(Image& image) { image.setRendering(std::make_shared<ImageCopy>(image)); }
+void Desktop::prepare(Image& image) {
+  guarded([&] {
+    const auto copy = Handle<NSImage>::adopt([nativeImage(image) copy]);
+    [copy.get() setTemplate:image.isTemplate()];
+    [copy.get() setSize:NSMakeSize(image.size().width, image.size().height)];
+    image.setPicture(std::make_shared<NativePicture>(copy.get()));
+  });
+}
 
 std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) { return HostMenu::adopt(static_cast<id>(menu)); }
 

@@ -1,13 +1,15 @@
 #include "appkit_image.h"
 
 #include "decode_image.h"
-#include "description.h"
 #include "guard.h"
 
 namespace quill {
 namespace appkit {
 
-std::string NativePicture::description() const { return describeObject("NSImage", image_.get()); }
+NativePicture::NativePicture(NSImage* image) : image_(image) {
+  width = static_cast<int>([image size].width);
+  height = static_cast<int>([image size].height);
+}
 
 Image imageOf(NSImage* image) {
   Image made(std::make_shared<NativePicture>(image), {[image size].width, [image size].height});
@@ -15,19 +17,8 @@ Image imageOf(NSImage* image) {
   return made;
 }
 
-ImageCopy::ImageCopy(const Image& image) {
-  guarded([&] {
-    NSImage* const decoded = static_cast<const NativePicture&>(image.picture()).image();
-    image_ = Handle<NSImage>::adopt([decoded copy]);
-    [image_.get() setTemplate:image.isTemplate()];
-    [image_.get() setSize:NSMakeSize(image.size().width, image.size().height)];
-  });
-}
-
 NSImage* nativeImage(const std::optional<Image>& image) {
-  if (!image) return nil;
-  if (const auto* const copy = dynamic_cast<const ImageCopy*>(image->rendering().get())) return copy->image();
-  return static_cast<const NativePicture&>(image->picture()).image();
+  return image ? static_cast<const NativePicture&>(*image->picture()).image() : nil;
 }
 
 }  // namespace appkit

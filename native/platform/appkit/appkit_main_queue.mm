@@ -18,6 +18,8 @@ class RunLoopTimer : public Timer {
   RunLoopTimer& operator=(const RunLoopTimer&) = delete;
   ~RunLoopTimer() override { end(); }
 
+  void invalidate() override { end(); }
+
  private:
   void end() {
     guarded([this] { [timer_.get() invalidate]; });

@@ -1,57 +1,56 @@
-#import <Foundation/Foundation.h>
-
-#include "guard.h"
 #include "handle.h"
-#include "immortal.h"
-#include "posix_surroundings.h"
+#include "no_destructor.h"
+#include "nsstring.h"
+#include "posix_environment.h"
 
 namespace quill {
 namespace appkit {
 namespace {
 
-/// That of the process, as it was when this was made; only its rules for the clock are asked later.
+// Without the guard, whose error line would come back here.
+
+/// That of the process at the time of making; its rules are asked for each instant.
 class TimeZone {
  public:
   TimeZone() {
-    guarded([this] { zone_ = Handle<NSTimeZone>([NSTimeZone defaultTimeZone]); });
+    @autoreleasepool {
+      zone_ = Handle<NSTimeZone>([NSTimeZone defaultTimeZone]);
+    }
   }
 
   std::chrono::seconds utcOffset(std::chrono::sys_seconds at) const {
-    std::chrono::seconds offset{0};
-    guarded([&] {
+    @autoreleasepool {
       NSDate* const date = [NSDate dateWithTimeIntervalSince1970:static_cast<double>(at.time_since_epoch().count())];
-      offset = std::chrono::seconds([zone_.get() secondsFromGMTForDate:date]);
-    });
-    return offset;
+      return std::chrono::seconds([zone_.get() secondsFromGMTForDate:date]);
+    }
   }
 
  private:
   Handle<NSTimeZone> zone_;
 };
 
-class Environment : public posix::Surroundings {
+class Environment : public posix::Environment {
  public:
-  using posix::Surroundings::Surroundings;
+  using posix::Environment::Environment;
 
   std::optional<std::filesystem::path> userDirectory(const std::string& /*home*/) override {
-    std::optional<std::filesystem::path> directory;
-    guarded([&] {
+    @autoreleasepool {
       NSArray* const known = [[NSFileManager defaultManager] URLsForDirectory:NSUserDirectory
                                                                     inDomains:NSUserDomainMask];
-      if ([known count] > 0) directory = toString([static_cast<NSURL*>([known objectAtIndex:0]) path]);
-    });
-    return directory;
+      if ([known count] == 0) return std::nullopt;
+      return toString([static_cast<NSURL*>([known objectAtIndex:0]) path]);
+    }
   }
 };
 
 }  // namespace
 }  // namespace appkit
 
-Surroundings& Surroundings::current() {
-  static const Immortal<appkit::TimeZone> zone([] { return appkit::TimeZone(); });
-  static const Immortal<appkit::Environment> environment(
-      [] { return appkit::Environment([](std::chrono::sys_seconds at) { return zone.get().utcOffset(at); }); });
-  return environment.get();
+Environment& Environment::current() {
+  static constinit NoDestructor<appkit::Environment> environment;
+  return environment.get([] {
+    return appkit::Environment([zone = appkit::TimeZone()](std::chrono::sys_seconds at) { return zone.utcOffset(at); });
+  });
 }
 
 }  // namespace quill
