@@ -7,15 +7,17 @@
  * - Nothing is returned. What was done and what failed stands in the log: one line on standard
  *   output at once, and the same with a timestamp at the end of
  *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Whoever may read the files that the
- *   host makes by default may read that one: everybody under the usual umask of 022.
+ *   host makes by default may read that one: everybody under the usual umask of 022. ~ is the directory
+ *   that HOME names, on a Mac the one that the system names.
  * - No function needs another one to be called first, and none undoes another: the icon stays until
  *   the process ends.
- * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default
- *   main context or, while none does, the process's first thread. No function waits for the desktop
- *   or for the disk.
+ * - Call them on the main thread, unless a function says otherwise: on Linux the one that runs GLib's
+ *   default main context or, while none does, the process's first thread; on a Mac the process's first
+ *   thread, on which NSApplication runs. No function waits for the disk, and none on Linux for the
+ *   desktop.
  * - What you pass is read during the call and stays yours.
- * - Your callbacks run on the main thread, out of its main context, and may call every function
- *   declared here. A C++ exception that one throws ends there, and the log gets an error line.
+ * - Your callbacks run on the main thread, out of its loop, and may call every function declared here.
+ *   A C++ exception that one throws ends there, and the log gets an error line.
  */
 #ifndef QUILL_TRAY_MANAGER_H
 #define QUILL_TRAY_MANAGER_H
@@ -89,7 +91,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
 /**
  * Takes a menu that the host built as the one that a right click opens, in place of any earlier one.
  *
- * @param menuPtr a GMenuModel. The library holds references of its own, to it and to the action groups
+ * @param menuPtr on a Mac an NSMenu: it stays alive until it is replaced, gets the menu font, a width of at
+ * least 250 points and plain titles, and its items tell their own targets. On Linux a GMenuModel: the library holds references of its own, to it and to the action groups
  * that its items name, until the menu is replaced; yours stay yours. The model is live: changes of it
  * and of the actions show at once. Sections are set apart by separators; labels with mnemonics,
  * "accel", icons that have a name and submenus are shown, check and radio states and sensitivity are
@@ -105,7 +108,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
  *                            g_object_ref(group), g_object_unref);    // for "tray.pause"
  *
  * The log gets a line with the number of entries on top, separators included. Null, and an object
- * that is no GMenuModel, change nothing and log nothing.
+ * that is no menu, change nothing and log nothing.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr);
 
@@ -129,7 +132,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(void (*callbac
  *
  * "id" and "title" are required: an element without them is left out. "enabled" is true where it is
  * missing. "keyEquivalent" is one key behind any of Cmd, Command, Shift, Option, Alt, Control and
- * Ctrl, joined by "+". Null, text that is no JSON, and anything but an array of objects leave the
+ * Ctrl, joined by "+"; Cmd is the key of that name on a Mac and Control on Linux. Null, text that is no JSON, and anything but an array of objects leave the
  * menu as it was and log an error line.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char* jsonData);
