@@ -2,12 +2,19 @@
 
 #include <vector>
 
-#include "appkit_main_queue.h"
 #include "desktop.h"
-#include "handle.h"
+#include "foundation.h"
 #import "tray_manager_object.h"
 
 namespace quill::appkit {
+
+/// The main dispatch queue and the main run loop. What was posted runs also after the object is gone.
+class MainQueue : public quill::MainQueue {
+ public:
+  bool isCurrent() const override;
+  void post(std::function<void()> work) override;
+  std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
+};
 
 /// A Mac's menu bar.
 class Desktop : public quill::Desktop {

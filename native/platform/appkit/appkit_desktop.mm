@@ -3,11 +3,9 @@
 #include <algorithm>
 
 #include "appkit_image.h"
-#include "guard.h"
 #include "host_menu.h"
 #include "no_destructor.h"
 #include "status_bar_item.h"
-#include "view_group.h"
 
 namespace quill {
 
@@ -31,10 +29,6 @@ std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
     made = StatusItem::make(length, mainQueue_, std::make_unique<StatusBarItem>(*this, item), hasButton);
   });
   return made;
-}
-
-void Desktop::present(std::shared_ptr<View> group) {
-  mainQueue_.post([group = std::move(group)] { showGroup(*group); });
 }
 
 void Desktop::prepare(Image& image) {

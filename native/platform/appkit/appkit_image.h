@@ -4,7 +4,7 @@
 
 #include <optional>
 
-#include "handle.h"
+#include "foundation.h"
 #include "image.h"
 
 namespace quill::appkit {

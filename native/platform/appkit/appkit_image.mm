@@ -1,7 +1,6 @@
 #include "appkit_image.h"
 
 #include "decode_image.h"
-#include "guard.h"
 
 namespace quill {
 namespace appkit {

@@ -1,10 +1,6 @@
-#include "appkit_main_queue.h"
-
 #include <dispatch/dispatch.h>
 
-#include "guard.h"
-#include "handle.h"
-#import "tray_manager_object.h"
+#include "appkit_desktop.h"
 
 namespace quill::appkit {
 namespace {
@@ -36,7 +32,7 @@ void MainQueue::post(std::function<void()> work) {
   auto owned = std::make_unique<Work>(std::move(work));
   dispatch_async_f(dispatch_get_main_queue(), owned.release(), [](void* posted) {
     const std::unique_ptr<Work> run(static_cast<Work*>(posted));
-    guarded(*run);
+    guarded([&run] { (*run)(); });
   });
 }
 

@@ -1,35 +1,13 @@
-#include "handle.h"
+#include "foundation.h"
 #include "no_destructor.h"
-#include "nsstring.h"
 #include "posix_environment.h"
 
 namespace quill {
-namespace appkit {
 namespace {
 
 // Without the guard, whose error line would come back here.
 
-/// That of the process at the time of making; its rules are asked for each instant.
-class TimeZone {
- public:
-  TimeZone() {
-    @autoreleasepool {
-      zone_ = Handle<NSTimeZone>([NSTimeZone defaultTimeZone]);
-    }
-  }
-
-  std::chrono::seconds utcOffset(std::chrono::sys_seconds at) const {
-    @autoreleasepool {
-      NSDate* const date = [NSDate dateWithTimeIntervalSince1970:static_cast<double>(at.time_since_epoch().count())];
-      return std::chrono::seconds([zone_.get() secondsFromGMTForDate:date]);
-    }
-  }
-
- private:
-  Handle<NSTimeZone> zone_;
-};
-
-class Environment : public posix::Environment {
+class MacEnvironment : public posix::Environment {
  public:
   using posix::Environment::Environment;
 
@@ -38,19 +16,28 @@ class Environment : public posix::Environment {
       NSArray* const known = [[NSFileManager defaultManager] URLsForDirectory:NSUserDirectory
                                                                     inDomains:NSUserDomainMask];
       if ([known count] == 0) return std::nullopt;
-      return toString([static_cast<NSURL*>([known objectAtIndex:0]) path]);
+      return appkit::toString([static_cast<NSURL*>([known objectAtIndex:0]) path]);
     }
   }
 };
 
+/// By the rules of the time zone that is the process's now.
+posix::Environment::UtcOffset utcOffset() {
+  @autoreleasepool {
+    return [zone = appkit::Handle<NSTimeZone>([NSTimeZone defaultTimeZone])](std::chrono::sys_seconds at) {
+      @autoreleasepool {
+        NSDate* const date = [NSDate dateWithTimeIntervalSince1970:static_cast<double>(at.time_since_epoch().count())];
+        return std::chrono::seconds([zone.get() secondsFromGMTForDate:date]);
+      }
+    };
+  }
+}
+
 }  // namespace
-}  // namespace appkit
 
 Environment& Environment::current() {
-  static constinit NoDestructor<appkit::Environment> environment;
-  return environment.get([] {
-    return appkit::Environment([zone = appkit::TimeZone()](std::chrono::sys_seconds at) { return zone.utcOffset(at); });
-  });
+  static constinit NoDestructor<MacEnvironment> environment;
+  return environment.get([] { return MacEnvironment(utcOffset()); });
 }
 
 }  // namespace quill

@@ -2,7 +2,7 @@
 
 #import <AppKit/AppKit.h>
 
-#include "handle.h"
+#include "foundation.h"
 #include "menu.h"
 
 namespace quill::appkit {

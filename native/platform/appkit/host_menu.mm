@@ -1,7 +1,6 @@
 #include "host_menu.h"
 
 #include "description.h"
-#include "guard.h"
 #include "native_menu.h"
 
 namespace quill::appkit {

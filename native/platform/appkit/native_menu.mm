@@ -1,6 +1,5 @@
 #include "native_menu.h"
 
-#include "guard.h"
 #include "host_menu.h"
 
 namespace quill::appkit {
@@ -21,8 +20,8 @@ Handle<NSMenuItem> nativeItem(const MenuItem& item, Desktop& desktop) {
     [native.get() setRepresentedObject:toNSString(*text)];
   }
   if (!item.keyEquivalent.empty()) {
-    [native.get() setKeyEquivalentModifierMask:static_cast<NSEventModifierFlags>(
-                                                   item.keyEquivalentModifierMask.rawValue)];
+    [native.get()
+        setKeyEquivalentModifierMask:static_cast<NSEventModifierFlags>(item.keyEquivalentModifierMask.rawValue)];
   }
   applyTitle(native.get(), item);
   return native;

@@ -2,9 +2,10 @@
 
 #import <AppKit/AppKit.h>
 
+#include <tuple>
+
 #include "appkit_desktop.h"
 #include "status_item.h"
-#include "told.h"
 
 namespace quill::appkit {
 
@@ -17,18 +18,18 @@ class StatusBarItem : public StatusItemPresenter {
   void popUp(const Menu& menu, Point at) override;
 
  private:
-  void show(const StatusBarButton& button);
+  using Setting = std::tuple<EventMask, QuillTrayManager*, Selector, bool, Rect, double, double>;
+  using Look = std::tuple<ImagePosition, bool, bool, double>;
+
+  void show(StatusBarButton& button);
 
   Desktop& desktop_;
   const Handle<NSStatusItem> item_;
-  Told<bool> visible_, hidden_, bordered_, transparent_;
-  Told<EventMask> mask_;
-  Told<QuillTrayManager*> target_;
-  Told<Selector> action_;
-  Told<Rect> frame_;
-  Told<double> horizontalHugging_, verticalHugging_, alpha_;
-  Told<ImagePosition> imagePosition_;
-  Told<NSImage*> image_;
+  // What the platform was told last.
+  std::optional<bool> isVisible_;
+  std::optional<Setting> setting_;
+  std::optional<Look> look_;
+  NSImage* image_ = nil;
 };
 
 }  // namespace quill::appkit

@@ -1,52 +1,60 @@
 #include "status_bar_item.h"
 
 #include "appkit_image.h"
-#include "geometry_conversion.h"
-#include "guard.h"
 #include "native_menu.h"
 
 namespace quill::appkit {
+namespace {
+
+template <typename Value>
+bool isNews(std::optional<Value>& told, const Value& now) {
+  return told == now ? false : (told = now, true);
+}
+
+}  // namespace
 
 void StatusBarItem::present(const StatusItem& item) {
   guarded([&] {
-    if (visible_.isNews(item.isVisible())) [item_.get() setVisible:item.isVisible()];
-    if (!item.button()) return;
-    show(*item.button());
-    const auto frame = toRect([[item_.get() button] frame]);  // what the bar made of it
-    if (frame_.isNews(frame)) item.button()->setFrame(frame);
+    if (isNews(isVisible_, item.isVisible())) [item_.get() setVisible:item.isVisible()];
+    if (item.button()) show(*item.button());
   });
 }
 
-void StatusBarItem::show(const StatusBarButton& button) {
+void StatusBarItem::show(StatusBarButton& button) {
   NSStatusBarButton* const native = [item_.get() button];
-  if (mask_.isNews(button.actionMask())) [native sendActionOn:button.actionMask()];
   QuillTrayManager* const target = desktop_.objectFor(button.action().target);
-  if (target_.isNews(target)) [native setTarget:target];
-  if (action_.isNews(button.action().selector)) [native setAction:toSEL(button.action().selector)];
-  if (hidden_.isNews(button.isHidden())) [native setHidden:button.isHidden()];
-  if (frame_.isNews(button.frame())) [native setFrame:toNSRect(button.frame())];
   const auto horizontal = button.contentHuggingPriority(Orientation::horizontal);
-  if (horizontalHugging_.isNews(horizontal)) {
+  const auto vertical = button.contentHuggingPriority(Orientation::vertical);
+  const Setting setting(button.actionMask(), target, button.action().selector, button.isHidden(), button.frame(),
+                        horizontal, vertical);
+  if (isNews(setting_, setting)) {
+    [native sendActionOn:button.actionMask()];
+    [native setTarget:target];
+    [native setAction:toSEL(button.action().selector)];
+    [native setHidden:button.isHidden()];
+    [native setFrame:toNSRect(button.frame())];
     [native setContentHuggingPriority:static_cast<NSLayoutPriority>(horizontal)
                        forOrientation:NSLayoutConstraintOrientationHorizontal];
-  }
-  const auto vertical = button.contentHuggingPriority(Orientation::vertical);
-  if (verticalHugging_.isNews(vertical)) {
     [native setContentHuggingPriority:static_cast<NSLayoutPriority>(vertical)
                        forOrientation:NSLayoutConstraintOrientationVertical];
   }
 
   if (!button.image()) return;  // before the first one the platform's own look stays
-  if (imagePosition_.isNews(button.imagePosition())) {
+  const Look look(button.imagePosition(), button.isBordered(), button.isTransparent(), button.alphaValue());
+  const bool isNewLook = isNews(look_, look);
+  if (isNewLook) {
     [native setImagePosition:static_cast<NSCellImagePosition>(button.imagePosition())];
+    [native setBordered:button.isBordered()];
+    [native setTransparent:button.isTransparent()];
   }
-  if (bordered_.isNews(button.isBordered())) [native setBordered:button.isBordered()];
-  if (transparent_.isNews(button.isTransparent())) [native setTransparent:button.isTransparent()];
-  if (NSImage* const image = nativeImage(button.image()); image_.isNews(image)) {
+  if (NSImage* const image = nativeImage(button.image()); image != image_) {
+    image_ = image;  // kept by the button
     [native setImage:image];
     [native setNeedsDisplay:YES];
   }
-  if (alpha_.isNews(button.alphaValue())) [native setAlphaValue:button.alphaValue()];
+  if (isNewLook) [native setAlphaValue:button.alphaValue()];
+  button.setFrame(toRect([native frame]));  // what the bar made of it
+  std::get<Rect>(*setting_) = button.frame();
 }
 
 void StatusBarItem::popUp(const Menu& menu, Point at) {

@@ -1,6 +1,7 @@
 #include "text.h"
 
-#include "guard.h"
+#include "foundation.h"
+#include "url.h"
 
 namespace quill {
 namespace appkit {
@@ -40,6 +41,14 @@ bool isSingleGrapheme(std::string_view text) {
     isSingle = [string length] > 0 && [string rangeOfComposedCharacterSequenceAtIndex:0].length == [string length];
   });
   return isSingle;
+}
+
+std::optional<Url> parseUrl(std::string_view text) {
+  std::optional<Url> url;
+  appkit::guarded([&, escaped = escapeUrl(text)] {
+    if (!escaped.empty() && [NSURL URLWithString:appkit::toNSString(escaped)] != nil) url = Url{escaped};
+  });
+  return url;
 }
 
 }  // namespace quill

@@ -11,8 +11,8 @@ namespace quill::appkit {
 class Desktop;
 }
 
-/// The tray manager as the platform's objects see it: they call its operations by name. It holds the manager weakly; the
-/// one that a timer has for its target holds what the timer calls. Main thread.
+/// The tray manager as the platform's objects see it: they call its operations by name. It holds the manager weakly;
+/// the one that a timer has for its target holds what the timer calls. Main thread.
 @interface QuillTrayManager : NSObject {
  @private
   quill::appkit::Desktop* _desktop;

@@ -2,8 +2,6 @@
 
 #include "appkit_desktop.h"
 #include "appkit_image.h"
-#include "guard.h"
-#include "handle.h"
 #include "host_menu.h"
 #include "native_menu.h"
 
@@ -17,12 +15,6 @@ template <typename Use>
 void with(const std::weak_ptr<Responder>& manager, Use use) {
   guarded([&] {
     if (const auto tray = std::dynamic_pointer_cast<Tray>(manager.lock())) use(*tray);
-  });
-}
-
-void perform(const std::weak_ptr<Responder>& manager, Selector selector, const MenuItem* sender = nullptr) {
-  guarded([&] {
-    if (const auto responder = manager.lock()) responder->perform(selector, sender);
   });
 }
 
@@ -50,27 +42,29 @@ void perform(const std::weak_ptr<Responder>& manager, Selector selector, const M
 // The four that buttons, menu items and timers call.
 
 - (void)handleClick {
-  guarded([&] { _desktop->readApplication(); });
-  perform(_manager, "handleClick");
+  with(_manager, [&](Tray& tray) {
+    _desktop->readApplication();
+    tray.perform("handleClick", nullptr);
+  });
 }
 
 - (void)handleMenuItemAction:(id)sender {
-  guarded([&] {
+  with(_manager, [&](Tray& tray) {
     MenuItem chosen;
     id const represented = [sender respondsToSelector:@selector(representedObject)] ? [sender representedObject] : nil;
     if ([represented isKindOfClass:[NSString class]]) chosen.representedObject = toString(represented);
-    perform(_manager, "handleMenuItemAction:", &chosen);
+    tray.perform("handleMenuItemAction:", &chosen);
   });
 }
 
 - (void)quitApplication {
-  perform(_manager, "quitApplication");
+  with(_manager, [](Tray& tray) { tray.perform("quitApplication", nullptr); });
 }
 
 - (void)updateAnimation {
-  if (!_tick) return perform(_manager, "updateAnimation");
-  const Handle<QuillTrayManager> held(self);  // the tick may end its timer, and this with it
-  guarded(_tick);
+  const Handle<QuillTrayManager> held(self);  // a tick may end its timer, and this with it
+  if (_tick) return guarded(_tick);
+  with(_manager, [](Tray& tray) { tray.perform("updateAnimation", nullptr); });
 }
 
 // The others.

@@ -1,80 +1,57 @@
-#include "view_group.h"
-
 #import <AppKit/AppKit.h>
 
+#include "appkit_desktop.h"
 #include "appkit_image.h"
-#include "geometry_conversion.h"
-#include "guard.h"
-#include "told.h"
 
 namespace quill::appkit {
 namespace {
 
 /// A view of the platform, kept with the view that it stands for.
 struct NativeView : ViewRendering {
-  Handle<NSView> view;
-  bool isInside = false;
-  Told<bool> hidden, wantsLayer;
-  Told<Rect> frame;
-  Told<AutoresizingMask> autoresizingMask;
-  Told<ImageAlignment> alignment;
-  Told<ImageScaling> scaling;
-  Told<double> alpha;
-  Told<NSImage*> image;
+  explicit NativeView(Handle<NSView> its) : view(std::move(its)) {}
+  const Handle<NSView> view;
 };
 
-NativeView& nativeOf(View& view) {
+NSView* nativeOf(View& view) {
   if (!view.rendering()) {
-    auto made = std::make_shared<NativeView>();
     const NSRect frame = toNSRect(view.frame());
-    made->view = dynamic_cast<ImageView*>(&view) != nullptr
-                     ? Handle<NSView>::adopt([[NSImageView alloc] initWithFrame:frame])
-                     : Handle<NSView>::adopt([[NSView alloc] initWithFrame:frame]);
-    view.setRendering(std::move(made));
+    NSView* const made = dynamic_cast<ImageView*>(&view) != nullptr ? [[NSImageView alloc] initWithFrame:frame]
+                                                                    : [[NSView alloc] initWithFrame:frame];
+    view.setRendering(std::make_shared<NativeView>(Handle<NSView>::adopt(made)));
   }
-  return static_cast<NativeView&>(*view.rendering());
-}
-
-void showImage(NativeView& native, const ImageView& view) {
-  NSImageView* const to = static_cast<NSImageView*>(native.view.get());
-  if (native.alignment.isNews(view.imageAlignment())) {
-    [to setImageAlignment:static_cast<NSImageAlignment>(view.imageAlignment())];
-  }
-  if (native.scaling.isNews(view.imageScaling())) {
-    [to setImageScaling:static_cast<NSImageScaling>(view.imageScaling())];
-  }
-  if (NSImage* const image = nativeImage(view.image()); native.image.isNews(image)) [to setImage:image];
+  return static_cast<NativeView&>(*view.rendering()).view.get();
 }
 
 void show(View& view) {
-  auto& native = nativeOf(view);
-  NSView* const to = native.view.get();
-  if (native.frame.isNews(view.frame())) [to setFrame:toNSRect(view.frame())];
-  if (native.autoresizingMask.isNews(view.autoresizingMask())) [to setAutoresizingMask:view.autoresizingMask()];
-  if (const auto* const imageView = dynamic_cast<const ImageView*>(&view)) showImage(native, *imageView);
-  if (native.alpha.isNews(view.alphaValue())) [to setAlphaValue:view.alphaValue()];
-  if (native.hidden.isNews(view.isHidden())) [to setHidden:view.isHidden()];
-  if (native.wantsLayer.isNews(view.layer() != nullptr)) {
-    [to setWantsLayer:view.layer() != nullptr];
-    if (view.layer() != nullptr && view.layer()->backgroundColor == kClearColor) {
-      [[to layer] setBackgroundColor:[[NSColor clearColor] CGColor]];
-    }
+  NSView* const native = nativeOf(view);
+  [native setFrame:toNSRect(view.frame())];
+  [native setAutoresizingMask:view.autoresizingMask()];
+  if (const auto* const imageView = dynamic_cast<const ImageView*>(&view)) {
+    NSImageView* const showing = static_cast<NSImageView*>(native);
+    [showing setImageAlignment:static_cast<NSImageAlignment>(imageView->imageAlignment())];
+    [showing setImageScaling:static_cast<NSImageScaling>(imageView->imageScaling())];
+    [showing setImage:nativeImage(imageView->image())];
+  }
+  [native setAlphaValue:view.alphaValue()];
+  [native setHidden:view.isHidden()];
+  [native setWantsLayer:view.layer() != nullptr];
+  if (view.layer() != nullptr && view.layer()->backgroundColor == kClearColor) {
+    [[native layer] setBackgroundColor:[[NSColor clearColor] CGColor]];
   }
   NSView* below = nil;
   for (const auto& inside : view.subviews()) {
     show(*inside);
-    auto& nativeInside = nativeOf(*inside);
-    if (!std::exchange(nativeInside.isInside, true)) {
-      [to addSubview:nativeInside.view.get() positioned:NSWindowAbove relativeTo:below];
-    }
-    below = nativeInside.view.get();
+    NSView* const nativeInside = nativeOf(*inside);
+    if ([nativeInside superview] == nil) [native addSubview:nativeInside positioned:NSWindowAbove relativeTo:below];
+    below = nativeInside;
   }
 }
 
 }  // namespace
 
-void showGroup(View& view) {
-  guarded([&] { show(view); });
+// Nothing of it is ever on screen, so that all of it may be set anew.
+void Desktop::present(std::shared_ptr<View> group) {
+  mainQueue_.post([group = std::move(group)] { show(*group); });
 }
 
 }  // namespace quill::appkit
