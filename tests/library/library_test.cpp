@@ -9,6 +9,7 @@
 #include "forked_host.h"
 #include "private_bus.h"
 #include "quill_tray_manager.h"
+#include "typical_run.h"
 
 namespace quill::testing {
 namespace {
@@ -65,6 +66,22 @@ TEST_F(HostTest, WithoutASessionBusEverythingElseWorks) {
                                   "INFO 已设置菜单项数据，数量: 1", "INFO 菜单已设置，菜单项数量: 1",
                                   "ERROR 打开 URL 失败：无效的 URL 字符串: http://[::1",
                                   "INFO 已打开 URL: nobody-opens:\uFFFD"));
+}
+
+TEST_F(HostTest, LogsATypicalRunAsOnEveryDesktop) {
+  auto logged = run([] {
+    g_autoptr(GMenu) menu = g_menu_new();
+    for (const char* label : {"One", "Two"}) g_menu_append(menu, label, "app.none");
+    g_autoptr(GObject) other = G_OBJECT(g_object_new(G_TYPE_OBJECT, nullptr));
+    typicalRun(menu, other, [] {
+      bool isOver = false;
+      const auto over = [](gpointer flag) -> gboolean { return *static_cast<bool*>(flag) = true, G_SOURCE_REMOVE; };
+      g_timeout_add(500, over, &isOver);
+      while (!isOver) g_main_context_iteration(nullptr, TRUE);
+    });
+  });
+  std::transform(logged.begin(), logged.end(), logged.begin(), withoutDescriptions);
+  EXPECT_EQ(logged, kTypicalRunLog);
 }
 
 void animate() {

@@ -16,7 +16,7 @@ class HostMenu : public Menu {
 
   NSMenu* native() const { return menu_.get(); }
   /// The titles alone; anew whenever asked.
-  const Items& items() const override;
+  Items items() const override;
   void lookChanged() override;
   std::string description() const override;
 

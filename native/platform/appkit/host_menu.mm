@@ -16,7 +16,7 @@ std::shared_ptr<HostMenu> HostMenu::adopt(id menu) {
   return adopted;
 }
 
-const Menu::Items& HostMenu::items() const {
+Menu::Items HostMenu::items() const {
   guarded([this] {
     items_.clear();
     NSArray* const natives = [menu_.get() itemArray];
