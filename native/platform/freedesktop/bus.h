@@ -12,7 +12,8 @@
 
 namespace quill::freedesktop {
 
-/// Where the session bus listens, as the environment says now; empty where there is none.
+/// Where the session bus listens, as the environment says now; empty where it names none that can be connected to
+/// without waiting: other transports than "unix:" look up host names or start programs.
 std::optional<std::string> sessionBusAddress();
 
 /// A private connection to the session bus, driven by the default main context. It never waits: a
@@ -26,7 +27,7 @@ class Bus {
     std::function<void()> lost;
   };
 
-  Bus(GlibMainQueue& queue, const std::string& address, Handlers handlers);
+  Bus(GlibMainQueue& queue, std::string address, Handlers handlers);
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
   ~Bus();
