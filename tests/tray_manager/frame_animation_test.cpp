@@ -119,6 +119,22 @@ TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
   EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32"));
 }
 
+TEST_F(AnimationTest, TheTimerSendsItsActionByName) {
+  struct Named : Manager {
+    using Manager::Manager;
+    bool perform(Selector selector, const MenuItem* sender) override {
+      told.emplace_back(selector);
+      return Manager::perform(selector, sender);
+    }
+  };
+  manager = Manager::make<Named>(desktop);
+  createWithIcon();
+  addFramesUpTo(2);
+  start();
+  queue.advance(1s);
+  EXPECT_THAT(told, ElementsAre("updateAnimation", "updateAnimation"));
+}
+
 TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
   createWithIcon();
   std::thread worker([&] {

@@ -25,7 +25,7 @@ void Desktop::prepare(Image& image) {
   image.setRendering(std::move(rendering));
 }
 
-std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) { return HostMenu::adopt(menu); }
+std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) { return HostMenu::adopt(menu, hostMenuReads_); }
 
 void Desktop::openUrl(const Url& url) { urlOpener_.open(url); }
 

@@ -72,6 +72,7 @@ class PreciseTimer : public Timer {
     g_source_add_unix_fd(source_.get(), file_.number(), G_IO_IN);
   }
 
+  void invalidate() override { source_.reset(); }
   bool isRunning() const { return source_ != nullptr; }
 
  private:
@@ -95,6 +96,7 @@ class CoarseTimer : public Timer {
         }) {
     call_.setDue(start_ + period_);
   }
+  void invalidate() override { call_.cancel(); }
 
  private:
   std::chrono::nanoseconds start_;
