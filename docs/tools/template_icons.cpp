@@ -3,11 +3,7 @@
 ///
 ///     template_icons SHEET.png PICTURE…
 ///
-/// Built by hand, from the tree's root, once the release preset is built:
-///
-///     g++ -std=c++20 -O2 -o build/template_icons docs/tools/template_icons.cpp -Inative/platform \
-///       -Inative/platform/freedesktop -Wl,--start-group $(find build/release/native -name '*.a') -Wl,--end-group \
-///       $(pkg-config --cflags --libs gio-unix-2.0 gdk-pixbuf-2.0 libsystemd) -lunistring
+/// The target `template_icons` builds it.
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 

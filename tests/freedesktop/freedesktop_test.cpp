@@ -44,7 +44,7 @@ TEST_F(Freedesktop, RegistersOnceWithEachWatcherAndOnEachBusUntilItsLastReferenc
   }
   shown.reset();
   EXPECT_EQ(panel->menu(), "error");
-  EXPECT_EQ(openDescriptors(), descriptors - 1);
+  EXPECT_LT(openDescriptors(), descriptors);  // its socket and, from libsystemd 256 on, the bus daemon's pidfd
 }
 
 TEST_F(Freedesktop, NeedsAUsableAddressAndWaitsForABusWithoutBurningTime) {

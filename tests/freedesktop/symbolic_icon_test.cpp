@@ -67,8 +67,8 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
 TEST_F(SymbolicIcon, IsChosenAgainForEachWatcher) {
   showIn("org.example.Panel");
   const Peer shell(bus, {"org.gnome.Shell"});  // which is not the watcher
-  for (const auto& [name, recolours] :
-       {std::pair{"org.example.Other", false}, std::pair{"org.kde.kded5", true}, std::pair{"org.xfce.Panel", false}}) {
+  for (const auto& [name, recolours] : {std::pair{"org.example.Other", false}, std::pair{"org.kde.kded5", true},
+                                        std::pair{"org.xfce.Panel", false}, std::pair{"org.kde.kded6", true}}) {
     panel = std::make_unique<Peer>(bus, std::initializer_list{name, kWatcher});
     ASSERT_TRUE(panel->waitForItem()) << name;
     EXPECT_EQ(!read("IconName").empty(), recolours) << name;

@@ -36,7 +36,9 @@ std::string decoded(std::span<const std::uint8_t> bytes) {
                   {'1', {85, 85, 85, 255}}, {'2', {170, 170, 170, 255}}, {'h', {255, 255, 255, 128}}};
   const auto image = decodeImage(bytes);
   if (!image) return "refused";
-  const auto& [width, height, rgba] = *image->pixels();
+  const auto& rgba = image->pixels()->rgba;
+  const auto width = image->pixels()->width;
+  const auto height = image->pixels()->height;
   EXPECT_EQ(rgba.size(), static_cast<std::size_t>(width * height * 4));
   EXPECT_EQ(image->size(), (Size{static_cast<double>(width), static_cast<double>(height)}));
   std::string text;

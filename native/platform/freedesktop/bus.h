@@ -5,6 +5,7 @@
 #include <string>
 
 #include "backoff.h"
+#include "bus_handshake.h"
 #include "glib_main_queue.h"
 #include "owner_process.h"
 #include "sd_bus_handles.h"
@@ -42,6 +43,7 @@ class Bus {
   static GSourceFuncs sourceFunctions;
 
   void connect();
+  void open();
   bool isForked() const;
   bool isCongested() const;
   bool prepare(int& timeoutMilliseconds);
@@ -62,6 +64,7 @@ class Bus {
   int events_ = 0;
   bool isProcessing_ = false;  // sd-bus handles one message at a time, also where a main loop runs inside of one
   std::optional<std::chrono::nanoseconds> due_;
+  std::optional<BusHandshake> handshake_;  // while there is no bus_ yet
   BusHandle bus_;
 };
 

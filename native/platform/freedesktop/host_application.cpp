@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
@@ -13,6 +14,11 @@
 
 namespace quill::freedesktop {
 namespace {
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
 
 std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
 
@@ -40,6 +46,8 @@ std::string hostName() {
   const char* name = g_get_application_name();  // the program's name where no other was set
   return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
 }
+
+bool isSandboxed() { return isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0; }
 
 void terminateHost() {
   if (auto* const application = g_application_get_default(); application != nullptr) {

@@ -11,6 +11,7 @@
 #include <optional>
 #include <utility>
 
+#include "host_application.h"
 #include "quiet_write.h"
 
 namespace quill::freedesktop {
@@ -22,16 +23,11 @@ constexpr auto kUnfinished = "unfinished";
 /// A folder that has just been made may be taken for a left one, once for each process that starts then.
 constexpr int kAttempts = 4;
 
-bool isSet(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
-}
-
 /// Where the panel would look under the same path; empty: nowhere.
 std::optional<std::string> sharedRuntimeDirectory() {
   const char* directory = std::getenv("XDG_RUNTIME_DIR");
   if (directory == nullptr || *directory != '/') return std::nullopt;
-  if (isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0) return std::nullopt;
+  if (isSandboxed()) return std::nullopt;
   return directory;
 }
 

@@ -6,6 +6,8 @@
 #include <limits>
 #include <utility>
 
+#include "panel_title.h"
+
 namespace quill::freedesktop {
 namespace {
 
@@ -19,7 +21,8 @@ constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 /// A title shown literally: the protocol takes an underscore for a mnemonic unless it is doubled,
 /// and has no U+0000.
-std::string labelFor(std::string_view title, std::optional<std::size_t> mnemonic) {
+std::string labelFor(const std::string& fullTitle, std::optional<std::size_t> fullMnemonic) {
+  const auto [title, mnemonic] = panelTitle(fullTitle, fullMnemonic);
   std::string label;
   label.reserve(title.size() + 1);
   for (std::size_t at = 0; at < title.size(); ++at) {

@@ -14,9 +14,9 @@ constexpr std::chrono::milliseconds kLongestDelay{10'000};
 constexpr int kAttempts = 8;
 
 /// Names whose owner, where it is the watcher too, draws symbolic icons in the bar's own colour, also
-/// after its theme was switched: GNOME's shell, and Plasma's through its daemon. Xfce's panel is none
-/// of them: it recolours an icon when it loads it, and leaves it in that colour when the bar changes.
-constexpr std::array kRecolouring = {"org.gnome.Shell", "org.kde.kded5"};
+/// after its theme was switched: GNOME's shell, and the daemons of Plasma 5 and 6. Xfce's panel is not
+/// among them: it recolours an icon when it loads it, and leaves it in that colour when the bar changes.
+constexpr std::array kRecolouring = {"org.gnome.Shell", "org.kde.kded5", "org.kde.kded6"};
 
 }  // namespace
 

@@ -27,7 +27,7 @@ class Watcher {
   void leave();
 
  private:
-  static constexpr std::size_t kRecolouringPanels = 2;
+  static constexpr std::size_t kRecolouringPanels = 3;
 
   static int onPanelOwner(sd_bus_message* message, void* self, sd_bus_error* error);
   static int onRegistered(sd_bus_message* message, void* self, sd_bus_error* error);
