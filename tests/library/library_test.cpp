@@ -227,8 +227,8 @@ TEST_F(UrlTest, AnApplicationOnTheBusGetsTheUrlAlsoFromAProcessThatEnds) {
   const std::string slow = "/bin/sh -c \"sleep 0.5; exec " URL_HANDLER " '" + notes + "'\"";
   write("dbus-1/services/quill.test.Handler.service", "[D-BUS Service]\nName=quill.test.Handler\nExec=" + slow + "\n");
   bus.start();
-  run([] { quill_tray_manager_open_url("quilltest:right-before-the-exit"); });
-  EXPECT_THAT(opened(1), ElementsAre(::testing::StartsWith("quilltest:right-before-the-exit ")));
+  run([] { quill_tray_manager_open_url("quilltest:///right-before-the-exit"); });
+  EXPECT_THAT(opened(1), ElementsAre(::testing::StartsWith("quilltest:///right-before-the-exit ")));
 }
 
 TEST_F(UrlTest, TheHostOutlivesTheBus) {
