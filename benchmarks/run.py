@@ -10,14 +10,13 @@ import pathlib
 import platform
 import shutil
 import statistics
-import struct
 import subprocess
 import sys
 import time
-import zlib
 from collections import defaultdict
 from dataclasses import dataclass
 
+from PIL import Image, ImageDraw
 from session import Session
 
 OURS, BARE, QT, APPINDICATOR, SPDLOG, WRITE = "ours", "bare sd-bus", "Qt 6", "appindicator", "spdlog", "write(2) alone"
@@ -112,16 +111,16 @@ class Benchmark:
                 connection = panel.hear("item")[0]
                 panel.hear("read")
                 item.rest()
-                monitor = self.session.monitor()
+                monitor = self.session.monitor(connection)
                 results = []
                 for command in ("change", "repeat") if name != BARE else ("change",):
                     passed = []
                     for count in (short, long):
-                        before = monitor.of(connection)
+                        before = monitor.count
                         item.tell(f"{command} {count}")
                         item.hear("done")
                         item.rest()
-                        passed.append(monitor.of(connection) - before)
+                        passed.append(monitor.count - before)
                     results.append((passed[1] - passed[0]) / (long - short))
                 monitor.close()
                 return results
@@ -321,30 +320,24 @@ def remove_logs(home):
         log.unlink()
 
 
-def png(side, hole):
-    """A disc or a ring with a soft edge, as a PNG file's bytes."""
-
-    def covered(radius, x, y):
-        return max(0.0, min(1.0, radius - ((x + 0.5 - side / 2) ** 2 + (y + 0.5 - side / 2) ** 2) ** 0.5))
-
-    def chunk(kind, data):
-        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
-
-    rows = bytearray()
-    for y in range(side):
-        rows.append(0)  # no filter
-        for x in range(side):
-            alpha = covered(0.45 * side, x, y) - (covered(0.25 * side, x, y) if hole else 0.0)
-            rows += bytes((40, 70, 110, round(255 * alpha)))
-    header = struct.pack(">IIBBBBB", side, side, 8, 6, 0, 0, 0)
-    return b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", header) + chunk(b"IDAT", zlib.compress(rows)) + chunk(b"IEND", b"")
+def draw_icon(side, hole):
+    """A disc or a ring with a soft edge."""
+    scale = 8
+    alpha = Image.new("L", (side * scale, side * scale))
+    for radius, level in ((0.45, 255), (0.25, 0)) if hole else ((0.45, 255),):
+        reach = radius * side * scale
+        middle = side * scale / 2
+        ImageDraw.Draw(alpha).ellipse((middle - reach, middle - reach, middle + reach, middle + reach), fill=level)
+    icon = Image.new("RGBA", (side, side), (40, 70, 110))
+    icon.putalpha(alpha.resize((side, side), Image.Resampling.BOX))
+    return icon
 
 
 def make_icons(directory):
     directory.mkdir(parents=True, exist_ok=True)
     for side in (22, 44, 64):
         for index in (0, 1):
-            (directory / f"{side}-{index}.png").write_bytes(png(side, hole=index == 1))
+            draw_icon(side, hole=index == 1).save(directory / f"{side}-{index}.png")
 
 
 def amount(value):

@@ -4,23 +4,17 @@ import os
 import pathlib
 import queue
 import subprocess
-import tempfile
+import sys
 import threading
 import time
 
 from message_bytes import MessageBytes
 
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "scripts"))
+from servers import start_bus, start_display  # noqa: E402
+
 DEADLINE = 60.0  # seconds, for one answer
 REST = 0.25  # seconds without a wakeup after which a process counts as at rest
-BUS = """<busconfig>
-  <type>session</type>
-  <listen>unix:path={path}</listen>
-  <auth>EXTERNAL</auth>
-  <policy context="default">
-    <allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/>
-  </policy>
-</busconfig>
-"""
 
 
 class Program:
@@ -139,7 +133,6 @@ class Session:
     def __init__(self, programs, directory):
         self.programs = programs
         self.directory = directory
-        self._temporary = tempfile.TemporaryDirectory(prefix="benchmark-")
         self._children = []
 
     def __enter__(self):
@@ -151,34 +144,22 @@ class Session:
         return self
 
     def _start(self):
-        place = pathlib.Path(self._temporary.name)  # short: a socket's path has little room
-        self.bus_path = str(place / "bus")
-        (place / "bus.conf").write_text(BUS.format(path=self.bus_path))
+        _, self.bus = start_bus(self._spawn)
+        _, display = start_display(self._spawn, 640, 480)
         self.environment = {
             "PATH": os.environ["PATH"],
             "LANG": "C.UTF-8",
-            "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.bus_path}",
-            "DISPLAY": self._ready(["Xvfb", "-displayfd", "{}", "-screen", "0", "640x480x24", "-nolisten", "tcp"], ":"),
+            "DBUS_SESSION_BUS_ADDRESS": self.bus,
+            "DISPLAY": display,
             "NO_AT_BRIDGE": "1",
             "GTK_A11Y": "none",
             "GDK_BACKEND": "x11",
             "QT_QPA_PLATFORM": "xcb",  # Qt's other platforms know no status items
         }
-        configuration = f"--config-file={place / 'bus.conf'}"
-        self._ready(["dbus-daemon", configuration, "--nofork", "--nopidfile", "--print-address={}"])
 
-    def _ready(self, words, prefix=""):
-        """Starts a server; what it writes to a pipe once it is ready."""
-        reader, writer = os.pipe()
-        words = [word.format(writer) for word in words]
+    def _spawn(self, words, **options):
         quiet = subprocess.DEVNULL
-        self._children.append(subprocess.Popen(words, pass_fds=[writer], stdin=quiet, stdout=quiet, stderr=quiet))
-        os.close(writer)
-        with open(reader, encoding="ascii") as answer:
-            said = answer.readline().strip()
-        if not said:
-            raise RuntimeError(f"{words[0]} does not start")
-        return prefix + said
+        self._children.append(subprocess.Popen(words, stdin=quiet, stdout=quiet, stderr=quiet, **options))
 
     def has(self, name):
         return (self.programs / name).exists()
@@ -191,11 +172,10 @@ class Session:
         panel.hear("ready")
         return panel
 
-    def monitor(self):
-        return MessageBytes(self.bus_path)
+    def monitor(self, connection):
+        return MessageBytes(self.bus, connection)
 
     def __exit__(self, *_):
         for child in reversed(self._children):
             child.terminate()
             child.wait()
-        self._temporary.cleanup()

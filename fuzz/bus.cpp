@@ -1,4 +1,4 @@
-// A status item with its menu, and a bus, a panel and a portal that send it whatever they like. All is one thread: the
+// A status item with its menu, and a bus and a panel that send it whatever they like. All is one thread: the
 // bus is this file's; the item's side is the library's down to its socket, in the default main context.
 #include <gio/gio.h>
 #include <sys/socket.h>
@@ -176,7 +176,7 @@ class Host : public Responder, public std::enable_shared_from_this<Host> {
     Words words(line);
     std::vector<std::shared_ptr<Menu>> open = {std::make_shared<Menu>()};
     for (auto word = words.next(); !word.empty(); word = words.next()) {
-      const auto& entries = open.back()->items();
+      const auto entries = open.back()->items();
       if (word == "[" && !entries.empty()) {
         open.push_back(entries.back()->submenu = std::make_shared<Menu>());
       } else if (word == "]" && open.size() > 1) {

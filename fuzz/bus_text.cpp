@@ -30,7 +30,6 @@ constexpr std::array kKinds{
     Kind{"no-interface", kCall, "/StatusNotifierItem", ""},
     Kind{"nowhere", kCall, "/", "com.canonical.dbusmenu"},
     Kind{"bus", kSignal, "/org/freedesktop/DBus", "org.freedesktop.DBus", "org.freedesktop.DBus"},
-    Kind{"portal", kSignal, "/org/freedesktop/portal/desktop", "org.freedesktop.portal.Settings"},
     Kind{"reply", kReply, "", "", "org.freedesktop.DBus"},
     Kind{"error", kError, "", "", "org.freedesktop.DBus"},
 };

@@ -5,7 +5,10 @@ import signal
 import sys
 
 from PIL import Image
-from panel_session import LEFT, PanelSession, changed_box, wait_for
+from panel_session import PanelSession
+from pictures import changed_box
+from screens import LEFT
+from servers import wait_for
 
 ANIMATED = pathlib.Path(__file__).resolve().parents[1] / "examples/python/main.py"
 ZOOM = 4  # of the animation's pictures

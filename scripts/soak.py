@@ -13,8 +13,9 @@ import sys
 import tempfile
 import time
 
-from panel_session import Host, NotInstalled, PanelSession, wait_for
+from panel_session import Host, NotInstalled, PanelSession
 from PIL import Image, ImageDraw
+from servers import start_bus, wait_for
 
 KEPT = 256  # KiB
 TICK = 0.035
@@ -173,20 +174,18 @@ class Bus:
             "DBUS_SESSION_BUS_ADDRESS": f"unix:path={self.socket}",
         }
 
-    def spawn(self, *words):
+    def spawn(self, words, **options):
         """Ends with this process."""
         words = ["setpriv", "--pdeathsig", "KILL", *words]
-        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": subprocess.DEVNULL}
-        return Host(subprocess.Popen(words, env=self.environment, encoding="utf-8", **pipes))
+        options |= {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE, "stderr": subprocess.DEVNULL}
+        return Host(subprocess.Popen(words, env=self.environment, encoding="utf-8", **options))
 
     def start_daemon(self):
-        address = self.environment["DBUS_SESSION_BUS_ADDRESS"]
-        daemon = self.spawn("dbus-daemon", "--session", "--nofork", "--nopidfile", "--address=" + address)
-        wait_for(self.socket.exists, "bus", pause=0.01)
+        daemon, _ = start_bus(self.spawn, self.environment["DBUS_SESSION_BUS_ADDRESS"])
         return daemon
 
     def start_watcher(self):
-        return self.spawn("/usr/bin/python3", "-B", str(pathlib.Path(__file__).with_name("watcher.py")))
+        return self.spawn(["/usr/bin/python3", "-B", str(pathlib.Path(__file__).with_name("watcher.py"))])
 
     @staticmethod
     def kill(program):
@@ -207,7 +206,7 @@ def outlive_watchers_and_buses(build, quick):
         directory = pathlib.Path(name)
         bus = Bus(directory)
         daemon, watcher = bus.start_daemon(), bus.start_watcher()
-        host = bus.spawn(str(build / "tests/panel/panel_host"))
+        host = bus.spawn([str(build / "tests/panel/panel_host")])
         for command in (menu(3), "create", f"icon {draw_icons(directory)[3]}"):
             tell(host, command)
         registrations(watcher)

@@ -6,10 +6,12 @@
 
 namespace quill {
 
-/// A repeating call on the main thread; dropping the object ends it for good, also from inside its own tick.
+/// A repeating call on the main thread; it ends with the object at the latest.
 class Timer {
  public:
   virtual ~Timer() = default;
+  /// Ends it for good: no tick comes after this. Also from inside its own tick.
+  virtual void invalidate() = 0;
 };
 
 /// The main thread's queue of work.

@@ -43,18 +43,23 @@ struct AttributedTitle {
 
 enum class ToggleType { none, check, radio };
 
-/// One entry of a menu. All text is well-formed UTF-8 and may hold U+0000. Main thread.
-struct MenuItem {
+/// How an entry of a menu looks. All text is well-formed UTF-8 and may hold U+0000.
+struct MenuItemLook {
   std::string title;
   std::optional<std::size_t> mnemonic;  ///< byte of the title before which the access key's character begins
   std::string iconName;                 ///< of an icon theme; empty: none
-  Action action;                        ///< shown disabled while its selector is empty
   std::string keyEquivalent;
   ModifierFlags keyEquivalentModifierMask = kCommand;
   bool isSeparator = false;
-  bool enabled = true;
   ToggleType toggleType = ToggleType::none;
-  bool on = false;             ///< state of a check or radio item
+  bool on = false;  ///< state of a check or radio item
+  bool operator==(const MenuItemLook&) const = default;
+};
+
+/// One entry of a menu. Main thread.
+struct MenuItem : MenuItemLook {
+  Action action;  ///< shown disabled while its selector is empty
+  bool enabled = true;
   std::any representedObject;  ///< whatever the action needs in order to tell items apart
   std::optional<AttributedTitle> attributedTitle;
   std::shared_ptr<Menu> submenu;
@@ -83,8 +88,10 @@ class Menu {
   double minimumWidth = 0.0;  ///< points
   std::optional<Appearance> appearance;
 
-  /// The entries as they are now.
-  virtual const Items& items() const { return items_; }
+  /// The entries as they are now. To answer, a menu that lives outside may call the host, which may call
+  /// anything of this library: keep a reference to the menu meanwhile. The list is the caller's own, so that
+  /// it stays whole whatever the host does to the menu.
+  virtual Items items() const { return items_; }
   void addItem(std::shared_ptr<MenuItem> item) { items_.push_back(std::move(item)); }
 
   /// Called after entries of a menu that lives outside changed; one handler, empty for none.

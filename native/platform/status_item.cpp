@@ -1,5 +1,7 @@
 #include "status_item.h"
 
+#include <utility>
+
 #include "description.h"
 
 namespace quill {
@@ -43,8 +45,9 @@ void StatusItem::setVisible(bool visible) {
 }
 
 void StatusItem::announceMenu(std::shared_ptr<Menu> menu) {
-  if (announcedMenu_) announcedMenu_->setChangeHandler({});
-  announcedMenu_ = std::move(menu);
+  // Goes last: its end may call the host, and the host may announce another menu.
+  const auto before = std::exchange(announcedMenu_, std::move(menu));
+  if (before) before->setChangeHandler({});
   if (announcedMenu_) {
     announcedMenu_->setChangeHandler([weak = weak_from_this()] {
       if (const auto self = weak.lock()) self->changed();

@@ -8,13 +8,11 @@ namespace {
 
 constexpr std::chrono::milliseconds kTickInterval{35};
 
-/// A frame, or the main icon, as the button shows it.
-void showDirectly(StatusBarButton& button, const Image& image) {
+/// A button that is its image and nothing else.
+void showImageOnly(StatusBarButton& button) {
   button.setImagePosition(ImagePosition::imageOnly);
   button.setBordered(false);
   button.setTransparent(false);
-  button.setImage(image);
-  button.setNeedsDisplay(true);
 }
 
 }  // namespace
@@ -55,12 +53,17 @@ void TrayManager::startAnimationSync() {
     isAnimating = false;
     return;
   }
-  showDirectly(*target, animationFrames.front());
+  showImageOnly(*target);
+  target->setImage(animationFrames.front());
   logDebug("[TrayManager] 设置动画第一帧，图像: " + animationFrames.front().description(), kLogModule);
   target->setHidden(false);
   target->setAlphaValue(1.0);
+  target->setNeedsDisplay(true);
   logInfo("[TrayManager] 开始动画，总帧数: " + frames + "，直接更新按钮图像", kLogModule);
-  animationTimer = desktop_.mainQueue().repeat(kTickInterval, [self = shared_from_this()] { self->updateAnimation(); });
+  animationTimer = desktop_.mainQueue().repeat(
+      kTickInterval, [holder = shared_from_this(), tick = Action{selectors::kUpdateAnimation, weak_from_this()}] {
+        tick.send(nullptr);
+      });
 }
 
 void TrayManager::stopAnimation() {
@@ -68,9 +71,10 @@ void TrayManager::stopAnimation() {
 }
 
 void TrayManager::stopAnimationSync() {
+  const auto self = shared_from_this();  // the timer may hold the last other reference
   isAnimating = false;
-  // The timer may hold the last reference to this manager and is let go on return only.
-  const auto ended = std::move(animationTimer);
+  if (animationTimer) animationTimer->invalidate();
+  animationTimer = nullptr;
   const auto target = button();
   if (!target) {
     logWarning("[TrayManager] 动画停止：按钮不存在", kLogModule);
@@ -81,7 +85,9 @@ void TrayManager::stopAnimationSync() {
     logWarning("[TrayManager] 动画已停止，但主图标不存在", kLogModule);
     return;
   }
-  showDirectly(*target, *mainIcon);
+  target->setImage(*mainIcon);
+  showImageOnly(*target);
+  target->setNeedsDisplay(true);
   logInfo("[TrayManager] 动画已停止，恢复按钮主图标", kLogModule);
 }
 

@@ -11,13 +11,15 @@ constexpr Font kHostMenuFont{kSystemFontSize};
 }  // namespace
 
 void TrayManager::setMenu(std::shared_ptr<Menu> hostMenu) {
-  replaceMenu(std::move(hostMenu));
-  menu->font = kHostMenuFont;
-  menu->minimumWidth = kHostMenuMinimumWidth;
-  menu->appearance = effectiveAppearance();
-  for (const auto& item : menu->items()) item->attributedTitle = AttributedTitle{item->title, kHostMenuFont};
+  replaceMenu(hostMenu);
+  hostMenu->font = kHostMenuFont;
+  hostMenu->minimumWidth = kHostMenuMinimumWidth;
+  hostMenu->appearance = effectiveAppearance();
+  // Asks the host's objects, which may call the library: `menu` may be another one after this.
+  const auto items = hostMenu->items();
+  for (const auto& item : items) item->attributedTitle = AttributedTitle{item->title, kHostMenuFont};
   if (const auto target = button()) target->sendActionOn(kClickEvents);
-  logInfo("[TrayManager] 菜单已设置，菜单项数量: " + std::to_string(menu->items().size()), kLogModule);
+  logInfo("[TrayManager] 菜单已设置，菜单项数量: " + std::to_string(items.size()), kLogModule);
 }
 
 }  // namespace quill

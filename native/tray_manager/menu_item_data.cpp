@@ -7,10 +7,10 @@ namespace quill {
 void TrayManager::setMenuItems(std::vector<MenuItemData> items) {
   menuItems = std::move(items);
   if (!statusItem) return;
-  auto replacement = createMenuFromData();
+  const auto replacement = createMenuFromData();
   replacement->appearance = effectiveAppearance();
-  replaceMenu(std::move(replacement));
-  logInfo("[TrayManager] 菜单已更新，菜单项数量: " + std::to_string(menu->items().size()), kLogModule);
+  replaceMenu(replacement);
+  logInfo("[TrayManager] 菜单已更新，菜单项数量: " + std::to_string(replacement->items().size()), kLogModule);
 }
 
 std::shared_ptr<Menu> TrayManager::createMenuFromData() {

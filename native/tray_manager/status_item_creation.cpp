@@ -18,13 +18,14 @@ void TrayManager::createTray() {
   logInfo("[TrayManager] 已设置状态项可见", kLogModule);
 
   if (!menuItems.empty()) {
-    replaceMenu(createMenuFromData());
-    logInfo("[TrayManager] 已使用动态菜单数据创建菜单，菜单项数量: " + std::to_string(menu->items().size()),
+    const auto built = createMenuFromData();
+    replaceMenu(built);
+    logInfo("[TrayManager] 已使用动态菜单数据创建菜单，菜单项数量: " + std::to_string(built->items().size()),
             kLogModule);
-  } else if (menu) {
-    replaceMenu(menu);
+  } else if (const auto kept = menu) {
+    replaceMenu(kept);
     logInfo(
-        "[TrayManager] 已设置菜单: " + menu->description() + "，菜单项数量: " + std::to_string(menu->items().size()),
+        "[TrayManager] 已设置菜单: " + kept->description() + "，菜单项数量: " + std::to_string(kept->items().size()),
         kLogModule);
   } else {
     replaceMenu(createBasicMenu());

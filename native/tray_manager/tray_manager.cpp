@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
-#include "immortal.h"
+#include "no_destructor.h"
 
 namespace quill {
 
@@ -15,8 +16,9 @@ constexpr Rect kInitialViewFrame{{0.0, 0.0}, {44.0, 44.0}};
 }  // namespace
 
 const std::shared_ptr<TrayManager>& TrayManager::shared() {
-  static const Immortal<std::shared_ptr<TrayManager>> instance([] { return make<TrayManager>(Desktop::current()); });
-  return instance.get();
+  static constinit NoDestructor<std::shared_ptr<TrayManager>> instance;
+  auto& desktop = Desktop::current();
+  return instance.get([&desktop] { return make<TrayManager>(desktop); });
 }
 
 TrayManager::TrayManager(Desktop& desktop)
@@ -31,17 +33,18 @@ void TrayManager::setupAnimatedView() {
   if (auto* layer = animatedView->layer()) layer->backgroundColor = kClearColor;
   animatedView->setHidden(true);
 
-  for (const auto& view : {mainIconView, animatedIconView}) {
-    view->setFrame(animatedView->bounds());
-    view->setAutoresizingMask(kWidthSizable | kHeightSizable);
-    view->setImageAlignment(ImageAlignment::center);
-    view->setImageScaling(ImageScaling::proportionallyUpOrDown);
-    view->setAlphaValue(0.0);
-    view->setHidden(true);
-  }
-  animatedIconView->setWantsLayer(true);
-
+  const auto configure = [this](ImageView& view) {
+    view.setFrame(animatedView->bounds());
+    view.setAutoresizingMask(kWidthSizable | kHeightSizable);
+    view.setImageAlignment(ImageAlignment::center);
+    view.setImageScaling(ImageScaling::proportionallyUpOrDown);
+    view.setAlphaValue(0.0);
+    view.setHidden(true);
+  };
+  configure(*mainIconView);
   animatedView->addSubview(mainIconView);
+  configure(*animatedIconView);
+  animatedIconView->setWantsLayer(true);
   animatedView->addSubview(animatedIconView, OrderingMode::above, mainIconView.get());
 }
 
@@ -56,13 +59,6 @@ bool TrayManager::perform(Selector selector, const MenuItem* sender) {
             [](TrayManager& manager, const MenuItem* item) { manager.handleMenuItemAction(item); }},
       Entry{selectors::kQuitApplication, [](TrayManager& manager, const MenuItem*) { manager.quitApplication(); }},
       Entry{selectors::kUpdateAnimation, [](TrayManager& manager, const MenuItem*) { manager.updateAnimation(); }},
-      Entry{selectors::kCreateStandardMenu,
-            [](TrayManager& manager, const MenuItem*) { manager.createStandardMenu(); }},
-      Entry{selectors::kCreateBasicMenu, [](TrayManager& manager, const MenuItem*) { manager.createBasicMenu(); }},
-      Entry{selectors::kCreateTray, [](TrayManager& manager, const MenuItem*) { manager.createTray(); }},
-      Entry{selectors::kStartAnimation, [](TrayManager& manager, const MenuItem*) { manager.startAnimation(); }},
-      Entry{selectors::kStopAnimation, [](TrayManager& manager, const MenuItem*) { manager.stopAnimation(); }},
-      Entry{selectors::kResetAnimation, [](TrayManager& manager, const MenuItem*) { manager.resetAnimation(); }},
   };
   const auto entry =
       std::find_if(table.begin(), table.end(), [&](const Entry& candidate) { return candidate.selector == selector; });
@@ -78,8 +74,10 @@ Appearance TrayManager::effectiveAppearance() const {
 }
 
 void TrayManager::replaceMenu(std::shared_ptr<Menu> replacement) {
-  menu = std::move(replacement);
-  if (statusItem) statusItem->announceMenu(menu);
+  // What the change lets go may call the host as it ends, and the host may replace the menu or the item again:
+  // the old menu goes last, and the item stays until then.
+  const auto before = std::exchange(menu, std::move(replacement));
+  if (const auto item = statusItem) item->announceMenu(menu);
 }
 
 }  // namespace quill

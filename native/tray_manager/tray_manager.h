@@ -162,15 +162,9 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
 /// Names under which platform objects call the manager's operations.
 namespace selectors {
-constexpr Selector kCreateBasicMenu = "createBasicMenu";
-constexpr Selector kCreateStandardMenu = "createStandardMenu";
-constexpr Selector kCreateTray = "createTray";
 constexpr Selector kHandleClick = "handleClick";
 constexpr Selector kHandleMenuItemAction = "handleMenuItemAction:";
 constexpr Selector kQuitApplication = "quitApplication";
-constexpr Selector kResetAnimation = "resetAnimation";
-constexpr Selector kStartAnimation = "startAnimation";
-constexpr Selector kStopAnimation = "stopAnimation";
 constexpr Selector kUpdateAnimation = "updateAnimation";
 }  // namespace selectors
 

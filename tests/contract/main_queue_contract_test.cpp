@@ -106,11 +106,16 @@ TYPED_TEST(MainQueueContract, EndsATimerWithItsObjectAndTicksWhileWorkKeepsTheLo
     ended.reset();
     endedTicks += *own;  // what it holds outlives the call
   });
+  std::unique_ptr<Timer> invalidated;
+  invalidated = this->queue().repeat(milliseconds(2), [&, own = std::make_shared<int>(10)] {
+    invalidated->invalidate();
+    endedTicks += *own;
+  });
   this->queue().repeat(milliseconds(2), [&] { endedTicks += 100; }).reset();
   const auto timer = this->queue().repeat(milliseconds(2), [&] { ++ticks; });
   this->queue().post([&] { done = this->driver.runUntil([&] { return ticks >= 5; }); });
   EXPECT_TRUE(this->driver.runUntil([&] { return done; }));
-  EXPECT_EQ(endedTicks, 1);
+  EXPECT_EQ(endedTicks, 11);
 }
 
 }  // namespace

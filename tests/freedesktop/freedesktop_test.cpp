@@ -2,7 +2,10 @@
 #include <unistd.h>
 
 #include <ctime>
+#include <fstream>
+#include <string>
 
+#include "dbusmenu.h"
 #include "panel_fixture.h"
 
 namespace quill::freedesktop {
@@ -44,26 +47,37 @@ TEST_F(Freedesktop, RegistersOnceWithEachWatcherAndOnEachBusUntilItsLastReferenc
   EXPECT_LT(openDescriptors(), descriptors);  // its socket and, from libsystemd 256 on, the bus daemon's pidfd
 }
 
-TEST_F(Freedesktop, NeedsAnAddressAndWaitsForABusWithoutBurningTime) {
+TEST_F(Freedesktop, NeedsAUsableAddressAndWaitsForABusWithoutBurningTime) {
   std::vector<std::shared_ptr<StatusItem>> waiting;
   const auto canMake = [&] { return waiting.emplace_back(desktop.makeStatusItem(22)) != nullptr; };
-  EXPECT_TRUE(canMake());
-  for (const char* address : {"nonsense", "unix:", "unix:abstract=/nobody/listens", "tcp:host=nowhere.invalid"}) {
-    setenv("DBUS_SESSION_BUS_ADDRESS", address, 1);
-    EXPECT_TRUE(canMake()) << address;
+  const auto canMakeAt = [&](const std::string& address) {
+    setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
+    return canMake();
+  };
+  unsetenv("XDG_RUNTIME_DIR");
+  const std::string longest(107, '/');
+  const std::string guid(31, '0');
+  for (const auto& address : {"nonsense", "disabled:", "autolaunch:", "tcp:host=nowhere.invalid", "unixexec:path=true",
+                              "unix:", ";", "unix:path", "unix:path=", "unix:path=%2", "unix:path=/a,abstract=b",
+                              "unix:dir=/tmp", "unix:runtime=yes", "unix:runtime=no"}) {
+    EXPECT_FALSE(canMakeAt(address)) << address;
   }
+  EXPECT_FALSE(canMakeAt("unix:path=/" + longest) || canMakeAt("unix:abstract=" + longest) ||
+               canMakeAt("unix:path=/a,guid=" + guid));
+  setenv("XDG_RUNTIME_DIR", bus.directory.c_str(), 1);
+  EXPECT_TRUE(canMakeAt("unix:abstract=/nobody/listens") && canMakeAt("unix:path=" + longest) &&
+              canMakeAt("unix:path=/no%20body,guid=0" + guid));
+  EXPECT_TRUE(canMakeAt("unix:path=%;tcp:host=nowhere.invalid,port=1;" + bus.address()));
+  EXPECT_TRUE(canMakeAt("unix:runtime=yes"));
   const auto before = std::clock();
   runFor(500ms);
   EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20);
   unsetenv("DBUS_SESSION_BUS_ADDRESS");
-  setenv("XDG_RUNTIME_DIR", bus.directory.c_str(), 1);
   EXPECT_FALSE(canMake());
   bus.start();
   EXPECT_TRUE(canMake());
-  unsetenv("XDG_RUNTIME_DIR");
-  EXPECT_FALSE(canMake());
   panel = std::make_unique<Peer>(bus);
-  EXPECT_TRUE(runUntil([&] { return panel->received.size() == 2; })) << "of the first, too, which was there before";
+  EXPECT_TRUE(runUntil([&] { return panel->received.size() == 3; })) << "also of those which were there before";
 }
 
 TEST_F(Freedesktop, AnswersForEveryPropertyAndSignalsWhatIsNewOnce) {
@@ -120,6 +134,33 @@ TEST_F(Freedesktop, ShowsEachFrameInItsTick) {
   }
 }
 
+TEST_F(Freedesktop, KeepsOfAFrameWhatAPanelReads) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer keeps what was given back";
+#endif
+  const auto privateKibibytes = [] {
+    std::ifstream rollup("/proc/self/smaps_rollup");
+    std::string word;
+    while (rollup >> word && word != "Private_Dirty:") continue;
+    long amount = -1;
+    rollup >> amount;
+    return amount;
+  };
+  const auto add = [&](int side, int count) {
+    for (int i = 0; i < count; ++i) {
+      manager->addAnimationFrame(Image(std::make_shared<Pixels>(pixels(i + 1, side)), {22, 22}));
+    }
+  };
+  constexpr long kPanelReads = (22 * 22 + 44 * 44) * 4;
+  for (const int side : {64, 128, 512, 1024}) {
+    add(side, 2);  // what the allocator takes for the pixels that come and go
+    const auto before = privateKibibytes();
+    ASSERT_GT(before, 0);
+    add(side, 30);
+    EXPECT_LE(privateKibibytes() - before, 30 * (kPanelReads / 1024 + 20)) << side;
+  }
+}
+
 TEST_F(Freedesktop, TellsClicks) {
   showInPanel();
   static Peer* const reader = panel.get();
@@ -135,6 +176,24 @@ TEST_F(Freedesktop, TellsClicks) {
   EXPECT_EQ(panel->call(kMenu, "EventGroup", group), "([999],)");
   panel->takeSignals();
   EXPECT_THAT(told, ElementsAre("a"));
+}
+
+TEST_F(Freedesktop, TellsOfManyChoicesOneATurnAndRefusesMoreThanAMenuHas) {
+  showInPanel();
+  const auto choose = [&](std::size_t count) {
+    std::string events;
+    for (std::size_t i = 0; i < count; ++i) events += std::string(i == 0 ? "" : ", ") + "(1, 'clicked', <0>, uint32 0)";
+    return panel->call(kMenu, "EventGroup", ("([" + events + "],)").c_str());
+  };
+  EXPECT_EQ(choose(DBusMenu::kMaxChoices + 1), "error");
+  EXPECT_EQ(choose(DBusMenu::kMaxChoices), "(@ai [],)");
+  for (std::size_t before = told.size(); before < DBusMenu::kMaxChoices; before = told.size()) {
+    g_main_context_iteration(nullptr, TRUE);
+    ASSERT_LE(told.size(), before + 1);
+  }
+  std::string names = "'label'";
+  for (int i = 0; i < 300; ++i) names += ", 'label'";
+  EXPECT_EQ(panel->call(kMenu, "GetGroupProperties", ("([1], [" + names + "])").c_str()), "error");
 }
 
 TEST_F(Freedesktop, SignalsTheLeastAboutTheMenuAndKeepsWhatAPanelMayHaveOpen) {
@@ -215,27 +274,6 @@ TEST_F(Freedesktop, LeavesItsParentsConnectionAloneAfterAFork) {
   };
   EXPECT_EXIT(iterateAndEnd(), ::testing::ExitedWithCode(0), "");
   EXPECT_TRUE(panel->menu() != "error" && panel->received.size() == 1);
-}
-
-TEST_F(Freedesktop, FollowsThePortalsColourScheme) {
-  const auto becomes = [&](Appearance expected) {
-    return runUntil([&] { return desktop.application->effectiveAppearance == expected; });
-  };
-  showInPanel();
-  EXPECT_EQ(desktop.application->effectiveAppearance, Appearance::light);
-  for (int i = 0; i < 2; ++i) {  // it starts late, and again
-    Peer portal(bus, {"org.freedesktop.portal.Desktop"});
-    portal.answer = "(<<uint32 1>>,)";
-    EXPECT_TRUE(becomes(Appearance::dark));
-    panel->signalColourScheme(2);  // which is not the portal
-    panel->takeSignals();
-    EXPECT_EQ(desktop.application->effectiveAppearance, Appearance::dark);
-    for (const auto scheme : {0U, 1U, 2U}) {
-      portal.signalColourScheme(scheme);
-      EXPECT_TRUE(becomes(scheme == 1 ? Appearance::dark : Appearance::light)) << scheme;
-    }
-    EXPECT_THAT(portal.received, ElementsAre("Read('org.freedesktop.appearance', 'color-scheme')"));
-  }
 }
 
 TEST_F(Freedesktop, TellsTheHostsApplicationOfTheTokenOfAClickAndToEnd) {

@@ -14,6 +14,65 @@ void append(const MenuPointer& menu, const char* label, const char* action = nul
   g_menu_append_item(menu.get(), made.get());
 }
 
+/// What the host does whenever one of its objects is asked something, activated or gone.
+std::function<void()> hostIsCalled;
+void callHost() {
+  if (hostIsCalled) hostIsCalled();
+}
+
+GType derive(GType parent, const char* name, GClassInitFunc initialize) {
+  GTypeQuery sizes;
+  g_type_query(parent, &sizes);
+  return g_type_register_static_simple(parent, name, static_cast<guint>(sizes.class_size), initialize,
+                                       static_cast<guint>(sizes.instance_size), nullptr, {});
+}
+
+MenuPointer makeCallingMenu() {
+  static GMenuModelClass usual;
+  static const GType type = derive(G_TYPE_MENU, "CallingMenu", [](gpointer table, gpointer) {
+    auto& own = *static_cast<GMenuModelClass*>(table);
+    usual = own;
+    own.get_n_items = [](GMenuModel* menu) { return callHost(), usual.get_n_items(menu); };
+    own.get_item_attributes = [](GMenuModel* menu, int index, GHashTable** attributes) {
+      usual.get_item_attributes(menu, index, attributes), callHost();
+    };
+    own.get_item_links = [](GMenuModel* menu, int index, GHashTable** links) {
+      usual.get_item_links(menu, index, links), callHost();
+    };
+    own.parent_class.finalize = [](GObject* menu) { usual.parent_class.finalize(menu), callHost(); };
+  });
+  return MenuPointer(G_MENU(g_object_new(type, nullptr)));
+}
+
+ObjectPointer<GActionGroup> makeCallingActions() {
+  static GActionGroupInterface usual;
+  static GObjectClass usualObject;
+  static const GType type = [] {
+    const GType derived = derive(G_TYPE_SIMPLE_ACTION_GROUP, "CallingActions", [](gpointer table, gpointer) {
+      auto& own = *static_cast<GObjectClass*>(table);
+      usualObject = own;
+      own.finalize = [](GObject* group) { usualObject.finalize(group), callHost(); };
+    });
+    const GInterfaceInfo actions{[](gpointer table, gpointer) {
+                                   auto& own = *static_cast<GActionGroupInterface*>(table);
+                                   usual = own;
+                                   own.query_action = [](GActionGroup* group, const char* name, gboolean* enabled,
+                                                         const GVariantType** parameter, const GVariantType** state,
+                                                         GVariant** hint, GVariant** value) {
+                                     callHost();
+                                     return usual.query_action(group, name, enabled, parameter, state, hint, value);
+                                   };
+                                   own.activate_action = [](GActionGroup* group, const char* name, GVariant* target) {
+                                     callHost(), usual.activate_action(group, name, target);
+                                   };
+                                 },
+                                 nullptr, nullptr};
+    g_type_add_interface_static(derived, G_TYPE_ACTION_GROUP, &actions);
+    return derived;
+  }();
+  return ObjectPointer<GActionGroup>(G_ACTION_GROUP(g_object_new(type, nullptr)));
+}
+
 class HostMenuTest : public PanelTest {
  protected:
   HostMenuTest() {
@@ -33,6 +92,20 @@ class HostMenuTest : public PanelTest {
   }
   static void note(GSimpleAction* action, GVariant* target, gpointer) {
     told.push_back(g_action_get_name(G_ACTION(action)) + (target != nullptr ? " " + text(target) : ""));
+  }
+  /// A model of two items and the actions that they name, all of which call the host.
+  static MenuPointer callingModel() {
+    const auto group = makeCallingActions();
+    const GActionEntry entry{"do_it", note, nullptr, nullptr, nullptr, {}};
+    g_action_map_add_action_entries(G_ACTION_MAP(group.get()), &entry, 1, nullptr);
+    auto made = makeCallingMenu();
+    const auto inner = makeCallingMenu();
+    append(inner, "Inner", "tray.do_it");
+    append(made, "Plain", "tray.do_it");
+    g_menu_append_submenu(made.get(), "Sub", G_MENU_MODEL(inner.get()));
+    g_object_set_data_full(G_OBJECT(made.get()), "quill-tray-manager-action-group-tray", g_object_ref(group.get()),
+                           g_object_unref);
+    return made;
   }
   void showModel() {
     showInPanel();
@@ -146,6 +219,72 @@ TEST_F(HostMenuTest, SignalsWhatChangesInTheSameTurn) {
   panel->takeSignals();
   append(model, "New", "tray.do_it");
   EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated(uint32 2, 0)"));
+}
+
+TEST_F(HostMenuTest, MayBeCalledBackByWhateverItAsks) {
+  const auto icon = image(1);
+  const std::vector<std::function<void()>> calls = {
+      [&] { manager->createTray(); },
+      [&] { manager->setMenu(desktop.adoptMenu(model.get())); },
+      [&] { manager->setMenuItems({}); },
+      [&] { manager->setMainIcon(icon); },
+      [&] { manager->addAnimationFrame(icon), manager->startAnimation(); },
+      [&] { manager->resetAnimation(); },
+      [&] { g_main_context_iteration(nullptr, FALSE); },
+      [&] {
+        g_object_run_dispose(
+            static_cast<GObject*>(g_object_get_data(G_OBJECT(model.get()), "quill-tray-manager-action-group-tray")));
+      }};
+  const auto callAll = [&] {
+    for (const auto& call : calls) call();
+  };
+  append(inner, "Other");
+  for (const bool hasBus : {true, false}) {
+    hasBus ? showInPanel() : static_cast<void>(unsetenv("DBUS_SESSION_BUS_ADDRESS"));
+    manager->setMenuItems({});
+    for (std::size_t i = 0; i <= calls.size(); ++i) {
+      model = callingModel();
+      manager->setMenu(desktop.adoptMenu(model.get()));
+      const auto entry = manager->menu->items().front();
+      hostIsCalled = i < calls.size() ? calls[i] : callAll;
+      entry->choose();
+      manager->setMenu(desktop.adoptMenu(model.get()));
+      for (int turn = 0; turn < 3; ++turn) g_main_context_iteration(nullptr, FALSE);
+      hostIsCalled = nullptr;
+      manager->setMenu(desktop.adoptMenu(model.get()));
+      hostIsCalled = [&] { manager->setMenu(desktop.adoptMenu(inner.get())); };
+      model = MenuPointer(g_menu_new());
+      manager->setMenu(desktop.adoptMenu(model.get()));  // so that the other model ends, which shows another menu
+      hostIsCalled = nullptr;
+      EXPECT_EQ(manager->menu->items().size(), 1U) << i;
+      runFor(1ms);
+    }
+  }
+}
+
+TEST_F(HostMenuTest, IsReadWholeFromInsideARead) {
+  model = callingModel();
+  showInPanel();
+  manager->setMenuItems({});
+  std::vector<std::size_t> inside;
+  hostIsCalled = [&, depth = 0]() mutable {
+    if (++depth < 3) inside.push_back(manager->menu->items().size());
+    --depth;
+  };
+  manager->setMenu(desktop.adoptMenu(model.get()));
+  EXPECT_THAT(inside, AllOf(Not(IsEmpty()), Each(2U)));
+  EXPECT_EQ(manager->menu->items().size(), 2U);
+  bool isFirst = true;
+  hostIsCalled = [&] {
+    if (!std::exchange(isFirst, false)) return;
+    g_menu_remove_all(model.get());
+    append(model, "Late");
+    EXPECT_EQ(manager->menu->items().size(), 1U);
+  };
+  append(model, "More");
+  EXPECT_EQ(manager->menu->items().size(), 1U) << "the later read holds";
+  panel->takeSignals();
+  EXPECT_THAT(panel->menu(), HasSubstr("Late"));
 }
 
 }  // namespace

@@ -15,8 +15,12 @@
 
 namespace quill::freedesktop {
 
+using ::testing::AllOf;
+using ::testing::Each;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using namespace std::chrono_literals;
 
 /// Runs the default main context until `done` holds; false: not within `limit`.
@@ -39,7 +43,7 @@ inline constexpr auto kItem = "org.kde.StatusNotifierItem";
 inline constexpr auto kMenu = "com.canonical.dbusmenu";
 inline constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 
-/// A panel, a portal or anybody else on the bus, in the same main context as what it talks to.
+/// A panel or anybody else on the bus, in the same main context as what it talks to.
 class Peer {
  public:
   explicit Peer(const PrivateBus& bus, std::initializer_list<const char*> names = {kWatcher})
@@ -50,15 +54,12 @@ class Peer {
             nullptr, nullptr, nullptr)) {
     static const GDBusNodeInfo* const served = g_dbus_node_info_new_for_xml(
         "<node><interface name='org.kde.StatusNotifierWatcher'><method name='RegisterStatusNotifierItem'>"
-        "<arg type='s' direction='in'/></method></interface><interface name='org.freedesktop.portal.Settings'>"
-        "<method name='Read'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
-        "<arg type='v' direction='out'/></method></interface></node>",
+        "<arg type='s' direction='in'/></method></interface></node>",
         nullptr);
     static const GDBusInterfaceVTable table{onCall, nullptr, nullptr, {}};
     auto* const connection = connection_.get();
-    for (const auto& [path, index] : {std::pair{"/StatusNotifierWatcher", 0}, std::pair{kPortalPath, 1}}) {
-      g_dbus_connection_register_object(connection, path, served->interfaces[index], &table, this, nullptr, nullptr);
-    }
+    g_dbus_connection_register_object(connection, "/StatusNotifierWatcher", served->interfaces[0], &table, this,
+                                      nullptr, nullptr);
     g_dbus_connection_signal_subscribe(connection, nullptr, nullptr, nullptr, nullptr, nullptr,
                                        G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this, nullptr);
     for (const auto* name : names) {
@@ -101,28 +102,20 @@ class Peer {
     call(kMenu, "AboutToShow", "(0,)");  // its reply comes after them
     return std::exchange(signals, {});
   }
-  void signalColourScheme(std::uint32_t scheme) const {
-    g_dbus_connection_emit_signal(
-        connection_.get(), nullptr, kPortalPath, "org.freedesktop.portal.Settings", "SettingChanged",
-        g_variant_new_parsed("('org.freedesktop.appearance', 'color-scheme', <%u>)", scheme), nullptr);
-  }
 
   std::string itemName;               ///< whose signals are noted: who has called last
   std::vector<std::string> received;  ///< calls
   int refusals = 0;                   ///< of the next calls
-  const char* answer = "()";          ///< to the others
   std::vector<std::string> signals;
 
  private:
-  static constexpr auto kPortalPath = "/org/freedesktop/portal/desktop";
-
   static void onCall(GDBusConnection*, const char* sender, const char*, const char*, const char* method,
                      GVariant* arguments, GDBusMethodInvocation* call, gpointer self) {
     auto& peer = *static_cast<Peer*>(self);
     peer.received.push_back(method + text(arguments));
     if (peer.refusals-- > 0) return g_dbus_method_invocation_return_dbus_error(call, "org.example.NotYet", "");
     peer.itemName = sender;
-    g_dbus_method_invocation_return_value(call, g_variant_new_parsed(peer.answer));
+    g_dbus_method_invocation_return_value(call, nullptr);
   }
   static void onSignal(GDBusConnection*, const char* sender, const char*, const char*, const char* signal,
                        GVariant* arguments, gpointer self) {
@@ -134,7 +127,7 @@ class Peer {
 };
 
 struct Manager : TrayManager {
-  using TrayManager::make, TrayManager::statusItem, TrayManager::TrayManager;
+  using TrayManager::make, TrayManager::menu, TrayManager::statusItem, TrayManager::TrayManager;
 };
 
 /// An item on a private bus, and a panel that reads it.
@@ -157,10 +150,15 @@ class PanelTest : public ::testing::Test {
     panel->takeSignals();
   }
   /// Different for each number.
+  static Pixels pixels(int number, int side = 44) {
+    const auto width = static_cast<std::size_t>(side);
+    Pixels made(side, side, std::vector<std::uint8_t>(width * width * 4));
+    for (std::size_t i = 0; i < width * static_cast<std::size_t>(number); ++i) made.rgba[i * 4 + 3] = 255;
+    return made;
+  }
+  /// As the manager shows it.
   Image image(int number) {
-    auto pixels = std::make_shared<Pixels>(Pixels{44, 44, std::vector<std::uint8_t>(44 * 44 * 4)});
-    for (int i = 0; i < 44 * number; ++i) pixels->rgba[static_cast<std::size_t>(i) * 4 + 3] = 255;
-    Image made(pixels, {22, 22});
+    Image made(std::make_shared<Pixels>(pixels(number)), {22, 22});
     made.setTemplate(true);
     desktop.prepare(made);
     return made;

@@ -20,7 +20,7 @@ class AnimationTest : public ManagerTest {
   Lines takeShown() {
     Lines all;
     for (const auto& [at, image] : std::exchange(desktop.shown, {})) {
-      all.push_back(std::to_string((at - started) / 1ms) + ":" + std::to_string(image ? image->pixels().width : 0));
+      all.push_back(std::to_string((at - started) / 1ms) + ":" + std::to_string(image ? image->picture()->width : 0));
     }
     return all;
   }
@@ -117,6 +117,22 @@ TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
   queue.advance(1ms);
   EXPECT_TRUE(weak.expired());
   EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32"));
+}
+
+TEST_F(AnimationTest, TheTimerSendsItsActionByName) {
+  struct Named : Manager {
+    using Manager::Manager;
+    bool perform(Selector selector, const MenuItem* sender) override {
+      told.emplace_back(selector);
+      return Manager::perform(selector, sender);
+    }
+  };
+  manager = Manager::make<Named>(desktop);
+  createWithIcon();
+  addFramesUpTo(2);
+  start();
+  queue.advance(1s);
+  EXPECT_THAT(told, ElementsAre("updateAnimation", "updateAnimation"));
 }
 
 TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {

@@ -3,6 +3,7 @@
 namespace quill::testing {
 namespace {
 
+using ::testing::ElementsAreArray;
 using ::testing::Field;
 using ::testing::Pointee;
 
@@ -73,14 +74,51 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
   EXPECT_THAT(std::exchange(told, {}), ElementsAre("click", "delegate")) << "without an event a click is a left one";
   EXPECT_THAT(takeLines(), IsEmpty());
 
-  manager->setClickCallback([] { throw std::runtime_error("host's fault"); });
+  manager->setClickCallback([] { throw std::runtime_error("host's \xFF'fault"); });
   desktop.click();
   EXPECT_THAT(told, ElementsAre("delegate"));
-  manager->setMenuItemCallback([](const char*) { throw 1; });
+  manager->setMenuItemCallback([](const char*) { throw told; });
   MenuItem item;
   item.representedObject = std::string("a");
   manager->perform("handleMenuItemAction:", &item);
-  EXPECT_THAT(takeLines(), ElementsAre("ERROR 宿主回调抛出异常: host's fault", "ERROR 宿主回调抛出异常: i"));
+  EXPECT_THAT(takeLines(), ElementsAre("ERROR 宿主回调抛出异常: host's \uFFFD'fault",
+                                       ::testing::StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
+}
+
+TEST_F(ManagerTest, AMenuMayCallBackWhenItIsAskedAndWhenItEnds) {
+  struct Calling : Menu {
+    explicit Calling(std::function<void()> call) : call_(std::move(call)) { addItem(MenuItem::make("A", {}, "")); }
+    Calling(const Calling&) = delete;
+    Calling& operator=(const Calling&) = delete;
+    ~Calling() override { call_(); }
+    Items items() const override { return call_(), Menu::items(); }
+    using Menu::announceChange;
+    std::function<void()> call_;
+  };
+  const std::vector<Manager::MenuItemData> records(2, {"b", "B", true, ""});
+  const std::pair<std::function<void()>, std::vector<std::string>> calls[] = {
+      {[&] { manager->setMenuItems(records); }, {"INFO 菜单已更新，菜单项数量: 2", "INFO 菜单已设置，菜单项数量: 1"}},
+      {[&] { manager->setMenu(std::make_shared<Menu>()); },
+       {"INFO 菜单已设置，菜单项数量: 0", "INFO 菜单已设置，菜单项数量: 1"}}};
+  manager->createTray();
+  for (const auto& [call, lines] : calls) {
+    takeLines();
+    manager->setMenu(std::make_shared<Calling>(call));
+    EXPECT_THAT(takeLines(), ElementsAreArray({lines[0], lines[1], lines[0]})) << "asked, then gone";
+    EXPECT_EQ(manager->statusItem->announcedMenu(), manager->menu);
+  }
+  manager->setMenuItems({});
+  manager->setMenu(std::make_shared<Calling>([&, called = 0]() mutable {
+    if (++called == 2) manager->createTray();  // when it ends
+  }));
+  const auto last = std::make_shared<Calling>([] {});
+  manager->setMenu(last);
+  EXPECT_TRUE(manager->menu == last && manager->statusItem->announcedMenu() == last);
+  desktop.mainQueue().runAll();
+  const auto before = desktop.presentations;
+  last->announceChange();
+  desktop.mainQueue().runAll();
+  EXPECT_EQ(desktop.presentations, before + 1) << "of the new item";
 }
 
 TEST_F(ManagerTest, TheBasicMenuQuits) {

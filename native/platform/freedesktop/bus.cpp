@@ -1,7 +1,9 @@
 #include "bus.h"
 
+#include <gio/gio.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
-#include <unistd.h>
+#include <sys/un.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -10,59 +12,86 @@
 #include <string_view>
 #include <utility>
 
+#include "host_application.h"
+
 namespace quill::freedesktop {
 namespace {
 
 constexpr std::chrono::milliseconds kFirstDelay{100};
 constexpr std::chrono::milliseconds kLongestDelay{30'000};
-/// Messages handled before the host's own sources get their turn.
-constexpr int kMessagesADispatch = 32;
+/// How many messages are handled, and how long, before the host's own sources get their turn.
+constexpr int kMaxMessages = 32;
+constexpr std::chrono::milliseconds kMaxTurn{5};
 /// Messages that a bus may leave unread; one that takes no more is given up and connected to anew.
 constexpr std::uint64_t kMostUnsentMessages = 1024;
 
-/// A path as the value of an address: other bytes than these stand as %XX.
-std::string escapeAddressValue(std::string_view value) {
-  constexpr std::string_view kPlain = "-_/.\\*";
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string escaped;
-  for (const char c : value) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (g_ascii_isalnum(c) || kPlain.find(c) != std::string_view::npos) {
-      escaped += c;
-    } else {
-      escaped += {'%', kDigits[byte >> 4], kDigits[byte & 15]};
-    }
-  }
-  return escaped;
+/// Where $XDG_RUNTIME_DIR has its bus; empty without such a directory.
+std::optional<std::string> runtimeBusPath() {
+  const char* const directory = std::getenv("XDG_RUNTIME_DIR");
+  if (directory == nullptr || *directory != '/') return std::nullopt;
+  return std::string(directory) + "/bus";
 }
 
-/// Those of an address's alternatives that can be connected to without waiting: other transports
-/// look up host names or start programs.
-std::string localAlternatives(std::string_view address) {
-  std::string local;
-  while (!address.empty()) {
-    const auto end = std::min(address.find(';'), address.size());
-    const auto alternative = address.substr(0, end);
-    address.remove_prefix(std::min(end + 1, address.size()));
-    if (!alternative.starts_with("unix:")) continue;
-    if (!local.empty()) local += ';';
-    local += alternative;
+std::string addressOf(const std::string& path) {
+  return std::string("unix:path=") + GCharPointer(g_dbus_address_escape_value(path.c_str())).get();
+}
+
+/// One alternative of an address as sd-bus takes it; empty for one that it does not take. sd-bus itself tells that only
+/// when it connects, and then of all alternatives at once.
+std::optional<std::string> usableAlternative(std::string_view alternative) {
+  constexpr std::string_view kTransport = "unix:";
+  constexpr std::size_t kGuidDigits = 32;
+  if (!alternative.starts_with(kTransport)) return std::nullopt;
+  int places = 0;
+  bool isRuntime = false;
+  for (auto rest = alternative.substr(kTransport.size()); !rest.empty();) {
+    const auto pair = rest.substr(0, rest.find(','));
+    rest.remove_prefix(std::min(pair.size() + 1, rest.size()));
+    const auto key = pair.substr(0, pair.find('='));
+    const auto value = pair.substr(std::min(key.size() + 1, pair.size()));
+    const GCharPointer unescaped(g_uri_unescape_segment(value.data(), value.data() + value.size(), nullptr));
+    if (!unescaped || key.size() == pair.size()) return std::nullopt;
+    const std::string_view text(unescaped.get());
+    if (key == "path" || key == "abstract") {
+      // A path ends with a NUL in the kernel's structure, an abstract name begins with one besides.
+      const auto room = sizeof(sockaddr_un::sun_path) - (key == "path" ? 1 : 2);
+      if (text.empty() || text.size() > room) return std::nullopt;
+      ++places;
+    } else if (key == "runtime") {
+      isRuntime = text == "yes";
+    } else if (key == "guid") {
+      const bool isHex = std::ranges::all_of(text, [](char c) { return g_ascii_isxdigit(c); });
+      if (!isHex || text.size() != kGuidDigits) return std::nullopt;
+    }
   }
-  return local;
+  if (places == 1) return std::string(alternative);
+  const auto path = isRuntime && places == 0 ? runtimeBusPath() : std::nullopt;
+  return path ? usableAlternative(addressOf(*path)) : std::nullopt;
+}
+
+std::optional<std::string> usableAddress(std::string_view address) {
+  std::string usable;
+  while (!address.empty()) {
+    const auto alternative = address.substr(0, address.find(';'));
+    address.remove_prefix(std::min(alternative.size() + 1, address.size()));
+    const auto taken = usableAlternative(alternative);
+    if (!taken) continue;
+    if (!usable.empty()) usable += ';';
+    usable += *taken;
+  }
+  return usable.empty() ? std::nullopt : std::optional(usable);
 }
 
 }  // namespace
 
 std::optional<std::string> sessionBusAddress() {
   if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address != nullptr && *address != '\0') {
-    return address;
+    return usableAddress(address);
   }
-  if (const char* directory = std::getenv("XDG_RUNTIME_DIR"); directory != nullptr && *directory == '/') {
-    const std::string path = std::string(directory) + "/bus";
-    struct stat status {};
-    if (stat(path.c_str(), &status) == 0 && S_ISSOCK(status.st_mode)) return "unix:path=" + escapeAddressValue(path);
-  }
-  return std::nullopt;
+  const auto path = runtimeBusPath();
+  struct stat status {};
+  if (!path || stat(path->c_str(), &status) != 0 || !S_ISSOCK(status.st_mode)) return std::nullopt;
+  return usableAddress(addressOf(*path));
 }
 
 struct Bus::Source {
@@ -84,11 +113,10 @@ GSourceFuncs Bus::sourceFunctions = {[](GSource* source, int* timeout) -> gboole
                                      nullptr,
                                      nullptr};
 
-Bus::Bus(GlibMainQueue& queue, const std::string& address, Handlers handlers)
+Bus::Bus(GlibMainQueue& queue, std::string address, Handlers handlers)
     : queue_(queue),
-      address_(localAlternatives(address)),
+      address_(std::move(address)),
       handlers_(std::move(handlers)),
-      process_(getpid()),
       backoff_(kFirstDelay, kLongestDelay) {}
 
 Bus::~Bus() = default;
@@ -103,7 +131,7 @@ void Bus::start() {
   connect();
 }
 
-bool Bus::isForked() const { return getpid() != process_; }
+bool Bus::isForked() const { return !owner_.isCurrent(); }
 
 bool Bus::isCongested() const {
   std::uint64_t unsent = 0;
@@ -111,17 +139,26 @@ bool Bus::isCongested() const {
 }
 
 void Bus::connect() {
-  if (address_.empty() || isForked()) return;
+  if (isForked()) return;
+  if (isSandboxed()) {
+    handshake_.emplace(address_);
+    if (handshake_->isConnected()) return;
+    handshake_.reset();
+  }
+  open();
+}
+
+void Bus::open() {
   sd_bus* bus = nullptr;
   int result = sd_bus_new(&bus);
   bus_.reset(bus);
-  if (result >= 0) result = sd_bus_set_address(bus, address_.c_str());
+  if (result >= 0 && !handshake_) result = sd_bus_set_address(bus, address_.c_str());
   if (result >= 0) result = sd_bus_set_bus_client(bus, 1);
   // Every method here is for everyone on the bus; without this sd-bus would ask who the caller is, and wait.
   if (result >= 0) result = sd_bus_set_trusted(bus, 1);
   // A socket that is not there yet is waited for by inotify.
   if (result >= 0) result = sd_bus_set_watch_bind(bus, 1);
-  if (result >= 0) result = sd_bus_start(bus);
+  if (result >= 0) result = handshake_ ? handshake_->start(bus) : sd_bus_start(bus);
   if (result >= 0) {
     handlers_.opened(bus);
     return;
@@ -140,6 +177,10 @@ sd_bus* Bus::forSignals() {
 bool Bus::prepare(int& timeoutMilliseconds) {
   timeoutMilliseconds = -1;
   due_.reset();
+  if (handshake_ && !isForked()) {
+    watchDescriptor(handshake_->descriptor(), G_IO_IN);
+    return false;
+  }
   if (!bus_ || isForked() || isProcessing_) {
     watchDescriptor(-1, 0);
     return false;
@@ -182,8 +223,18 @@ bool Bus::isReadyToProcess() const {
 void Bus::process() {
   queue_.dispatches()->note();
   int result = 1;
+  if (handshake_) {
+    result = handshake_->advance();
+    if (result == 0) return;
+    watchDescriptor(-1, 0);
+    if (result > 0) open();
+    handshake_.reset();
+    if (result < 0) reconnect_->setDueIn(backoff_.next());
+    return;
+  }
   isProcessing_ = true;
-  for (int handled = 0; result > 0 && handled < kMessagesADispatch; ++handled) {
+  const auto end = monotonicNow() + kMaxTurn;
+  for (int handled = 0; result > 0 && handled < kMaxMessages && monotonicNow() < end; ++handled) {
     result = isCongested() ? -ENOBUFS : sd_bus_process(bus_.get(), nullptr);
   }
   isProcessing_ = false;

@@ -3,6 +3,7 @@
 #include <systemd/sd-bus.h>
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 namespace quill::freedesktop {
@@ -23,9 +24,8 @@ class MessageWriter {
   void appendPath(const char* value) {
     if (result_ >= 0) result_ = sd_bus_message_append_basic(message_, 'o', value);
   }
-  void appendBytes(const void* bytes, std::size_t size) {
-    if (result_ >= 0) result_ = sd_bus_message_append_array(message_, 'y', bytes, size);
-  }
+  void append(std::span<const std::int32_t> values) { appendArray('i', values.data(), values.size_bytes()); }
+  void appendBytes(const void* bytes, std::size_t size) { appendArray('y', bytes, size); }
 
   /// A container of `type` ('a', 'r', 'v' or 'e') and the signature of what `fill` puts in it.
   template <typename Fill>
@@ -43,6 +43,10 @@ class MessageWriter {
   template <typename Value>
   void appendBasic(char type, Value value) {
     if (result_ >= 0) result_ = sd_bus_message_append_basic(message_, type, &value);
+  }
+
+  void appendArray(char type, const void* values, std::size_t bytes) {
+    if (result_ >= 0) result_ = sd_bus_message_append_array(message_, type, values, bytes);
   }
 
   sd_bus_message* message_;

@@ -13,6 +13,8 @@ constexpr auto kInterface = "com.canonical.dbusmenu";
 constexpr std::uint32_t kVersion = 3;
 constexpr auto kEntrySignature = "ia{sv}av";
 constexpr std::string_view kClicked = "clicked";
+/// Names of properties in one call: there are nine.
+constexpr int kMaxNames = 256;
 
 void appendVariant(MessageWriter& to, const EntryValue& value) {
   if (const auto* flag = std::get_if<bool>(&value)) {
@@ -66,27 +68,32 @@ void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index,
   });
 }
 
+/// For what would hold up the host's main loop.
+int refuseSize(sd_bus_error* error) {
+  return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "More than any menu has");
+}
+
 /// Reads a list of names, of which an empty one means all. Negative: the error.
-int readProperties(sd_bus_message* from, EntryProperties& properties) {
+int readProperties(sd_bus_message* from, EntryProperties& properties, sd_bus_error* error) {
   properties = {};
-  bool any = false;
+  int names = 0;
   int result = sd_bus_message_enter_container(from, 'a', "s");
-  for (const char* name = nullptr; result > 0;) {
+  for (const char* name = nullptr; result > 0; ++names) {
     result = sd_bus_message_read_basic(from, 's', &name);
     if (result <= 0) break;
-    any = true;
+    if (names == kMaxNames) return refuseSize(error);
     if (const auto property = entryPropertyNamed(name)) properties.insert(*property);
   }
-  if (!any) properties = EntryProperties::all();
+  if (names == 0) properties = EntryProperties::all();
   return result < 0 ? result : sd_bus_message_exit_container(from);
 }
 
-int readIds(sd_bus_message* from, std::span<const std::int32_t>& ids) {
+int readIds(sd_bus_message* from, std::span<const std::int32_t>& ids, sd_bus_error* error) {
   const void* data = nullptr;
   std::size_t size = 0;
   const int result = sd_bus_message_read_array(from, 'i', &data, &size);
   if (size > 0) ids = {static_cast<const std::int32_t*>(data), size / sizeof(std::int32_t)};
-  return result;
+  return ids.size() > MenuLayout::kMaxEntries ? refuseSize(error) : result;
 }
 
 /// Answers `call` with what `fill` puts in.
@@ -103,12 +110,6 @@ int reply(sd_bus_message* call, Fill fill) {
 
 int refuseId(sd_bus_error* error, std::int32_t id) {
   return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS, "No menu entry has the id %d", id);
-}
-
-void appendIds(MessageWriter& to, std::span<const std::int32_t> ids) {
-  to.container('a', "i", [&] {
-    for (const auto id : ids) to.append(id);
-  });
 }
 
 using Getter = int(sd_bus*, const char*, const char*, const char*, sd_bus_message*, void*, sd_bus_error*);
@@ -195,7 +196,7 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t depth = 0;
   EntryProperties properties;
   int result = sd_bus_message_read(call, "ii", &parent, &depth);
-  if (result >= 0) result = readProperties(call, properties);
+  if (result >= 0) result = readProperties(call, properties, error);
   if (result < 0) return result;
   const auto& layout = history_.current();
   const auto index = layout.indexOf(parent);
@@ -209,11 +210,11 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
   return result;
 }
 
-int DBusMenu::getGroupProperties(sd_bus_message* call, sd_bus_error*) {
+int DBusMenu::getGroupProperties(sd_bus_message* call, sd_bus_error* error) {
   std::span<const std::int32_t> ids;
   EntryProperties properties;
-  int result = readIds(call, ids);
-  if (result >= 0) result = readProperties(call, properties);
+  int result = readIds(call, ids, error);
+  if (result >= 0) result = readProperties(call, properties, error);
   if (result < 0) return result;
   const auto& layout = history_.current();
   return reply(call, [&](MessageWriter& to) {
@@ -256,7 +257,17 @@ int DBusMenu::getProperty(sd_bus_message* call, sd_bus_error* error) {
 }
 
 void DBusMenu::chooseLater(std::shared_ptr<const MenuItem> item) {
-  queue_.post([item = std::move(item)] { item->choose(); });
+  choices_->items.push_back(std::move(item));
+  if (choices_->items.size() == 1) postNext(choices_);
+}
+
+void DBusMenu::postNext(const std::shared_ptr<Choices>& choices) {
+  choices->queue.post([choices] {
+    const auto item = std::move(choices->items.front());
+    choices->items.pop_front();
+    if (!choices->items.empty()) postNext(choices);  // before the host is told, which may run a loop inside
+    item->choose();
+  });
 }
 
 int DBusMenu::event(sd_bus_message* call, sd_bus_error* error) {
@@ -265,6 +276,7 @@ int DBusMenu::event(sd_bus_message* call, sd_bus_error* error) {
   if (const int result = sd_bus_message_read(call, "is", &id, &name); result < 0) return result;
   auto found = history_.find(id);
   if (!found.isKnown) return refuseId(error, id);
+  if (!canTake(1)) return refuseSize(error);
   const int result = sd_bus_reply_method_return(call, nullptr);
   if (found.item && std::string_view(name) == kClicked) chooseLater(std::move(found.item));
   return result;
@@ -274,8 +286,10 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
   std::vector<std::shared_ptr<const MenuItem>> clicked;
   std::vector<std::int32_t> unknown;
   bool anyKnown = false;
+  std::size_t events = 0;
   int result = sd_bus_message_enter_container(call, 'a', "(isvu)");
   while (result > 0 && (result = sd_bus_message_enter_container(call, 'r', "isvu")) > 0) {
+    if (++events > kMaxChoices) return refuseSize(error);
     std::int32_t id = 0;
     const char* name = nullptr;
     result = sd_bus_message_read(call, "is", &id, &name);
@@ -292,7 +306,8 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
   }
   if (result < 0) return result;
   if (!anyKnown && !unknown.empty()) return refuseId(error, unknown.front());
-  result = reply(call, [&](MessageWriter& to) { appendIds(to, unknown); });
+  if (!canTake(clicked.size())) return refuseSize(error);
+  result = reply(call, [&](MessageWriter& to) { to.append(unknown); });
   for (auto& item : clicked) chooseLater(std::move(item));
   return result;
 }
@@ -300,21 +315,21 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
 int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t id = 0;
   if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
-  if (!history_.find(id).isKnown) return refuseId(error, id);
+  if (!history_.knows(id)) return refuseId(error, id);
   return reply(call, [](MessageWriter& to) { to.append(false); });  // what changed was signalled
 }
 
 int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
   std::span<const std::int32_t> ids;
-  if (const int result = readIds(call, ids); result < 0) return result;
+  if (const int result = readIds(call, ids, error); result < 0) return result;
   std::vector<std::int32_t> unknown;
   for (const auto id : ids) {
-    if (!history_.find(id).isKnown) unknown.push_back(id);
+    if (!history_.knows(id)) unknown.push_back(id);
   }
   if (!ids.empty() && unknown.size() == ids.size()) return refuseId(error, unknown.front());
   return reply(call, [&](MessageWriter& to) {
-    appendIds(to, {});
-    appendIds(to, unknown);
+    to.append(std::span<const std::int32_t>());
+    to.append(unknown);
   });
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
-#include <functional>
+#include <cstddef>
+#include <deque>
 #include <memory>
 
 #include "bus.h"
@@ -9,12 +10,16 @@
 namespace quill::freedesktop {
 
 /// com.canonical.dbusmenu: a menu that panels read and show themselves. A choice is told after the
-/// panel has its answer, in a dispatch of its own. Main thread.
+/// panel has its answer, in a dispatch of its own, one a turn of the main loop. Main thread.
 class DBusMenu {
  public:
   static constexpr auto kPath = "/MenuBar";
 
-  DBusMenu(Bus& bus, GlibMainQueue& queue) : bus_(bus), queue_(queue) {}
+  /// Events of one message, and choices that wait to be told. A user makes one at a time: a call that brings more is
+  /// refused as a whole.
+  static constexpr std::size_t kMaxChoices = 1024;
+
+  DBusMenu(Bus& bus, GlibMainQueue& queue) : bus_(bus), choices_(std::make_shared<Choices>(Choices{{}, queue})) {}
   DBusMenu(const DBusMenu&) = delete;
   DBusMenu& operator=(const DBusMenu&) = delete;
 
@@ -41,10 +46,18 @@ class DBusMenu {
   }
 
   void chooseLater(std::shared_ptr<const MenuItem> item);
+  bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
   int signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
 
+  /// What was chosen and is not told yet. It outlives the menu, which the host may replace in between.
+  struct Choices {
+    std::deque<std::shared_ptr<const MenuItem>> items;
+    GlibMainQueue& queue;
+  };
+  static void postNext(const std::shared_ptr<Choices>& choices);
+
   Bus& bus_;
-  GlibMainQueue& queue_;
+  std::shared_ptr<Choices> choices_;
   MenuHistory history_;
   SlotHandle slot_;
 };

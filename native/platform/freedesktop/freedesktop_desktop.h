@@ -2,6 +2,7 @@
 
 #include "desktop.h"
 #include "glib_main_queue.h"
+#include "host_menu.h"
 #include "symbolic_icons.h"
 #include "url_opener.h"
 
@@ -13,7 +14,7 @@ class Desktop : public quill::Desktop {
   Desktop() { application.emplace(); }
 
   MainQueue& mainQueue() override { return mainQueue_; }
-  /// Null where the environment names no session bus; a bus that is not there yet is waited for.
+  /// Null where the environment names no session bus that can be used; one that is not there yet is waited for.
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
   void prepare(Image& image) override;
   std::shared_ptr<Menu> adoptMenu(const void* menu) override;
@@ -27,6 +28,7 @@ class Desktop : public quill::Desktop {
   GlibMainQueue mainQueue_;
   SymbolicIcons symbolicIcons_;
   UrlOpener urlOpener_;
+  std::shared_ptr<HostMenuReads> hostMenuReads_ = std::make_shared<HostMenuReads>();
 };
 
 }  // namespace quill::freedesktop

@@ -12,8 +12,10 @@ namespace {
 
 constexpr Selector kActivate = "activate:";
 /// Where models hold each other, what lies deeper, or comes later, is left out.
-constexpr int kDeepestLink = 32;
-constexpr int kMostItems = 100'000;
+constexpr int kMaxDepth = 32;
+constexpr int kMaxItems = 100'000;
+/// Reads inside one read: a host's object that has its menu read whenever it is asked would never end.
+constexpr int kMaxReads = 16;
 /// What ends the name in a detailed action name, "name::target" or "name(target)".
 constexpr std::string_view kNameEnds = " :()";
 /// Where a host finds it: quill_tray_manager.h, QUILL_TRAY_MANAGER_ACTION_GROUP_KEY.
@@ -74,22 +76,43 @@ ActionState query(GActionGroup* group, const std::string& name, GVariant* target
   return {true, enabled != FALSE && fits, VariantPointer(state)};
 }
 
+/// One read, for as long as it takes.
+class Reading {
+ public:
+  explicit Reading(HostMenuReads& reads) : reads_(reads) {
+    ++reads_.depth;
+    ++reads_.total;
+  }
+  Reading(const Reading&) = delete;
+  Reading& operator=(const Reading&) = delete;
+  ~Reading() {
+    if (--reads_.depth == 0) reads_.total = 0;
+  }
+
+ private:
+  HostMenuReads& reads_;
+};
+
 }  // namespace
 
-/// Walks the model once.
+/// Walks the model once. All that it makes is its own until it is done.
 class HostMenu::Builder {
  public:
   explicit Builder(const HostMenu& menu)
-      : menu_(menu), self_(const_cast<HostMenu*>(&menu)), target_(self_->weak_from_this()) {}
+      : menu_(menu), self_(const_cast<HostMenu*>(&menu)), target_(self_->weak_from_this()) {
+    addTo(entries, menu_.model_.get(), 0);
+  }
 
-  void build() { addTo(menu_.built_, menu_.model_.get(), 0); }
+  Items entries;
+  std::vector<SignalConnection> connections;
 
  private:
   void addTo(Items& items, GMenuModel* model, int depth) {
     follow(model, {"items-changed"});
     bool needsSeparator = false;  // before whatever comes next
-    const int count = g_menu_model_get_n_items(model);
-    for (int index = 0; index < count && depth < kDeepestLink && ++visited_ <= kMostItems; ++index) {
+    // The count is asked each time: the host may have taken items away while it was asked about the one before.
+    for (int index = 0; depth < kMaxDepth && index < g_menu_model_get_n_items(model); ++index) {
+      if (++visited_ > kMaxItems) return;
       const ObjectPointer<GMenuModel> section(g_menu_model_get_item_link(model, index, G_MENU_LINK_SECTION));
       Items added;
       if (section) {
@@ -112,43 +135,44 @@ class HostMenu::Builder {
     item->keyEquivalent = accelerator.key;
     item->keyEquivalentModifierMask = accelerator.modifiers;
 
+    const auto hiddenWhen = stringAttribute(model, index, "hidden-when");
+    const auto action = stringAttribute(model, index, G_MENU_ATTRIBUTE_ACTION);
+    const VariantPointer target(g_menu_model_get_item_attribute_value(model, index, G_MENU_ATTRIBUTE_TARGET, nullptr));
     const ObjectPointer<GMenuModel> submenu(g_menu_model_get_item_link(model, index, G_MENU_LINK_SUBMENU));
+    // From here on others are asked, and the item may go from the model meanwhile.
     if (submenu) {
       Items items;
       addTo(items, submenu.get(), depth + 1);
       item->submenu = std::make_shared<Menu>();
       for (auto& entry : items) item->submenu->addItem(std::move(entry));
     }
-    const auto hiddenWhen = stringAttribute(model, index, "hidden-when");
     if (hiddenWhen == "macos-menubar") return item;
-    const auto action = stringAttribute(model, index, G_MENU_ATTRIBUTE_ACTION);
     if (action.find('.') == std::string::npos || action.find_first_of(kNameEnds) != std::string::npos) return item;
-    const bool exists = setAction(*item, model, index, action);
+    const bool exists = setAction(*item, action, target.get());
     const bool hides =
         (hiddenWhen == "action-missing" && !exists) || (hiddenWhen == "action-disabled" && !item->enabled);
     return hides ? nullptr : item;
   }
 
   /// False: there is no such action.
-  bool setAction(MenuItem& item, GMenuModel* model, int index, const std::string& action) {
-    const VariantPointer target(g_menu_model_get_item_attribute_value(model, index, G_MENU_ATTRIBUTE_TARGET, nullptr));
+  bool setAction(MenuItem& item, const std::string& action, GVariant* target) {
     item.action = {kActivate, target_};
-    item.representedObject = detailedName(action, target.get());
+    item.representedObject = detailedName(action, target);
     item.enabled = false;
 
-    const auto found = menu_.find(action);
-    if (found.group == nullptr) return false;
-    if (isUnregistered(found.group)) {
-      follow(found.group, {"notify::is-registered"});
+    const auto [group, name] = menu_.find(action);
+    if (!group) return false;
+    if (isUnregistered(group.get())) {
+      follow(group.get(), {"notify::is-registered"});
       return false;
     }
-    follow(found.group, {"action-added", "action-removed", "action-enabled-changed", "action-state-changed"});
-    const auto [isThere, isUsable, state] = query(found.group, found.name, target.get());
+    follow(group.get(), {"action-added", "action-removed", "action-enabled-changed", "action-state-changed"});
+    const auto [isThere, isUsable, state] = query(group.get(), name, target);
     item.enabled = isUsable;
-    if (state && target) {
+    if (state && target != nullptr) {
       item.toggleType = ToggleType::radio;
-      item.on = g_variant_equal(state.get(), target.get()) != FALSE;
-    } else if (state && !target && g_variant_is_of_type(state.get(), G_VARIANT_TYPE_BOOLEAN) != FALSE) {
+      item.on = g_variant_equal(state.get(), target) != FALSE;
+    } else if (state && g_variant_is_of_type(state.get(), G_VARIANT_TYPE_BOOLEAN) != FALSE) {
       item.toggleType = ToggleType::check;
       item.on = g_variant_get_boolean(state.get()) != FALSE;
     }
@@ -158,7 +182,7 @@ class HostMenu::Builder {
   void follow(gpointer sender, std::initializer_list<const char*> signals) {
     if (!followed_.insert(sender).second) return;
     for (const auto* signal : signals) {
-      menu_.connections_.emplace_back(sender, signal, G_CALLBACK(&HostMenu::changed), self_);
+      connections.emplace_back(sender, signal, G_CALLBACK(&HostMenu::changed), self_);
     }
   }
 
@@ -169,23 +193,30 @@ class HostMenu::Builder {
   int visited_ = 0;
 };
 
-std::shared_ptr<HostMenu> HostMenu::adopt(const void* menu) {
+std::shared_ptr<HostMenu> HostMenu::adopt(const void* menu, std::shared_ptr<HostMenuReads> reads) {
   auto* const object = const_cast<void*>(menu);
   if (!G_IS_MENU_MODEL(object)) return nullptr;
   struct Adopted : HostMenu {
-    explicit Adopted(GMenuModel* model) : HostMenu(model) {}
+    Adopted(GMenuModel* model, std::shared_ptr<HostMenuReads> reads) : HostMenu(model, std::move(reads)) {}
   };
-  return std::make_shared<Adopted>(G_MENU_MODEL(object));
+  return std::make_shared<Adopted>(G_MENU_MODEL(object), std::move(reads));
 }
 
-const Menu::Items& HostMenu::items() const {
-  if (isOutdated_) {
-    isOutdated_ = false;
-    const auto before = std::exchange(connections_, {});  // keeps what it follows alive meanwhile
-    built_.clear();
-    Builder(*this).build();
+Menu::Items HostMenu::items() const {
+  const bool isCurrent = !isOutdated_ && lastRead_ == readsBegun_;
+  if (isCurrent || reads_->total >= kMaxReads) return built_;
+  const auto self = shared_from_this();  // the host may replace the menu while it is read
+  const Reading reading(*reads_);
+  isOutdated_ = false;
+  const auto number = ++readsBegun_;
+  Builder built(*this);
+  // One that began later, from inside this one, has seen what is newer.
+  if (number == readsBegun_) {
+    lastRead_ = number;
+    built_.swap(built.entries);
+    connections_.swap(built.connections);
   }
-  return built_;
+  return built_;  // before the old connections go, whose end may call the host
 }
 
 void HostMenu::changed(HostMenu* self) {
@@ -199,13 +230,14 @@ HostMenu::NamedAction HostMenu::find(const std::string& prefixedName) const {
   const auto dot = prefixedName.find('.');
   if (dot == std::string::npos) return {nullptr, {}};
   const auto prefix = prefixedName.substr(0, dot);
-  gpointer group = nullptr;
+  gpointer group = nullptr;  // not owned
   if (prefix == "app") {
     group = g_application_get_default();
   } else {
     group = g_object_get_data(G_OBJECT(model_.get()), (std::string(kActionGroupKey) + prefix).c_str());
   }
-  return {G_IS_ACTION_GROUP(group) ? G_ACTION_GROUP(group) : nullptr, prefixedName.substr(dot + 1)};
+  if (!G_IS_ACTION_GROUP(group)) return {nullptr, {}};
+  return {holdObject(G_ACTION_GROUP(group)), prefixedName.substr(dot + 1)};
 }
 
 bool HostMenu::perform(Selector selector, const MenuItem* sender) {
@@ -216,10 +248,9 @@ bool HostMenu::perform(Selector selector, const MenuItem* sender) {
   if (g_action_parse_detailed_name(detailed->c_str(), &nameOwned, &targetOwned, nullptr) == FALSE) return false;
   const GCharPointer name(nameOwned);
   const VariantPointer target(targetOwned);
-  const auto action = find(name.get());
-  if (!query(action.group, action.name, target.get()).isUsable) return false;
-  const auto held = holdObject(action.group);  // the action may take the group from the model
-  g_action_group_activate_action(held.get(), action.name.c_str(), target.get());
+  const auto [group, actionName] = find(name.get());
+  if (!query(group.get(), actionName, target.get()).isUsable) return false;
+  g_action_group_activate_action(group.get(), actionName.c_str(), target.get());
   return true;
 }
 

@@ -6,13 +6,13 @@
 #include <limits>
 #include <utility>
 
+#include "panel_title.h"
+
 namespace quill::freedesktop {
 namespace {
 
 /// A bus takes messages that nest 64 deep, and each menu inside another is three levels.
-constexpr int kDeepestEntry = 16;
-/// Where menus hold each other, or hold more entries than a message could, the rest is left out.
-constexpr std::size_t kMostEntries = 1'000'000;
+constexpr int kMaxDepth = 16;
 
 constexpr std::array<std::string_view, kEntryProperties> kNames = {
     "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display", "icon-name"};
@@ -21,7 +21,8 @@ constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 /// A title shown literally: the protocol takes an underscore for a mnemonic unless it is doubled,
 /// and has no U+0000.
-std::string labelFor(std::string_view title, std::optional<std::size_t> mnemonic) {
+std::string labelFor(const std::string& fullTitle, std::optional<std::size_t> fullMnemonic) {
+  const auto [title, mnemonic] = panelTitle(fullTitle, fullMnemonic);
   std::string label;
   label.reserve(title.size() + 1);
   for (std::size_t at = 0; at < title.size(); ++at) {
@@ -62,36 +63,26 @@ std::optional<Shortcut> shortcutFor(const std::string& keyEquivalent, ModifierFl
   return shortcut;
 }
 
-struct Place {
-  const std::shared_ptr<MenuItem>* item;
-  int depth;
-};
-
-void collect(const Menu& menu, int depth, std::vector<Place>& places) {
-  for (const auto& item : menu.items()) {
-    if (places.size() >= kMostEntries) return;
+void collect(const Menu& menu, int depth, PlacedItems& placed) {
+  for (auto& item : menu.items()) {
+    if (placed.size() >= MenuLayout::kMaxEntries) return;
     if (!item) continue;
-    places.push_back({&item, depth});
-    if (item->submenu && depth < kDeepestEntry) collect(*item->submenu, depth + 1, places);
+    const auto submenu = item->submenu;
+    placed.push_back({std::move(item), depth});
+    if (submenu && depth < kMaxDepth) collect(*submenu, depth + 1, placed);
   }
-}
-
-std::vector<Place> placesOf(const Menu* menu) {
-  std::vector<Place> places;
-  if (menu != nullptr) collect(*menu, 1, places);
-  return places;
 }
 
 /// What tells an entry from the others: the text that its action goes by, if it is one.
 const std::string* identifierOf(const MenuItem& item) { return std::any_cast<std::string>(&item.representedObject); }
 
-bool isSameEntry(const MenuEntry& entry, const Place& place) {
-  const auto& item = **place.item;
-  if (entry.depth != place.depth || entry.isSeparator != item.isSeparator ||
+bool isSameEntry(const MenuEntry& entry, const PlacedItem& placed) {
+  const auto& item = *placed.item;
+  if (entry.depth != placed.depth || entry.look.isSeparator != item.isSeparator ||
       entry.hasSubmenu != (item.submenu != nullptr)) {
     return false;
   }
-  if (entry.item == *place.item) return true;
+  if (entry.item == placed.item) return true;
   if (entry.item->action.selector != item.action.selector) return false;
   const auto* before = identifierOf(*entry.item);
   const auto* now = identifierOf(item);
@@ -101,21 +92,12 @@ bool isSameEntry(const MenuEntry& entry, const Place& place) {
 bool showsChoosable(const MenuItem& item) { return item.isSeparator || item.isChoosable(); }
 
 bool looksLike(const MenuEntry& entry, const MenuItem& item) {
-  return entry.title == item.title && entry.mnemonic == item.mnemonic && entry.iconName == item.iconName &&
-         entry.isChoosable == showsChoosable(item) && entry.keyEquivalent == item.keyEquivalent &&
-         entry.modifiers == item.keyEquivalentModifierMask && entry.toggleType == item.toggleType &&
-         entry.on == item.on;
+  return entry.look == item && entry.isChoosable == showsChoosable(item);
 }
 
 void take(MenuEntry& entry, const MenuItem& item) {
-  entry.title = item.title;
-  entry.mnemonic = item.mnemonic;
-  entry.iconName = item.iconName;
+  entry.look = item;
   entry.isChoosable = showsChoosable(item);
-  entry.keyEquivalent = item.keyEquivalent;
-  entry.modifiers = item.keyEquivalentModifierMask;
-  entry.toggleType = item.toggleType;
-  entry.on = item.on;
 }
 
 }  // namespace
@@ -153,34 +135,33 @@ std::optional<EntryValue> MenuEntry::value(EntryProperty property) const {
   const bool isRoot = item == nullptr;
   switch (property) {
     case EntryProperty::type:
-      return isSeparator ? Value(std::string("separator")) : std::nullopt;
+      return look.isSeparator ? Value(std::string("separator")) : std::nullopt;
     case EntryProperty::label:
-      return isRoot || isSeparator ? std::nullopt : Value(labelFor(title, mnemonic));
+      return isRoot || look.isSeparator ? std::nullopt : Value(labelFor(look.title, look.mnemonic));
     case EntryProperty::enabled:
       return isChoosable ? std::nullopt : Value(false);
     case EntryProperty::visible:
       return std::nullopt;
     case EntryProperty::shortcut: {
-      if (isRoot || isSeparator) return std::nullopt;
-      auto shortcut = shortcutFor(keyEquivalent, modifiers);
+      if (isRoot || look.isSeparator) return std::nullopt;
+      auto shortcut = shortcutFor(look.keyEquivalent, look.keyEquivalentModifierMask);
       return shortcut ? Value(std::move(*shortcut)) : std::nullopt;
     }
     case EntryProperty::toggleType:
-      if (toggleType == ToggleType::none) return std::nullopt;
-      return std::string(toggleType == ToggleType::check ? "checkmark" : "radio");
+      if (look.toggleType == ToggleType::none) return std::nullopt;
+      return std::string(look.toggleType == ToggleType::check ? "checkmark" : "radio");
     case EntryProperty::toggleState:
-      return toggleType == ToggleType::none ? std::nullopt : Value(std::int32_t{on ? 1 : 0});
+      return look.toggleType == ToggleType::none ? std::nullopt : Value(std::int32_t{look.on ? 1 : 0});
     case EntryProperty::childrenDisplay:
       return isRoot || hasSubmenu ? Value(std::string("submenu")) : std::nullopt;
     case EntryProperty::iconName:
-      return iconName.empty() ? std::nullopt : Value(iconName);
+      return look.iconName.empty() ? std::nullopt : Value(look.iconName);
   }
   return std::nullopt;
 }
 
-MenuLayout::MenuLayout(const Menu* menu, std::int32_t firstId) : firstId_(firstId) {
-  const auto places = placesOf(menu);
-  entries_.resize(places.size() + 1);
+MenuLayout::MenuLayout(const PlacedItems& items, std::int32_t firstId) : firstId_(firstId) {
+  entries_.resize(items.size() + 1);
   std::vector<std::size_t> open = {0};  // the entries that the next one may lie below
   const auto closeFrom = [&](int depth, std::size_t end) {
     while (open.size() > static_cast<std::size_t>(depth)) {
@@ -189,13 +170,12 @@ MenuLayout::MenuLayout(const Menu* menu, std::int32_t firstId) : firstId_(firstI
     }
   };
   for (std::size_t i = 1; i < entries_.size(); ++i) {
-    const auto& [item, depth] = places[i - 1];
+    const auto& [item, depth] = items[i - 1];
     auto& entry = entries_[i];
     entry.depth = depth;
-    entry.isSeparator = (*item)->isSeparator;
-    entry.hasSubmenu = (*item)->submenu != nullptr;
-    entry.item = *item;
-    take(entry, **item);
+    entry.hasSubmenu = item->submenu != nullptr;
+    entry.item = item;
+    take(entry, *item);
     closeFrom(depth, i);
     open.push_back(i);
   }
@@ -208,15 +188,14 @@ std::optional<std::size_t> MenuLayout::indexOf(std::int32_t id) const {
   return static_cast<std::size_t>(id - firstId_) + 1;
 }
 
-std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Menu* menu) {
-  const auto places = placesOf(menu);
-  if (!std::equal(entries_.begin() + 1, entries_.end(), places.begin(), places.end(), isSameEntry)) {
+std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const PlacedItems& items) {
+  if (!std::equal(entries_.begin() + 1, entries_.end(), items.begin(), items.end(), isSameEntry)) {
     return std::nullopt;
   }
   std::vector<Change> changes;
   for (std::size_t i = 1; i < entries_.size(); ++i) {
     auto& entry = entries_[i];
-    const auto& item = *places[i - 1].item;
+    const auto& item = items[i - 1].item;
     if (entry.item != item) entry.item = item;
     if (looksLike(entry, *item)) continue;
     const auto before = entry;
@@ -234,14 +213,23 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Menu* 
 }
 
 MenuHistory::Update MenuHistory::show(const Menu* menu) {
-  if (auto changes = current_.takeOver(menu)) return {std::move(*changes), false};
+  const auto show = ++shows_;
+  PlacedItems items;
+  if (menu != nullptr) collect(*menu, 1, items);
+  if (show != shows_) return {};
+  if (auto changes = current_.takeOver(items)) return {std::move(*changes), false};
   auto firstId = current_.nextId();
   // Ids start over before they run out; those of the menus on show are 2^31 newer by then.
-  if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(kMostEntries)) firstId = 1;
-  auto before = std::exchange(current_, MenuLayout(menu, static_cast<std::int32_t>(firstId)));
+  if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(MenuLayout::kMaxEntries))
+    firstId = 1;
+  auto before = std::exchange(current_, MenuLayout(items, static_cast<std::int32_t>(firstId)));
   if (std::exchange(isRead_, false)) readBefore_ = std::move(before);
   ++revision_;
   return {{}, true};
+}
+
+bool MenuHistory::knows(std::int32_t id) const {
+  return current_.indexOf(id) || (readBefore_ && readBefore_->indexOf(id));
 }
 
 MenuHistory::Found MenuHistory::find(std::int32_t id) const {

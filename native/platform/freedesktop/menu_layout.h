@@ -66,22 +66,22 @@ class EntryProperties {
   unsigned bits_ = 0;
 };
 
+/// A menu and all menus below it in one list, each item before those below it.
+struct PlacedItem {
+  std::shared_ptr<const MenuItem> item;
+  int depth;  ///< from 1 on
+};
+using PlacedItems = std::vector<PlacedItem>;
+
 /// One entry as panels were told of it.
 struct MenuEntry {
   std::shared_ptr<const MenuItem> item;  ///< null for the root
   int depth = 0;                         ///< 0 for the root
   std::size_t end = 0;                   ///< one past the last entry below it
 
-  bool isSeparator = false;
+  MenuItemLook look;
   bool isChoosable = true;
   bool hasSubmenu = false;
-  bool on = false;
-  ToggleType toggleType = ToggleType::none;
-  ModifierFlags modifiers;
-  std::string title;
-  std::optional<std::size_t> mnemonic;
-  std::string iconName;
-  std::string keyEquivalent;
 
   /// Empty where the default holds.
   std::optional<EntryValue> value(EntryProperty property) const;
@@ -92,10 +92,12 @@ struct MenuEntry {
 class MenuLayout {
  public:
   static constexpr std::int32_t kRootId = 0;
+  /// Where menus hold each other, or hold more entries than a message could, the rest is left out.
+  static constexpr std::size_t kMaxEntries = 1'000'000;
 
-  /// `menu` may be null; `firstId` is the id of the first entry after the root. The items are kept, but
-  /// not the menu: who replaces it decides when it goes.
-  MenuLayout(const Menu* menu, std::int32_t firstId);
+  /// `firstId` is the id of the first entry after the root. The items are kept, but not the menu: who replaces it
+  /// decides when it goes.
+  MenuLayout(const PlacedItems& items, std::int32_t firstId);
 
   const std::vector<MenuEntry>& entries() const { return entries_; }
   std::int32_t idOf(std::size_t index) const {
@@ -111,9 +113,9 @@ class MenuLayout {
     EntryProperties updated;
     EntryProperties removed;  ///< back at their defaults
   };
-  /// Takes over `menu` under the ids that are there, if it has the same entries in the same places;
-  /// answers with what is told of them anew. Empty: it has other entries, and nothing was taken.
-  std::optional<std::vector<Change>> takeOver(const Menu* menu);
+  /// Takes over `items` under the ids that are there, if they are the same entries in the same places;
+  /// answers with what is told of them anew. Empty: they are others, and nothing was taken.
+  std::optional<std::vector<Change>> takeOver(const PlacedItems& items);
 
  private:
   std::int32_t firstId_;
@@ -127,6 +129,8 @@ class MenuHistory {
     std::vector<MenuLayout::Change> changes;
     bool isNewLayout = false;
   };
+  /// `menu` may be null; the caller keeps it. A host that is asked about its menu may show another one meanwhile, which
+  /// then stays.
   Update show(const Menu* menu);
 
   const MenuLayout& current() const { return current_; }
@@ -134,6 +138,8 @@ class MenuHistory {
   /// A panel has read from the current layout.
   void noteRead() { isRead_ = true; }
 
+  /// Whether find() knows the id.
+  bool knows(std::int32_t id) const;
   /// The item under an id of the current layout, or of the last earlier one that a panel has read.
   struct Found {
     bool isKnown = false;
@@ -142,10 +148,11 @@ class MenuHistory {
   Found find(std::int32_t id) const;
 
  private:
-  MenuLayout current_{nullptr, 1};
+  MenuLayout current_{{}, 1};
   std::optional<MenuLayout> readBefore_;
   bool isRead_ = false;
   std::uint32_t revision_ = 1;
+  std::uint64_t shows_ = 0;
 };
 
 }  // namespace quill::freedesktop

@@ -13,29 +13,24 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Sy
               item_.exportOn(bus);
               menu_.exportOn(bus);
               watcher_.follow(bus);
-              colorScheme_.follow(bus);
             },
             [this] {
               item_.withdraw();
               menu_.withdraw();
               watcher_.leave();
-              colorScheme_.leave();
             }}),
       item_(bus_, [this](EventType type) { clicked(type); }),
       menu_(bus_, queue),
-      watcher_(queue, Item::kPath,
-               [this, &symbolicIcons](bool recolours) {
-                 item_.offerSymbolicIcons(recolours ? symbolicIcons.open() : nullptr);
-               }),
-      colorScheme_([&desktop](Appearance appearance) {
-        if (desktop.application) desktop.application->effectiveAppearance = appearance;
+      watcher_(queue, Item::kPath, [this, &symbolicIcons](bool recolours) {
+        item_.offerSymbolicIcons(recolours ? symbolicIcons.open() : nullptr);
       }) {}
 
 void StatusNotifier::present(const StatusItem& item) {
   presented_ = item.weak_from_this();
   item_.show(item);
-  menu_.show(item.announcedMenu().get());
   if (!bus_.isStarted()) bus_.start();
+  const auto menu = item.announcedMenu();  // to read it may call the host, which may announce another one
+  menu_.show(menu.get());
 }
 
 void StatusNotifier::clicked(EventType type) {

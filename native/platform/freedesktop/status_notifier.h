@@ -4,7 +4,6 @@
 #include <string>
 
 #include "bus.h"
-#include "color_scheme.h"
 #include "dbusmenu.h"
 #include "desktop.h"
 #include "item.h"
@@ -35,7 +34,6 @@ class StatusNotifier : public StatusItemPresenter {
   Item item_;
   DBusMenu menu_;
   Watcher watcher_;
-  ColorScheme colorScheme_;
 };
 
 }  // namespace quill::freedesktop

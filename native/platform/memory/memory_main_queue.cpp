@@ -10,6 +10,7 @@ class MainQueue::Handle : public Timer {
   Handle(const Handle&) = delete;
   Handle& operator=(const Handle&) = delete;
   ~Handle() override { queue_.timers_.remove(ticking_); }
+  void invalidate() override { queue_.timers_.remove(ticking_); }
 
  private:
   MainQueue& queue_;

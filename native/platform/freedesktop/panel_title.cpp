@@ -1,0 +1,71 @@
+#include "panel_title.h"
+
+#include <unigbrk.h>
+#include <uniwidth.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <vector>
+
+namespace quill::freedesktop {
+namespace {
+
+/// A menu that is wider than the screen loses its titles' beginnings in GNOME's shell and their ends elsewhere.
+constexpr int kMaxColumns = 60;
+constexpr std::string_view kEllipsis = "\u2026";
+constexpr int kEllipsisColumns = 1;
+
+/// A user-perceived character: where it ends in the title, and how wide the title is up to there.
+struct Character {
+  std::size_t end;
+  int columns;
+};
+
+/// A family of emoji is as wide as one, and what has no width of its own may be drawn as a box.
+int columnsOf(const std::uint8_t* text, std::size_t size) { return std::clamp(u8_width(text, size, "UTF-8"), 1, 2); }
+
+std::vector<Character> charactersOf(std::string_view title) {
+  const auto* text = reinterpret_cast<const std::uint8_t*>(title.data());
+  std::vector<char> startsCharacter(title.size());
+  u8_grapheme_breaks(text, title.size(), startsCharacter.data());
+  std::vector<Character> characters;
+  std::size_t start = 0;
+  int columns = 0;
+  for (std::size_t end = 1; end <= title.size(); ++end) {
+    if (end < title.size() && startsCharacter[end] == 0) continue;
+    columns += columnsOf(text + start, end - start);
+    characters.push_back({end, columns});
+    start = end;
+  }
+  return characters;
+}
+
+}  // namespace
+
+PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemonic) {
+  // No character has more columns than bytes.
+  if (title.size() <= kMaxColumns) return {std::string(title), mnemonic};
+  const auto characters = charactersOf(title);
+  const int columns = characters.back().columns;
+  if (columns <= kMaxColumns) return {std::string(title), mnemonic};
+
+  constexpr int kTail = (kMaxColumns - kEllipsisColumns) / 2;
+  constexpr int kHead = kMaxColumns - kEllipsisColumns - kTail;
+  std::size_t headEnd = 0;
+  std::size_t tailStart = title.size();
+  for (const auto& character : characters) {
+    if (character.columns <= kHead) headEnd = character.end;
+    if (columns - character.columns <= kTail) {
+      tailStart = character.end;
+      break;
+    }
+  }
+
+  PanelTitle shortened;
+  shortened.text.append(title.substr(0, headEnd)).append(kEllipsis).append(title.substr(tailStart));
+  if (mnemonic && *mnemonic < headEnd) shortened.mnemonic = mnemonic;
+  if (mnemonic && *mnemonic >= tailStart) shortened.mnemonic = *mnemonic - tailStart + headEnd + kEllipsis.size();
+  return shortened;
+}
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,176 @@
+"""The desktops whose packages are large: Plasma, GNOME and Cinnamon, each with a tray and little else."""
+
+from panels import Panel, gtk_settings
+from PIL import Image
+from pictures import Box, changed_box, main_colour
+from screens import XScreen
+from servers import wait_for
+
+X11 = {"XDG_SESSION_TYPE": "x11", "LIBGL_ALWAYS_SOFTWARE": "1"}
+GNOME_DESK = "#406020"  # unlike the screen without a shell
+GLOBAL_THEMES = {  # colour scheme of applications, style of the shell
+    "breeze": ("BreezeLight", "default"),
+    "breezedark": ("BreezeDark", "default"),
+    "breezetwilight": ("BreezeLight", "breeze-dark"),
+}
+PLASMA_LAYOUT = """[ActionPlugins][0]
+
+[Containments][1]
+plugin=org.kde.plasma.folder
+wallpaperplugin=org.kde.color
+formfactor=0
+lastScreen=0
+location=0
+
+[Containments][2]
+plugin=org.kde.panel
+formfactor=2
+lastScreen=0
+location=4
+
+[Containments][2][General]
+AppletOrder=5;3
+
+[Containments][2][Applets][5]
+plugin=org.kde.plasma.panelspacer
+
+[Containments][2][Applets][3]
+plugin=org.kde.plasma.systemtray
+
+[Containments][2][Applets][3][Configuration]
+SystrayContainmentId=4
+
+[Containments][4]
+plugin=org.kde.plasma.private.systemtray
+formfactor=2
+lastScreen=0
+location=4
+
+[Containments][4][General]
+extraItems=
+knownItems=
+"""
+
+
+def configure_plasma(session):
+    """A global theme's settings are defaults in a folder of their own, as its session has it."""
+    session.environment["XDG_CONFIG_DIRS"] = f"{session.directory}/config/kdedefaults:/etc/xdg"
+    scheme, style = GLOBAL_THEMES[session.theme]
+    with open(f"/usr/share/color-schemes/{scheme}.colors", encoding="utf-8") as colours:
+        session.write("kdedefaults/kdeglobals", f"{colours.read()}\n[Icons]\nTheme=breeze\n")
+    session.write("kdedefaults/plasmarc", f"[Theme]\nname={style}\n")
+    session.write("kdeglobals", f"[KDE]\nLookAndFeelPackage=org.kde.{session.theme}.desktop\n")
+    session.write("plasma-org.kde.plasma.desktop-appletsrc", PLASMA_LAYOUT)
+
+
+def wait_for_bar(session):
+    """The desktop is there before its bar."""
+    session.settled(lambda now: main_colour(now, session.bar) != main_colour(now, session.desk), "bar", 60)
+
+
+def switch_plasma(session, theme):
+    style = GLOBAL_THEMES[theme][1]
+    if style != GLOBAL_THEMES[session.look][1]:
+        session.run(["plasma-apply-desktoptheme", style])  # of which the next tells nobody
+    session.run(["plasma-apply-lookandfeel", "--apply", f"org.kde.{theme}.desktop"])
+
+
+def write_gnome(session, theme):
+    session.write(
+        "glib-2.0/settings/keyfile",
+        f"""[org/gnome/shell]
+enabled-extensions=['ubuntu-appindicators@ubuntu.com']
+disable-extension-version-validation=true
+welcome-dialog-last-shown-version='999'
+
+[org/gnome/desktop/interface]
+enable-animations=false
+color-scheme='{theme}'
+
+[org/gnome/desktop/notifications]
+show-banners=false
+
+[org/gnome/desktop/background]
+picture-options='none'
+primary-color='{GNOME_DESK}'
+""",
+    )
+
+
+def leave_overview(session):
+    """The shell starts in it, at a moment of its own."""
+    bare = Image.new("RGB", session.size, GNOME_DESK)
+    shell = ["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell", "--method"]
+
+    def has_left():
+        session.run([*shell, "org.freedesktop.DBus.Properties.Set", "org.gnome.Shell", "OverviewActive", "<false>"])
+        return not changed_box(bare, session.picture(), session.desk)
+
+    wait_for(has_left, "shell outside of its overview", 60, pause=0.5)
+
+
+def write_cinnamon(session, theme):
+    session.write(
+        "glib-2.0/settings/keyfile",
+        f"""[org/cinnamon]
+desktop-effects=false
+enabled-applets=['panel1:right:0:xapp-status@cinnamon.org:0']
+
+[org/cinnamon/theme]
+name='{theme}'
+""",
+    )
+
+
+def configure_cinnamon(session):
+    gtk_settings(session, "Adwaita")
+    write_cinnamon(session, session.theme)
+
+
+DESKTOPS = {
+    "plasma": Panel(
+        screen=XScreen,
+        command=["plasmashell", "--no-respawn"],
+        configure=configure_plasma,
+        bar=lambda width, height: Box(0, height - 30, width, height),
+        themes=tuple(GLOBAL_THEMES),
+        alike=("breezedark", "breezetwilight"),
+        switch_theme=switch_plasma,
+        started=wait_for_bar,
+        others=60,
+        companions=(["kded5"], ["kwin_x11", "--no-kactivities"]),
+        environment={
+            **X11,
+            "XDG_CURRENT_DESKTOP": "KDE",
+            "KDE_FULL_SESSION": "true",
+            "KDE_SESSION_VERSION": "5",
+            "QT_QUICK_BACKEND": "software",
+            "KWIN_COMPOSE": "N",
+        },
+    ),
+    "gnome": Panel(
+        screen=XScreen,
+        command=["gnome-shell", "--x11"],
+        configure=lambda session: write_gnome(session, session.theme),
+        bar=lambda width, height: Box(width // 2 + 50, 0, width, 32),
+        themes=("default", "prefer-dark"),
+        alike=("default", "prefer-dark"),
+        switch_theme=write_gnome,
+        has_system_bus=True,
+        started=leave_overview,
+        refuses_root=True,
+        environment={**X11, "XDG_CURRENT_DESKTOP": "GNOME"},
+    ),
+    "cinnamon": Panel(
+        screen=XScreen,
+        command=["cinnamon"],
+        configure=configure_cinnamon,
+        bar=lambda width, height: Box(0, height - 40, width, height),
+        themes=("cinnamon",),
+        switch_theme=write_cinnamon,
+        started=wait_for_bar,
+        has_system_bus=True,
+        companions=(["/usr/libexec/xapps/sn-watcher/xapp-sn-watcher"],),
+        environment={**X11, "XDG_CURRENT_DESKTOP": "X-Cinnamon", "CINNAMON_2D": "1"},
+    ),
+}

@@ -1,0 +1,127 @@
+"""How well an icon is seen in panels: panel_contrast.py BUILD_DIRECTORY PICTURE_DIRECTORY [PANEL…]
+
+Each panel is started in each of its themes and switched to each other while it runs. What is told is the contrast of
+the icon with the bar; 4.5 is wanted. Prints a table, and leaves an enlarged picture of each look.
+"""
+
+import pathlib
+import sys
+import time
+from typing import NamedTuple
+
+from desktops import DESKTOPS
+from panel_session import NotInstalled, PanelSession
+from panels import PANELS
+from PIL import Image
+from pictures import draw_shapes, icon_contrast
+
+WANTED = 4.5
+AFTER_SWITCH = 1.0  # seconds in which an icon may take on the new theme
+ZOOM = 6
+
+
+class Row(NamedTuple):
+    panel: str
+    look: str
+    bar: str
+    contrasts: dict  # by shape
+
+
+def tell(host, command):
+    host.say(command)
+    host.expect("done: " + command.split()[0])
+
+
+class Measurement:
+    def __init__(self, session, host, directory):
+        self.session = session
+        self.host = host
+        self.directory = directory
+        self.shapes = draw_shapes(session.directory)
+        self.empty = {session.theme: session.empty}
+        for theme in session.panel.themes:
+            if theme != session.theme:
+                session.switch_theme(theme)
+                self.empty[theme] = session.settled()
+        if len(self.empty) > 1:
+            session.switch_theme(session.theme)
+            session.settled()
+
+    def start(self):
+        tell(self.host, "create")
+        tell(self.host, f"icon {self.shapes['solid']}")
+        return self.look(self.session.theme)
+
+    def switched(self, theme):
+        """The shape that is there is looked at as the switch left it, the other as it comes."""
+        before = self.session.look
+        self.session.switch_theme(theme)
+        time.sleep(AFTER_SWITCH)
+        self.session.empty = self.empty[theme]
+        return self.look(f"{before} to {theme}")
+
+    def look(self, name):
+        icon = self.session.wait_for_icon()
+        contrasts, crops = {}, []
+        for shape in ("solid", "strokes", "solid"):
+            if contrasts:
+                before = self.session.picture().crop(icon.box)
+                tell(self.host, f"icon {self.shapes[shape]}")
+                self.session.settled(lambda now: now.crop(icon.box) != before, shape)
+            if shape not in contrasts:
+                picture = self.session.settled()
+                contrasts[shape] = icon_contrast(picture, icon)
+                crops.append(picture.crop(icon.box._replace(left=icon.box.left - 8, right=icon.box.right + 8)))
+        self.save(name, crops)
+        return Row(self.session.name, name, "#%02x%02x%02x" % icon.ground, contrasts)
+
+    def save(self, name, crops):
+        width, height = crops[0].width * ZOOM, crops[0].height * ZOOM
+        strip = Image.new("RGB", (width * len(crops), height))
+        for index, crop in enumerate(crops):
+            strip.paste(crop.resize((width, height), Image.Resampling.NEAREST), (index * width, 0))
+        strip.save(self.directory / f"{self.session.name} {name}.png".replace(" ", "-").replace("#", ""))
+
+
+def measure(panel, build, directory):
+    themes = {**PANELS, **DESKTOPS}[panel].themes
+    rows = []
+    for theme in themes:
+        with PanelSession(panel, theme) as session:
+            host = session.start_host([build / "tests/panel/panel_host"])
+            measurement = Measurement(session, host, directory)
+            rows.append(measurement.start())
+            for other in themes:
+                if other != theme:
+                    rows.append(measurement.switched(other))
+                    session.switch_theme(theme)
+                    session.settled()
+    return rows
+
+
+def table(rows):
+    """In Markdown."""
+    yield "| panel | theme | bar | solid | strokes |"
+    yield "|---|---|---|---|---|"
+    for row in rows:
+        ratios = (f"{ratio:.2f}" if ratio >= WANTED else f"**{ratio:.2f}**" for ratio in row.contrasts.values())
+        yield f"| {row.panel} | {row.look} | `{row.bar}` | {' | '.join(ratios)} |"
+
+
+def main():
+    build, directory = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+    directory.mkdir(parents=True, exist_ok=True)
+    rows = []
+    for panel in sys.argv[3:] or [*PANELS, *DESKTOPS]:
+        try:
+            rows += measure(panel, build, directory)
+        except NotInstalled as missing:
+            print(f"panels: no {panel} here, not installed: {missing}", flush=True)
+    print("\n".join(table(rows)))
+    lowest = min((ratio for row in rows for ratio in row.contrasts.values()), default=0)
+    print(f"\nlowest contrast: {lowest:.2f}")
+    return 0 if lowest >= WANTED else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
