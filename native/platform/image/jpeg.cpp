@@ -9,6 +9,7 @@
 #include "codecs.h"
 #include "long_jump.h"
 #include "pixels.h"
+#include "shared_library.h"
 
 namespace quill {
 namespace {
@@ -19,15 +20,38 @@ constexpr int kMaxScans = 32;
 constexpr long kMaxMemory = 128L * 1024 * 1024;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 
+struct JpegFunctions {
+  SharedLibrary library{QUILL_JPEG_LIBRARY};
+  decltype(&jpeg_std_error) standardErrors;
+  decltype(&jpeg_CreateDecompress) create;
+  decltype(&jpeg_destroy_decompress) destroy;
+  decltype(&jpeg_mem_src) readMemory;
+  decltype(&jpeg_save_markers) saveMarkers;
+  decltype(&jpeg_read_header) readHeader;
+  decltype(&jpeg_start_decompress) start;
+  decltype(&jpeg_read_scanlines) readScanlines;
+  decltype(&jpeg_finish_decompress) finish;
+
+  bool load() {
+    return library.find("jpeg_std_error", standardErrors) && library.find("jpeg_CreateDecompress", create) &&
+           library.find("jpeg_destroy_decompress", destroy) && library.find("jpeg_mem_src", readMemory) &&
+           library.find("jpeg_save_markers", saveMarkers) && library.find("jpeg_read_header", readHeader) &&
+           library.find("jpeg_start_decompress", start) && library.find("jpeg_read_scanlines", readScanlines) &&
+           library.find("jpeg_finish_decompress", finish);
+  }
+};
+
 class JpegReader {
  public:
   explicit JpegReader(Bytes bytes) : bytes_(bytes) {}
   JpegReader(const JpegReader&) = delete;
   JpegReader& operator=(const JpegReader&) = delete;
-  ~JpegReader() { jpeg_destroy_decompress(&jpeg_); }
+  ~JpegReader() {
+    if (jpeg_.err) functions_.destroy(&jpeg_);
+  }
 
   std::shared_ptr<Pixels> read() {
-    if (!finishes(jump_, [this] { readHeader(); })) return nullptr;
+    if (!functions_.load() || !finishes(jump_, [this] { readHeader(); })) return nullptr;
     auto pixels = makePixels(jpeg_.image_width, jpeg_.image_height);
     if (!pixels || !finishes(jump_, [this, to = pixels.get()] { readRows(*to); })) return nullptr;
     if (jpeg_.out_color_space == JCS_CMYK) fromInks(*pixels);
@@ -50,17 +74,17 @@ class JpegReader {
   }
 
   void readHeader() {
-    jpeg_.err = jpeg_std_error(&errors_);
+    jpeg_.err = functions_.standardErrors(&errors_);
     errors_.error_exit = fail;
     errors_.emit_message = failOnWarning;
     jpeg_.client_data = this;
-    jpeg_create_decompress(&jpeg_);
+    functions_.create(&jpeg_, JPEG_LIB_VERSION, sizeof jpeg_);
     progress_.progress_monitor = countScans;
     jpeg_.progress = &progress_;
     jpeg_.mem->max_memory_to_use = kMaxMemory;
-    jpeg_mem_src(&jpeg_, bytes_.data(), bytes_.size());
-    jpeg_save_markers(&jpeg_, kExifMarker, 0xFFFF);
-    jpeg_read_header(&jpeg_, TRUE);
+    functions_.readMemory(&jpeg_, bytes_.data(), bytes_.size());
+    functions_.saveMarkers(&jpeg_, kExifMarker, 0xFFFF);
+    functions_.readHeader(&jpeg_, TRUE);
     if (jpeg_.data_precision != 8) fail(reinterpret_cast<j_common_ptr>(&jpeg_));  // NOLINT(*-reinterpret-cast)
     orientation_ = orientation();
   }
@@ -68,12 +92,12 @@ class JpegReader {
   void readRows(Pixels& pixels) {
     const bool hasInks = jpeg_.jpeg_color_space == JCS_CMYK || jpeg_.jpeg_color_space == JCS_YCCK;
     jpeg_.out_color_space = hasInks ? JCS_CMYK : JCS_EXT_RGBA;
-    jpeg_start_decompress(&jpeg_);
+    functions_.start(&jpeg_);
     while (jpeg_.output_scanline < jpeg_.output_height) {
       JSAMPROW row = rowOf(pixels, static_cast<int>(jpeg_.output_scanline));
-      jpeg_read_scanlines(&jpeg_, &row, 1);
+      functions_.readScanlines(&jpeg_, &row, 1);
     }
-    jpeg_finish_decompress(&jpeg_);
+    functions_.finish(&jpeg_);
   }
 
   /// Four inks take the place of the four channels. The program that writes nearly all such files turns them round.
@@ -110,6 +134,7 @@ class JpegReader {
     return 0;
   }
 
+  JpegFunctions functions_{};
   Bytes bytes_;
   unsigned orientation_ = 0;
   std::jmp_buf jump_{};
