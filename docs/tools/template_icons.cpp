@@ -7,7 +7,7 @@
 ///
 ///     g++ -std=c++20 -O2 -o build/template_icons docs/tools/template_icons.cpp -Inative/platform \
 ///       -Inative/platform/freedesktop -Wl,--start-group $(find build/release/native -name '*.a') -Wl,--end-group \
-///       $(pkg-config --cflags --libs gio-unix-2.0 gdk-pixbuf-2.0 libsystemd) -lunistring
+///       $(pkg-config --cflags --libs gio-unix-2.0 gdk-pixbuf-2.0 libpng libsystemd) -lunistring
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 

@@ -20,41 +20,30 @@ constexpr int kMaxScans = 32;
 constexpr long kMaxMemory = 128L * 1024 * 1024;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 
-struct JpegFunctions {
-  SharedLibrary library{QUILL_JPEG_LIBRARY};
-  decltype(&jpeg_std_error) standardErrors;
-  decltype(&jpeg_CreateDecompress) create;
-  decltype(&jpeg_destroy_decompress) destroy;
-  decltype(&jpeg_mem_src) readMemory;
-  decltype(&jpeg_save_markers) saveMarkers;
-  decltype(&jpeg_read_header) readHeader;
-  decltype(&jpeg_start_decompress) start;
-  decltype(&jpeg_read_scanlines) readScanlines;
-  decltype(&jpeg_finish_decompress) finish;
-
-  bool load() {
-    return library.find("jpeg_std_error", standardErrors) && library.find("jpeg_CreateDecompress", create) &&
-           library.find("jpeg_destroy_decompress", destroy) && library.find("jpeg_mem_src", readMemory) &&
-           library.find("jpeg_save_markers", saveMarkers) && library.find("jpeg_read_header", readHeader) &&
-           library.find("jpeg_start_decompress", start) && library.find("jpeg_read_scanlines", readScanlines) &&
-           library.find("jpeg_finish_decompress", finish);
-  }
+struct JpegLibrary : SharedLibrary {
+  JpegLibrary() : SharedLibrary(QUILL_JPEG_LIBRARY) {}
+  QUILL_FUNCTION(jpeg_std_error);
+  QUILL_FUNCTION(jpeg_CreateDecompress);
+  QUILL_FUNCTION(jpeg_destroy_decompress);
+  QUILL_FUNCTION(jpeg_mem_src);
+  QUILL_FUNCTION(jpeg_save_markers);
+  QUILL_FUNCTION(jpeg_read_header);
+  QUILL_FUNCTION(jpeg_start_decompress);
+  QUILL_FUNCTION(jpeg_read_scanlines);
+  QUILL_FUNCTION(jpeg_finish_decompress);
 };
 
-class JpegReader {
+class JpegReader : JpegLibrary {
  public:
   explicit JpegReader(Bytes bytes) : bytes_(bytes) {}
-  JpegReader(const JpegReader&) = delete;
-  JpegReader& operator=(const JpegReader&) = delete;
   ~JpegReader() {
-    if (jpeg_.err) functions_.destroy(&jpeg_);
+    if (jpeg_.err) jpeg_destroy_decompress(&jpeg_);
   }
 
   std::shared_ptr<Pixels> read() {
-    if (!functions_.load() || !finishes(jump_, [this] { readHeader(); })) return nullptr;
+    if (!isComplete() || !finishes(jump_, [this] { readHeader(); })) return nullptr;
     auto pixels = makePixels(jpeg_.image_width, jpeg_.image_height);
     if (!pixels || !finishes(jump_, [this, to = pixels.get()] { readRows(*to); })) return nullptr;
-    if (jpeg_.out_color_space == JCS_CMYK) fromInks(*pixels);
     putUpright(*pixels, orientation_);
     return pixels;
   }
@@ -74,42 +63,29 @@ class JpegReader {
   }
 
   void readHeader() {
-    jpeg_.err = functions_.standardErrors(&errors_);
+    jpeg_.err = jpeg_std_error(&errors_);
     errors_.error_exit = fail;
     errors_.emit_message = failOnWarning;
     jpeg_.client_data = this;
-    functions_.create(&jpeg_, JPEG_LIB_VERSION, sizeof jpeg_);
+    jpeg_create_decompress(&jpeg_);
     progress_.progress_monitor = countScans;
     jpeg_.progress = &progress_;
     jpeg_.mem->max_memory_to_use = kMaxMemory;
-    functions_.readMemory(&jpeg_, bytes_.data(), bytes_.size());
-    functions_.saveMarkers(&jpeg_, kExifMarker, 0xFFFF);
-    functions_.readHeader(&jpeg_, TRUE);
+    jpeg_mem_src(&jpeg_, bytes_.data(), bytes_.size());
+    jpeg_save_markers(&jpeg_, kExifMarker, 0xFFFF);
+    jpeg_read_header(&jpeg_, TRUE);
     if (jpeg_.data_precision != 8) fail(reinterpret_cast<j_common_ptr>(&jpeg_));  // NOLINT(*-reinterpret-cast)
     orientation_ = orientation();
   }
 
   void readRows(Pixels& pixels) {
-    const bool hasInks = jpeg_.jpeg_color_space == JCS_CMYK || jpeg_.jpeg_color_space == JCS_YCCK;
-    jpeg_.out_color_space = hasInks ? JCS_CMYK : JCS_EXT_RGBA;
-    functions_.start(&jpeg_);
+    jpeg_.out_color_space = JCS_EXT_RGBA;  // which refuses a picture made of inks
+    jpeg_start_decompress(&jpeg_);
     while (jpeg_.output_scanline < jpeg_.output_height) {
       JSAMPROW row = rowOf(pixels, static_cast<int>(jpeg_.output_scanline));
-      functions_.readScanlines(&jpeg_, &row, 1);
+      jpeg_read_scanlines(&jpeg_, &row, 1);
     }
-    functions_.finish(&jpeg_);
-  }
-
-  /// Four inks take the place of the four channels. The program that writes nearly all such files turns them round.
-  void fromInks(Pixels& pixels) const {
-    const unsigned turn = jpeg_.saw_Adobe_marker ? 0 : 255;
-    auto& rgba = pixels.rgba;
-    for (std::size_t i = 0; i < rgba.size(); i += 4) {
-      const unsigned light = rgba[i + 3] ^ turn;
-      for (std::size_t ink = i; ink < i + 3; ++ink)
-        rgba[ink] = static_cast<std::uint8_t>((rgba[ink] ^ turn) * light / 255);
-      rgba[i + 3] = 255;
-    }
+    jpeg_finish_decompress(&jpeg_);
   }
 
   unsigned orientation() const {
@@ -134,7 +110,6 @@ class JpegReader {
     return 0;
   }
 
-  JpegFunctions functions_{};
   Bytes bytes_;
   unsigned orientation_ = 0;
   std::jmp_buf jump_{};
@@ -145,9 +120,6 @@ class JpegReader {
 
 }  // namespace
 
-std::optional<Image> decodeJpeg(Bytes bytes) {
-  if (auto pixels = JpegReader(bytes).read()) return imageOf(std::move(pixels));
-  return std::nullopt;
-}
+std::optional<Image> decodeJpeg(Bytes bytes) { return imageOf(JpegReader(bytes).read()); }
 
 }  // namespace quill
