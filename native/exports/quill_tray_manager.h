@@ -52,8 +52,10 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
 /**
  * Shows an icon.
  *
- * @param iconData,iconLength an encoded image: PNG, JPEG, GIF, BMP, ICO, TIFF, and SVG where the
- * machine decodes it, of at most 4096 pixels a side. Its opacity
+ * @param iconData,iconLength an encoded image of at most 4096 pixels a side: PNG, BMP or ICO, and
+ * JPEG, GIF, TIFF or SVG where the machine has their library. A host vouches for the pictures that it
+ * ships: an SVG of at most 1 MiB does no harm, but may take long if it was drawn to; its text,
+ * filters, pattern fills and embedded images are left out. The opacity
  * alone counts: it is a template, drawn in the bar's own colour at 22 by 22 points. Give at least 44
  * by 44 pixels, so that it is sharp on screens of twice the density. Null, a length of 0 or less, and
  * bytes that are no image change nothing and log nothing.
