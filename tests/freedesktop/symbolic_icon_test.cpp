@@ -58,6 +58,9 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
     EXPECT_EQ(countIn(folder), 3);
   }
   EXPECT_EQ(countIn(folder), 2);
+  manager->setMenuItems({{"a", "snake_case_name", true, ""}});
+  panel->takeSignals();
+  EXPECT_THAT(panel->menu(), ::testing::HasSubstr("'snake__case_name'"));  // its label is made for this panel
   EXPECT_EXIT((item.reset(), desktop.removeFiles(), _exit(0)), ExitedWithCode(0), "");
   EXPECT_EQ(countIn(folder), 2) << "a child leaves its parent's files alone";
   item.reset();
