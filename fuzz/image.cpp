@@ -1,7 +1,6 @@
-// From a host's bytes to an icon in each of its forms.
-#include "decode_image.h"
+// From a host's bytes to an icon in each of its forms, by one codec; each is a target of its own.
+#include "codecs.h"
 #include "glib_log.h"
-#include "image_format.h"
 #include "pictures.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -10,8 +9,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  // Vector images take long and are a target of their own.
-  if ((quill::recogniseFormat({data, size}) == quill::ImageFormat::svg) != QUILL_FUZZ_VECTOR) return 0;
-  if (auto image = quill::decodeImage({data, size})) quill::fuzz::showEverywhere(*std::move(image));
+  if (const auto image = quill::QUILL_FUZZ_CODEC({data, size})) quill::fuzz::showEverywhere(*image);
   return 0;
 }

@@ -4,7 +4,7 @@
 #include <tuple>
 
 #include "memory_desktop.h"
-#include "memory_surroundings.h"
+#include "memory_environment.h"
 #include "menu_items_json.h"
 #include "menu_layout.h"
 #include "require.h"
@@ -65,8 +65,8 @@ void readMenu(const std::string& text) {
   const freedesktop::MenuLayout layout(menu.get(), 1);
   require(layout.entries().size() == records->size() + 1);
   for (const auto& entry : layout.entries()) requireSendable(entry);
-  for (const auto& line : memory::Surroundings::current().logged()) require(isWellFormed(line));
-  memory::Surroundings::current().clear();
+  for (const auto& line : memory::Environment::current().logged()) require(isWellFormed(line));
+  memory::Environment::current().clear();
 }
 
 }  // namespace

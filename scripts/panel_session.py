@@ -193,19 +193,22 @@ class PanelSession:
         path.parent.mkdir(parents=True, exist_ok=True)
         path.write_text(text, encoding="utf-8")
 
+    def prefix(self, words):
+        """A command as it is run in the session: by its user, and ended with this process."""
+        return [*self._prefix, *map(str, words)]
+
     def spawn(self, words, **options):
         """Starts a command in the session; what it prints goes to the session's own log."""
         with open(self.directory / "log", "ab") as log:
             options = {"stdin": subprocess.DEVNULL, "stdout": log, "stderr": log, **options}
-            child = subprocess.Popen([*self._prefix, *map(str, words)], env=self.environment, **options)
+            child = subprocess.Popen(self.prefix(words), env=self.environment, **options)
         self._children.append(child)
         return child
 
     def run(self, words):
         """Runs a command in the session to its end; its standard output."""
-        words = [*self._prefix, *words]
         return subprocess.run(
-            words, env=self.environment, check=True, timeout=DEADLINE, stdout=subprocess.PIPE, encoding="utf-8"
+            self.prefix(words), env=self.environment, check=True, timeout=DEADLINE, stdout=subprocess.PIPE, encoding="utf-8"
         ).stdout
 
     def accessible_names(self):
@@ -250,7 +253,7 @@ class PanelSession:
 
     def start_host(self, words, environment=None):
         process = subprocess.Popen(
-            [*self._prefix, *map(str, words)],
+            self.prefix(words),
             env={**self.environment, **(environment or {})},
             stdin=subprocess.PIPE,
             stdout=subprocess.PIPE,

@@ -1,7 +1,7 @@
 /// Draws a contact sheet of template icons, to be looked at: a row for each bar's colour; for each
 /// picture 22 and 44 pixels scaled to 16, then 22 and 44 as they are. One column for each picture.
 ///
-///     template_icons SHEET.png light|dark PICTURE…
+///     template_icons SHEET.png PICTURE…
 ///
 /// The target `template_icons` builds it.
 
@@ -12,7 +12,6 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
-#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,7 +22,6 @@ namespace {
 
 using namespace quill;
 using freedesktop::IconPixels;
-using freedesktop::Tone;
 
 struct Unreference {
   void operator()(GdkPixbuf* pixbuf) const { g_object_unref(pixbuf); }
@@ -66,12 +64,11 @@ void drawColumn(const Picture& sheet, int left, const std::vector<IconPixels>& i
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count < 4) {
-    std::fputs("usage: template_icons SHEET.png light|dark PICTURE…\n", stderr);
+  if (count < 3) {
+    std::fputs("usage: template_icons SHEET.png PICTURE…\n", stderr);
     return 2;
   }
-  const auto fill = std::string_view(arguments[2]) == "dark" ? Tone::dark : Tone::light;
-  const int pictures = count - 3;
+  const int pictures = count - 2;
   const Picture sheet(
       gdk_pixbuf_new(GDK_COLORSPACE_RGB, FALSE, 8, pictures * kColumn, kRow * static_cast<int>(kBars.size())));
   for (std::size_t row = 0; row < kBars.size(); ++row) {
@@ -79,14 +76,14 @@ int main(int count, char** arguments) {
     gdk_pixbuf_fill(bar.get(), kBars[row] << 8U | 0xFFU);
   }
   for (int i = 0; i < pictures; ++i) {
-    std::ifstream file(arguments[3 + i], std::ios::binary);
+    std::ifstream file(arguments[2 + i], std::ios::binary);
     const std::vector<std::uint8_t> bytes((std::istreambuf_iterator<char>(file)), {});
     const auto image = decodeImage(bytes);
     if (!image) {
-      std::fprintf(stderr, "no picture: %s\n", arguments[3 + i]);
+      std::fprintf(stderr, "no picture: %s\n", arguments[2 + i]);
       return 1;
     }
-    drawColumn(sheet, i * kColumn + kGap / 2, freedesktop::templateIconPixels(image->pixels(), fill));
+    drawColumn(sheet, i * kColumn + kGap / 2, freedesktop::templateIconPixels(freedesktop::shapeOf(*image->pixels())));
   }
   return gdk_pixbuf_save(sheet.get(), arguments[1], "png", nullptr, "compression", "9", nullptr) ? 0 : 1;
 }

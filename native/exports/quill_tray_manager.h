@@ -6,7 +6,8 @@
  *
  * - Nothing is returned. What was done and what failed stands in the log: one line on standard
  *   output at once, and the same with a timestamp at the end of
- *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log.
+ *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Whoever may read the files that the
+ *   host makes by default may read that one: everybody under the usual umask of 022.
  * - No function needs another one to be called first, and none undoes another: the icon stays until
  *   the process ends.
  * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default
@@ -147,7 +148,15 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(void (*cal
  * quotes and whatever else no URL may hold are percent-encoded. Null, an empty text and a malformed
  * URL open nothing and log an error line; a URL that no application takes looks like any other.
  *
- * May be called on any thread, without a main loop, and right before the process exits.
+ * Every URL is logged whole, query and all: one with a secret in it puts that secret into the log.
+ *
+ * The application starts as a child of the calling thread would start now, with its environment, signal
+ * mask and ignored signals, but is no child: there is nothing to wait for and no SIGCHLD. In a sandbox the
+ * desktop's portal opens the URL. Two threads stay asleep after the first call, one of the library's and
+ * GLib's "gmain", and two descriptors, with which GLib watches what is installed.
+ *
+ * May be called on any thread, without a main loop, and right before the process exits, which then takes
+ * up to two seconds longer where an application has to be started over the bus.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_open_url(const char* urlString);
 

@@ -1,37 +1,33 @@
 #include "common_log_manager.h"
 
-#include <atomic>
 #include <utility>
 
-#include "immortal.h"
 #include "log_line.h"
+#include "no_destructor.h"
 
 namespace quill {
 
 const std::shared_ptr<CommonLogManager>& CommonLogManager::shared() {
-  static std::atomic<const std::shared_ptr<CommonLogManager>*> made{nullptr};
-  if (const auto* const manager = made.load(std::memory_order_acquire)) return *manager;
-  const std::lock_guard lock(Surroundings::creation);
-  static const Immortal<std::shared_ptr<CommonLogManager>> manager([] { return make(Surroundings::current()); });
-  made.store(&manager.get(), std::memory_order_release);
-  return manager.get();
+  static constinit NoDestructor<std::shared_ptr<CommonLogManager>> manager;
+  auto& environment = Environment::current();
+  return manager.get([&environment] { return make(environment); });
 }
 
-std::shared_ptr<CommonLogManager> CommonLogManager::make(Surroundings& surroundings) {
+std::shared_ptr<CommonLogManager> CommonLogManager::make(Environment& environment) {
   struct Makeable : CommonLogManager {
-    explicit Makeable(Surroundings& its) : CommonLogManager(its) {}
+    explicit Makeable(Environment& its) : CommonLogManager(its) {}
   };
-  return std::make_shared<Makeable>(surroundings);
+  return std::make_shared<Makeable>(environment);
 }
 
-CommonLogManager::CommonLogManager(Surroundings& surroundings)
-    : surroundings_(surroundings), logQueue_(surroundings.makeSerialQueue("com.orvi.tamble.common.log")) {}
+CommonLogManager::CommonLogManager(Environment& environment)
+    : environment_(environment), logQueue_(environment.makeSerialQueue("com.orvi.tamble.common.log")) {}
 
 std::optional<std::filesystem::path> CommonLogManager::getLogFileURL() {
-  const auto base = surroundings_.userDirectory(home_);
+  const auto base = environment_.userDirectory(home_);
   if (!base) return std::nullopt;
   const auto directory = *base / "Library" / "Application Support" / "com.orvi.tamble" / ".logs";
-  if (const auto error = surroundings_.createDirectories(directory)) {
+  if (const auto error = environment_.createDirectories(directory)) {
     reportFailure("无法创建日志目录", error);
     return std::nullopt;
   }
@@ -39,19 +35,20 @@ std::optional<std::filesystem::path> CommonLogManager::getLogFileURL() {
 }
 
 void CommonLogManager::log(std::string_view message, std::string_view level, std::string_view module) {
-  LogLine line(surroundings_.now(), level, module, message);
-  surroundings_.writeConsole(line.forConsole());
+  LogLine line(environment_.now(), level, module, message);
+  environment_.writeConsole(line.forConsole());
   logQueue_->submit([self = shared_from_this(), text = std::move(line).forFile(),
-                     home = surroundings_.homeVariable()]() mutable { self->append(text, std::move(home)); });
+                     home = environment_.homeVariable()]() mutable { self->append(text, std::move(home)); });
 }
 
 void CommonLogManager::append(const std::string& line, std::string home) {
   home_ = std::move(home);
   const auto file = getLogFileURL();
   if (!file) return;
-  const bool exists = surroundings_.fileExists(*file);
-  const auto missing = exists ? Surroundings::Missing::fail : Surroundings::Missing::create;
-  if (const auto error = surroundings_.append(*file, line, missing)) {
+  const bool exists = environment_.fileExists(*file);
+  const auto missing = exists ? Environment::Missing::fail : Environment::Missing::create;
+  const auto flush = logQueue_->isDraining() ? Environment::Flush::later : Environment::Flush::now;
+  if (const auto error = environment_.append(*file, line, missing, flush)) {
     reportFailure(exists ? "无法打开日志文件" : "无法创建日志文件", error);
   }
 }
@@ -59,7 +56,7 @@ void CommonLogManager::append(const std::string& line, std::string home) {
 void CommonLogManager::reportFailure(std::string_view what, const std::error_code& error) {
   std::string line("[CommonLogManager] ❌ ");
   line.append(what).append(": ").append(error.message()) += '\n';
-  surroundings_.writeConsole(line);
+  environment_.writeConsole(line);
 }
 
 }  // namespace quill

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "surroundings.h"
+#include "environment.h"
 
 namespace quill {
 
@@ -16,15 +16,15 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
  public:
   /// Made on first use and never destroyed. It touches no file until something is logged.
   static const std::shared_ptr<CommonLogManager>& shared();
-  /// One that works in other surroundings, which must outlive it and the jobs on its queue.
-  static std::shared_ptr<CommonLogManager> make(Surroundings& surroundings);
+  /// One that works in another environment, which must outlive it and the jobs on its queue.
+  static std::shared_ptr<CommonLogManager> make(Environment& environment);
 
   CommonLogManager(const CommonLogManager&) = delete;
   CommonLogManager& operator=(const CommonLogManager&) = delete;
   virtual ~CommonLogManager() = default;
 
  protected:
-  explicit CommonLogManager(Surroundings& surroundings);
+  explicit CommonLogManager(Environment& environment);
 
  private:
   /// Where the log file lies below the user's directory, worked out anew for each line, with the
@@ -39,7 +39,7 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
   void append(const std::string& line, std::string home);
   void reportFailure(std::string_view what, const std::error_code& error);
 
-  Surroundings& surroundings_;
+  Environment& environment_;
   const std::shared_ptr<SerialQueue> logQueue_;
   std::string home_;  // as the environment named it when the line at hand was logged; on the queue
 };

@@ -6,29 +6,23 @@ namespace {
 
 constexpr std::size_t kTimestampLength = 23;
 
-void appendNumber(std::string& text, unsigned value, std::size_t digits) {
-  const auto end = text.size() + digits;
-  text.resize(end);
-  for (auto at = end; at > end - digits; value /= 10) text[--at] = static_cast<char>('0' + value % 10);
-}
-
 void appendTimestamp(std::string& text, std::chrono::local_time<std::chrono::milliseconds> time) {
   const auto day = std::chrono::floor<std::chrono::days>(time);
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss clock(time - day);
-  appendNumber(text, static_cast<unsigned>(static_cast<int>(date.year())), 4);
-  text += '-';
-  appendNumber(text, static_cast<unsigned>(date.month()), 2);
-  text += '-';
-  appendNumber(text, static_cast<unsigned>(date.day()), 2);
-  text += ' ';
-  appendNumber(text, static_cast<unsigned>(clock.hours().count()), 2);
-  text += ':';
-  appendNumber(text, static_cast<unsigned>(clock.minutes().count()), 2);
-  text += ':';
-  appendNumber(text, static_cast<unsigned>(clock.seconds().count()), 2);
-  text += '.';
-  appendNumber(text, static_cast<unsigned>(clock.subseconds().count()), 3);
+  char stamp[] = "0000-00-00 00:00:00.000";
+  const auto put = [&stamp](std::size_t end, std::size_t digits, auto number) {
+    auto value = static_cast<unsigned>(number);
+    for (auto at = end; at > end - digits; value /= 10) stamp[--at] = static_cast<char>('0' + value % 10);
+  };
+  put(4, 4, static_cast<int>(date.year()));
+  put(7, 2, static_cast<unsigned>(date.month()));
+  put(10, 2, static_cast<unsigned>(date.day()));
+  put(13, 2, clock.hours().count());
+  put(16, 2, clock.minutes().count());
+  put(19, 2, clock.seconds().count());
+  put(23, 3, clock.subseconds().count());
+  text.append(stamp, kTimestampLength);
 }
 
 }  // namespace

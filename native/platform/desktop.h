@@ -28,7 +28,8 @@ class Desktop {
   virtual MainQueue& mainQueue() = 0;
   /// A further place in the bar; null where this machine has none.
   virtual std::shared_ptr<StatusItem> makeStatusItem(double length) = 0;
-  /// Turns an image into what the bar reads, once, and keeps that with the image. Any thread.
+  /// Turns a template image's picture into the form that the bar reads, once; what was decoded goes with
+  /// the last image that still holds it. Any thread.
   virtual void prepare(Image& image) = 0;
   /// A host's own menu object as a menu that follows it and keeps it alive; null for a null pointer
   /// and for what the platform can tell is no menu.

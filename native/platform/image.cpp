@@ -5,9 +5,9 @@
 namespace quill {
 
 std::string Image::description() const {
-  auto text = describeObject("Image", pixels_.get());
+  auto text = describeObject("Image", picture_.get());
   text.back() = ' ';
-  text += std::to_string(pixels_->width) + "x" + std::to_string(pixels_->height) + " pixels>";
+  text += std::to_string(picture_->width) + "x" + std::to_string(picture_->height) + " pixels>";
   return text;
 }
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "immortal.h"
+#include "no_destructor.h"
 
 namespace quill {
 
@@ -16,8 +16,9 @@ constexpr Rect kInitialViewFrame{{0.0, 0.0}, {44.0, 44.0}};
 }  // namespace
 
 const std::shared_ptr<TrayManager>& TrayManager::shared() {
-  static const Immortal<std::shared_ptr<TrayManager>> instance([] { return make<TrayManager>(Desktop::current()); });
-  return instance.get();
+  static constinit NoDestructor<std::shared_ptr<TrayManager>> instance;
+  auto& desktop = Desktop::current();
+  return instance.get([&desktop] { return make<TrayManager>(desktop); });
 }
 
 TrayManager::TrayManager(Desktop& desktop)

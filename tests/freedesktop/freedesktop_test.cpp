@@ -2,6 +2,8 @@
 #include <unistd.h>
 
 #include <ctime>
+#include <fstream>
+#include <string>
 
 #include "dbusmenu.h"
 #include "panel_fixture.h"
@@ -129,6 +131,33 @@ TEST_F(Freedesktop, ShowsEachFrameInItsTick) {
     runFor(100ms);
     EXPECT_EQ(panel->takeSignals(), Signals(icons.size(), "NewIcon()")) << "and then no more";
     manager->resetAnimation();
+  }
+}
+
+TEST_F(Freedesktop, KeepsOfAFrameWhatAPanelReads) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "a sanitizer keeps what was given back";
+#endif
+  const auto privateKibibytes = [] {
+    std::ifstream rollup("/proc/self/smaps_rollup");
+    std::string word;
+    while (rollup >> word && word != "Private_Dirty:") continue;
+    long amount = -1;
+    rollup >> amount;
+    return amount;
+  };
+  const auto add = [&](int side, int count) {
+    for (int i = 0; i < count; ++i) {
+      manager->addAnimationFrame(Image(std::make_shared<Pixels>(pixels(i + 1, side)), {22, 22}));
+    }
+  };
+  constexpr long kPanelReads = (22 * 22 + 44 * 44) * 4;
+  for (const int side : {64, 128, 512, 1024}) {
+    add(side, 2);  // what the allocator takes for the pixels that come and go
+    const auto before = privateKibibytes();
+    ASSERT_GT(before, 0);
+    add(side, 30);
+    EXPECT_LE(privateKibibytes() - before, 30 * (kPanelReads / 1024 + 20)) << side;
   }
 }
 

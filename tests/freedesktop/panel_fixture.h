@@ -150,10 +150,15 @@ class PanelTest : public ::testing::Test {
     panel->takeSignals();
   }
   /// Different for each number.
+  static Pixels pixels(int number, int side = 44) {
+    const auto width = static_cast<std::size_t>(side);
+    Pixels made(side, side, std::vector<std::uint8_t>(width * width * 4));
+    for (std::size_t i = 0; i < width * static_cast<std::size_t>(number); ++i) made.rgba[i * 4 + 3] = 255;
+    return made;
+  }
+  /// As the manager shows it.
   Image image(int number) {
-    auto pixels = std::make_shared<Pixels>(Pixels{44, 44, std::vector<std::uint8_t>(44 * 44 * 4)});
-    for (int i = 0; i < 44 * number; ++i) pixels->rgba[static_cast<std::size_t>(i) * 4 + 3] = 255;
-    Image made(pixels, {22, 22});
+    Image made(std::make_shared<Pixels>(pixels(number)), {22, 22});
     made.setTemplate(true);
     desktop.prepare(made);
     return made;

@@ -156,35 +156,103 @@ TEST_F(HostTest, ThreadsAnimateWhileTheMenuIsReplaced) {
   EXPECT_GT(std::count(logged.begin(), logged.end(), "INFO 动画已重置，动画帧数: 0"), 8);
 }
 
-TEST_F(HostTest, UrlsArriveByteForByteAlsoFromAProcessThatEnds) {
-  // The user's handler of a scheme, which notes its arguments and its signal mask.
-  const auto script = home / "handler";
-  const auto opened = home / "opened";
-  fs::create_directories(home / "applications");
-  std::ofstream(home / "applications/handler.desktop")
-      << "[Desktop Entry]\nType=Application\nName=Handler\nExec=" << script.string() << " %u\n";
-  std::ofstream(home / "mimeapps.list") << "[Default Applications]\nx-scheme-handler/quilltest=handler.desktop\n";
-  std::ofstream(script) << "#!/bin/sh\nblocked=$(sed -n 's/^SigBlk:\t//p' /proc/$$/status)\n"
-                        << "printf '%s %s %s\\n' \"$#\" \"$1\" \"$blocked\" >> '" << opened.string() << "'\n";
-  fs::permissions(script, fs::perms::owner_all);
-  const auto isOpened = [&](std::size_t count) {
-    for (int i = 0; i < 2000 && lines(opened).size() < count; ++i) std::this_thread::sleep_for(5ms);
-    return lines(opened).size() == count;
-  };
+/// The scheme quilltest has a handler, which notes what it gets.
+class UrlTest : public HostTest {
+ protected:
+  void installHandler(const std::string& keys) {
+    write("applications/quill.test.Handler.desktop",
+          "[Desktop Entry]\nType=Application\nName=Handler\nMimeType=text/plain;\n" + keys);
+    write("mimeapps.list",
+          "[Default Applications]\nx-scheme-handler/quilltest=quill.test.Handler.desktop\n"
+          "text/plain=quill.test.Handler.desktop\n");
+  }
+  void write(const fs::path& name, const std::string& text) {
+    fs::create_directories((home / name).parent_path());
+    std::ofstream(home / name) << text;
+  }
+  Lines opened(std::size_t count) {
+    for (int i = 0; i < 2000 && lines(notes).size() < count; ++i) std::this_thread::sleep_for(5ms);
+    return lines(notes);
+  }
+
+  const std::string notes = home / "notes";
+};
+
+std::string signals() {  // those that this thread blocks and this process ignores
+  std::ifstream status("/proc/thread-self/status");
+  std::string found;
+  for (std::string field; std::getline(status, field);) {
+    if (field.starts_with("SigBlk:") || field.starts_with("SigIgn:")) found += " " + field.substr(8);
+  }
+  return found;
+}
+
+std::atomic<int> childrenEnded = 0;
+
+TEST_F(UrlTest, AHandlerGetsTheUrlByteForByteAndTheRestLikeAChildOfTheCaller) {
+  installHandler("Exec=" URL_HANDLER " '" + notes + "' %u\n");
   const std::string legal = "quilltest:a%20b;c?x=$(touch)&y='1'&z=~!*,$HOME#f@[1]";
+  const fs::path text = home / "a text";
+  std::ofstream(text) << "text\n";
+  const auto open = [](const std::string& url, const char* value) {
+    setenv("QUILL_TEST", value, 1);
+    quill_tray_manager_open_url(url.c_str());
+    setenv("QUILL_TEST", "later", 1);
+  };
   const auto logged = run([&] {
-    const auto handler = [](int) {};
-    std::signal(SIGCHLD, handler);
-    quill_tray_manager_open_url(legal.c_str());
-    EXPECT_TRUE(isOpened(1));
+    std::signal(SIGCHLD, [](int) { ++childrenEnded; });
+    for (const int ignored : {SIGPIPE, SIGHUP}) std::signal(ignored, SIG_IGN);
+    sigset_t blocked;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGUSR1);
+    pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
+    open(legal, "first");
+    EXPECT_THAT(opened(1), ElementsAre(legal + signals() + " first"));
+    open("file://" + home.string() + "/a%20text", "second");
+    EXPECT_THAT(opened(2).back(), "file://" + home.string() + "/a%20text" + signals() + " second");
     EXPECT_EQ(waitpid(-1, nullptr, 0), -1) << "no child, running or ended";
-    EXPECT_EQ(std::signal(SIGCHLD, SIG_DFL), static_cast<void (*)(int)>(handler));
-    std::thread([] { quill_tray_manager_open_url("quilltest:a \"b\" <中>`id`|\\"); }).join();
+    EXPECT_EQ(childrenEnded, 0);
+    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
+    std::thread([&] { open("quilltest:a \"b\" <中>`id`|\\", "third"); }).join();
+    for (const int ignored : {SIGPIPE, SIGHUP}) std::signal(ignored, SIG_DFL);
   });
-  EXPECT_TRUE(isOpened(2));
-  EXPECT_THAT(lines(opened), ElementsAre("1 " + legal + " 0000000000000000",
-                                         "1 quilltest:a%20%22b%22%20%3C%E4%B8%AD%3E%60id%60%7C%5C 0000000000000000"));
-  EXPECT_THAT(logged, ElementsAre("INFO 已打开 URL: " + legal, "INFO 已打开 URL: quilltest:a \"b\" <中>`id`|\\"));
+  EXPECT_THAT(opened(3).back(), ::testing::MatchesRegex("quilltest:a%20%22b%22%20%3C%E4%B8%AD%3E%60id%60%7C%5C"
+                                                        " 0000000000000000 .* third"));
+  EXPECT_THAT(logged, ElementsAre("INFO 已打开 URL: " + legal, "INFO 已打开 URL: file://" + home.string() + "/a%20text",
+                                  "INFO 已打开 URL: quilltest:a \"b\" <中>`id`|\\"));
+}
+
+TEST_F(UrlTest, AnApplicationOnTheBusGetsTheUrlAlsoFromAProcessThatEnds) {
+  installHandler("Exec=false %u\nDBusActivatable=true\n");
+  const std::string slow = "/bin/sh -c \"sleep 0.5; exec " URL_HANDLER " '" + notes + "'\"";
+  write("dbus-1/services/quill.test.Handler.service", "[D-BUS Service]\nName=quill.test.Handler\nExec=" + slow + "\n");
+  bus.start();
+  run([] { quill_tray_manager_open_url("quilltest:right-before-the-exit"); });
+  EXPECT_THAT(opened(1), ElementsAre(::testing::StartsWith("quilltest:right-before-the-exit ")));
+}
+
+TEST_F(UrlTest, TheHostOutlivesTheBus) {
+  installHandler("Exec=" URL_HANDLER " '" + notes + "' %u\n");
+  bus.start();
+  run([&] {
+    quill_tray_manager_open_url("quilltest:a");
+    quill_tray_manager_open_url("nobody-opens:b");
+    opened(1);
+    for (const auto& thread : fs::directory_iterator("/proc/self/task")) {
+      std::string name;
+      std::getline(std::ifstream(thread.path() / "comm"), name);
+      EXPECT_THAT(name, ::testing::Not(::testing::AnyOf("gdbus", "dconf worker"))) << "GIO's connection";
+    }
+    g_autoptr(GDBusConnection) hosts = g_dbus_connection_new_for_address_sync(
+        bus.address().c_str(),
+        static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
+                                          G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
+        nullptr, nullptr, nullptr);
+    ASSERT_NE(hosts, nullptr);
+    bus.kill();
+    while (g_dbus_connection_is_closed(hosts) == FALSE) g_main_context_iteration(nullptr, FALSE);
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
+  });
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
 // What only real processes, files and pipes can show.
 
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 
 #include <atomic>
 #include <cwchar>
@@ -10,10 +13,44 @@
 #include <thread>
 
 #include "forked_host.h"
+#include "host_application.h"
 #include "log.h"
+#include "signal_mask.h"
 #include "worker_queue.h"
 
 extern "C" [[gnu::visibility("default")]] const char* __tsan_default_options() { return "atexit_sleep_ms=0"; }
+
+namespace quill::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+auto syncTime = 0ms;  // what the disk takes to flush
+
+off_t sizeOf(int file) {
+  struct stat status {};
+  fstat(file, &status);
+  return status.st_size;
+}
+
+}  // namespace
+}  // namespace quill::testing
+
+// In place of the C library's.
+extern "C" int fsync(int file) {
+  std::this_thread::sleep_for(quill::testing::syncTime);
+  return static_cast<int>(syscall(SYS_fsync, file));
+}
+extern "C" int ftruncate(int file, off_t size) noexcept {
+  const auto before = quill::testing::sizeOf(file);
+  for (int page = 0; page < 8; ++page) {
+    if (unlink(std::to_string(page).c_str()) != 0) continue;
+    usleep(5000);  // in which another process could use the page
+    break;
+  }
+  if (quill::testing::sizeOf(file) != before) abort();
+  return static_cast<int>(syscall(SYS_ftruncate, file, size));
+}
 
 namespace quill::testing {
 namespace {
@@ -80,6 +117,18 @@ TEST_F(LoggingHost, WritesAtExitWhatWasLoggedUpToTheEnd) {
   EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 301), Pair("[end]", 50)));
 }
 
+TEST_F(LoggingHost, WritesAtItsEndWhatASlowDiskHasNotFlushedYet) {
+  const auto log = [] {
+    syncTime = 15ms;
+    logNumbers("T", [](int line) { return line < 1000; });
+  };
+  run([&] { log(), linesAtTheEnd = 200; });
+  EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 1000), Pair("[end]", 200)));
+  fs::remove(file);
+  run([&] { log(), freedesktop::terminateHost(); }, SIGTERM);
+  EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 1000)));
+}
+
 TEST_F(LoggingHost, WaitsTwoSecondsForAStuckDiskAndNoLonger) {
   const auto before = std::chrono::steady_clock::now();
   run([] {
@@ -144,6 +193,57 @@ TEST_F(LoggingHost, LeavesNoTornLineOnAFullDisk) {
   EXPECT_EQ(logged().size(), 2U);
 }
 
+TEST_F(LoggingHost, CutsOffNoLineOfAnotherHostOnAFullDisk) {
+  if (std::system("unshare --mount true") != 0) GTEST_SKIP() << "no right to mount a small disk";
+  run([&] {
+    fs::create_directories(home / "Library");
+    ASSERT_EQ(unshare(CLONE_NEWNS), 0);
+    ASSERT_EQ(mount("", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+    ASSERT_EQ(mount("disk", (home / "Library").c_str(), "tmpfs", 0, "size=64k"), 0);
+    fs::current_path(home / "Library");
+    for (int page = 0; page < 8; ++page) std::ofstream(std::to_string(page)) << "x";
+    const auto host = [&](const std::string& module) {
+      return std::jthread([=, this] {
+        run([=] {
+          for (int line = 0; line < 2000; ++line) logInfo(std::string(50 + line % 70, 'x'), module);
+        });
+      });
+    };
+    host("A"), host("B");
+    EXPECT_THAT(logged(), ::testing::AllOf(::testing::Contains(::testing::HasSubstr("[A]")),
+                                           ::testing::Contains(::testing::HasSubstr("[B]"))));
+  });
+}
+
+TEST_F(LoggingHost, WaitsOnceForAReaderThatDoesNotReadAndTearsNoLine) {
+  const std::string message(10'000, 'x');
+  run([&] {
+    int ends[2];
+    ASSERT_EQ(pipe2(ends, O_NONBLOCK), 0);
+    dup2(ends[1], STDOUT_FILENO);
+    std::string text;
+    const auto readAll = [&] {
+      char some[4096];
+      for (ssize_t got = 0; (got = read(ends[0], some, sizeof some)) > 0;) text.append(some, static_cast<size_t>(got));
+    };
+    for (int round = 0; round < 2; ++round) {
+      const auto before = std::chrono::steady_clock::now();
+      for (int line = 0; line < 20; ++line) logInfo(message, "T");
+      EXPECT_LT(std::chrono::steady_clock::now() - before, 1s);
+      readAll();
+    }
+    logInfo("end", "T");
+    readAll();
+    std::ofstream(console) << text;
+  });
+  auto all = lines(console);
+  EXPECT_EQ(all.back(), "[T] end");
+  all.pop_back();
+  EXPECT_GT(all.size(), 10U);
+  EXPECT_THAT(all, ::testing::Each("[T] " + message));
+  EXPECT_EQ(logged().size(), 41U);
+}
+
 TEST_F(LoggingHost, OutlivesAStandardOutputThatIsGone) {
   const auto becomePipe = [](bool isFull) {
     int ends[2];
@@ -157,22 +257,30 @@ TEST_F(LoggingHost, OutlivesAStandardOutputThatIsGone) {
       [=] { becomePipe(true); },  [] { close(STDOUT_FILENO), logNumbers("N", [](int line) { return line < 200; }); },
       [] { fclose(stdout); },
   };
-  for (const bool oldKernel : {false, true}) {
-    for (const auto& gone : cases) {
-      fs::remove(file);
-      run([&] {
-        // A file that takes no flags with a write, as before Linux 6.18 none takes the one that holds the signal.
-        ASSERT_TRUE(!oldKernel || dup2(open("/proc/self/comm", O_WRONLY), STDOUT_FILENO) >= 0);
-        logInfo("before", "T");
-        gone();
-        errno = EXDEV;
-        logInfo("gone", "T");
-        EXPECT_EQ(errno, EXDEV);
-      });
-      const auto all = logged();
-      ASSERT_GE(all.size(), 2U);
-      EXPECT_TRUE(all.front() == "[T] before" && all.back() == "[T] gone");
-    }
+  for (const auto& gone : cases) {
+    fs::remove(file);
+    run([&] {
+      logInfo("before", "T");
+      gone();
+      errno = EXDEV;
+      logInfo("gone", "T");
+      EXPECT_EQ(errno, EXDEV);
+    });
+    const auto all = logged();
+    ASSERT_GE(all.size(), 2U);
+    EXPECT_TRUE(all.front() == "[T] before" && all.back() == "[T] gone");
+  }
+  for (const bool waits : {false, true}) {  // a signal that the host holds back itself
+    run([&] {
+      const auto held = posix::signalSet({SIGPIPE});
+      sigprocmask(SIG_BLOCK, &held, nullptr);
+      if (waits) raise(SIGPIPE);
+      becomePipe(false);
+      logInfo("gone", "T");
+      sigset_t waiting;
+      sigpending(&waiting);
+      EXPECT_EQ(sigismember(&waiting, SIGPIPE), waits);
+    });
   }
 }
 

@@ -2,7 +2,7 @@
 
 #include "common_log_manager.h"
 #include "log_line.h"
-#include "memory_surroundings.h"
+#include "memory_environment.h"
 
 namespace {
 
@@ -29,35 +29,45 @@ TEST(LogLine, WritesEachFieldAsItIs) {
 
 class LogManager : public testing::Test {
  protected:
-  LogManager() { surroundings.setNow(kTime); }
+  LogManager() { environment.setNow(kTime); }
 
-  quill::memory::Surroundings surroundings;
-  std::shared_ptr<CommonLogManager> manager = CommonLogManager::make(surroundings);
+  quill::memory::Environment environment;
+  std::shared_ptr<CommonLogManager> manager = CommonLogManager::make(environment);
 };
 
 TEST_F(LogManager, WritesTheConsoleAtOnceAndTheFileFromItsQueue) {
-  EXPECT_THAT(surroundings.queueLabels, ElementsAre("com.orvi.tamble.common.log"));
+  EXPECT_THAT(environment.queueLabels, ElementsAre("com.orvi.tamble.common.log"));
   manager->log("first");
-  surroundings.setNow(kTime + 1h);  // the time of a line is that of its call
+  environment.setNow(kTime + 1h);  // the time of a line is that of its call
   manager->log("第二\n", "ERROR", "M");
-  EXPECT_THAT(surroundings.console(), ElementsAre("[Native] first", "[M] 第二\n"));
-  EXPECT_THAT(surroundings.directories, testing::IsEmpty());
+  EXPECT_THAT(environment.console(), ElementsAre("[Native] first", "[M] 第二\n"));
+  EXPECT_THAT(environment.directories, testing::IsEmpty());
 
   manager.reset();  // what waits holds it
-  surroundings.runAll();
-  EXPECT_EQ(surroundings.files[kFile],
+  environment.runAll();
+  EXPECT_EQ(environment.files[kFile],
             "[2025-03-03 09:05:07.042][INFO][Native] first\n[2025-03-03 10:05:07.042][ERROR][M] 第二\n\n");
 }
 
+TEST_F(LogManager, FlushesEachLineButWhileItIsWaitedForOnceForAll) {
+  for (const auto& [isEnding, flushes] : {std::pair{false, 3}, {true, 1}}) {
+    environment.flushes = 0;
+    environment.isEnding = isEnding;
+    for (int line = 0; line < 3; ++line) manager->log("");
+    environment.runAll();
+    EXPECT_EQ(environment.flushes, flushes);
+  }
+}
+
 TEST_F(LogManager, TriesAgainWithTheNextLineAfterAFailure) {
-  surroundings.hasUserDirectory = false;
-  EXPECT_THAT((manager->log("one"), surroundings.logged()), testing::IsEmpty());
-  surroundings.hasUserDirectory = true;
-  surroundings.directoryError = std::make_error_code(std::errc::permission_denied);
-  EXPECT_THAT((manager->log("two"), surroundings.logged()), testing::IsEmpty());
-  surroundings.directoryError.clear();
-  EXPECT_THAT((manager->log("kept"), surroundings.logged()), ElementsAre("INFO kept"));
-  EXPECT_THAT(surroundings.console(),
+  environment.hasUserDirectory = false;
+  EXPECT_THAT((manager->log("one"), environment.logged()), testing::IsEmpty());
+  environment.hasUserDirectory = true;
+  environment.directoryError = std::make_error_code(std::errc::permission_denied);
+  EXPECT_THAT((manager->log("two"), environment.logged()), testing::IsEmpty());
+  environment.directoryError.clear();
+  EXPECT_THAT((manager->log("kept"), environment.logged()), ElementsAre("INFO kept"));
+  EXPECT_THAT(environment.console(),
               ElementsAre("[Native] one", "[Native] two", "[CommonLogManager] ❌ 无法创建日志目录: Permission denied",
                           "[Native] kept"));
 }

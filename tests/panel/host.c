@@ -2,7 +2,7 @@
  * A host that obeys. A line on standard input is one command; once it is carried out, and the bus was told, the
  * command's first word comes back on standard output, as does whatever the library tells its host.
  *
- *   items JSON    model TITLE    icon FILE    frame FILE    start    reset    create    end
+ *   items JSON    model TITLE    icon FILE    frame FILE    open URL    start    reset    create    end
  */
 #include <gio/gio.h>
 #include <quill_tray_manager.h>
@@ -40,6 +40,7 @@ static const struct {
                 {"model", NULL, show_model},
                 {"icon", NULL, set_icon},
                 {"frame", NULL, add_frame},
+                {"open", NULL, quill_tray_manager_open_url},
                 {"start", quill_tray_manager_start_animation, NULL},
                 {"reset", quill_tray_manager_reset_animation, NULL},
                 {"create", quill_tray_manager_create, NULL}};

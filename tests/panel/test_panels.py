@@ -1,6 +1,7 @@
 """What a user sees and does, in a real panel: test_panels.py PANEL THEME.
 
-PANEL_HOST is the tests' own host, EXAMPLES the directory of the built examples, LIBRARY_PATH the library's. Exit status 77: the panel is not installed.
+PANEL_HOST is the tests' own host, EXAMPLES the directory of the built examples, LIBRARY_PATH the library's. Exit status 77:
+the panel is not installed, or all was skipped.
 """
 
 import json
@@ -13,6 +14,7 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 sys.path.insert(0, str(ROOT / "scripts"))
 import panel_session  # noqa: E402
 import pictures  # noqa: E402
+import sandbox  # noqa: E402
 
 LEAST_CONTRAST = 4.5  # what WCAG wants of text
 
@@ -32,9 +34,9 @@ class PanelTest(unittest.TestCase):
         cls.enterClassContext(cls.session)
         cls.icon_files = pictures.draw_shapes(cls.session.directory)
 
-    def show(self, menu=FIRST_MENU):
+    def show(self, menu=FIRST_MENU, command=None):
         """A host whose item is in the bar."""
-        host = self.session.start_host([os.environ["PANEL_HOST"]])
+        host = self.session.start_host(command or [os.environ["PANEL_HOST"]])
         self.addCleanup(self.end, host)
         for command in (items(menu), "create", f"icon {self.icon_files['solid']}"):
             self.tell(host, command)
@@ -150,6 +152,24 @@ class PanelTest(unittest.TestCase):
             self.skipTest("SKIPPED: the example for Node, whose target example_node was not built")
         self.use(["node", build / "node/main.js"], 3, (0, "chosen: open"), (2, "chosen: quit"))
 
+    def test_sandboxed_host_has_icon_menu_portal_and_log(self):
+        try:
+            box = sandbox.Sandbox(self.session)
+        except panel_session.NotInstalled as missing:
+            self.skipTest(f"SKIPPED: no sandbox can be made: {missing}")
+        host, icon = self.show(command=box.command)
+        self.assert_seen(self.session.picture(), icon, "sandboxed")
+        properties = box.item_properties()
+        self.assertEqual((properties["IconName"], properties["IconThemePath"]), ("", ""))
+        self.assertTrue(properties["IconPixmap"])
+        self.session.click(panel_session.LEFT, icon.box.centre)
+        host.expect("clicked")
+        self.choose_second(host, icon, FIRST_MENU)
+        self.tell(host, "open https://example.org/a?b#c")
+        self.assertEqual(box.wait_for_url(), "https://example.org/a?b#c")
+        log = box.home / "Library/Application Support/com.orvi.tamble/.logs/native.log"
+        panel_session.wait_for(lambda: "https://example.org/a?b#c" in log.read_text(), "line in the sandbox's log")
+
     def test_screen_reader_reads_the_applications_name(self):
         if not self.session.panel.has_accessible_icons:
             self.skipTest("this panel's icons are not in the accessibility tree")
@@ -170,4 +190,7 @@ if __name__ == "__main__":
     except panel_session.NotInstalled as missing:
         print(f"SKIPPED: no {sys.argv[1]} here, not installed: {missing}")
         sys.exit(77)
-    unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2)
+    result = unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2, exit=False).result
+    if result.wasSuccessful() and len(result.skipped) == result.testsRun:
+        sys.exit(77)
+    sys.exit(not result.wasSuccessful())

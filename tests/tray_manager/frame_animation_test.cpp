@@ -20,7 +20,7 @@ class AnimationTest : public ManagerTest {
   Lines takeShown() {
     Lines all;
     for (const auto& [at, image] : std::exchange(desktop.shown, {})) {
-      all.push_back(std::to_string((at - started) / 1ms) + ":" + std::to_string(image ? image->pixels().width : 0));
+      all.push_back(std::to_string((at - started) / 1ms) + ":" + std::to_string(image ? image->picture()->width : 0));
     }
     return all;
   }

@@ -8,7 +8,7 @@
 
 #include "log.h"
 #include "memory_desktop.h"
-#include "memory_surroundings.h"
+#include "memory_environment.h"
 #include "tray_manager.h"
 
 namespace quill::testing {
@@ -22,7 +22,7 @@ using Lines = std::vector<std::string>;
 inline Lines takeLines() {
   const std::string tag = "[TrayManager] ";
   Lines lines;
-  for (auto text : memory::Surroundings::current().logged()) {
+  for (auto text : memory::Environment::current().logged()) {
     EXPECT_THAT(text, ::testing::HasSubstr(' ' + tag));
     for (auto at = text.find(tag); at != std::string::npos; at = text.find(tag, at)) text.erase(at, tag.size());
     for (auto at = text.find(": 0x"); at != std::string::npos; at = text.find(": 0x", at)) {
@@ -30,7 +30,7 @@ inline Lines takeLines() {
     }
     lines.push_back(text);
   }
-  memory::Surroundings::current().clear();
+  memory::Environment::current().clear();
   return lines;
 }
 

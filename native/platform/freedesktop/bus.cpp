@@ -4,7 +4,6 @@
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -12,6 +11,8 @@
 #include <cstdlib>
 #include <string_view>
 #include <utility>
+
+#include "host_application.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -116,7 +117,6 @@ Bus::Bus(GlibMainQueue& queue, std::string address, Handlers handlers)
     : queue_(queue),
       address_(std::move(address)),
       handlers_(std::move(handlers)),
-      process_(getpid()),
       backoff_(kFirstDelay, kLongestDelay) {}
 
 Bus::~Bus() = default;
@@ -131,7 +131,7 @@ void Bus::start() {
   connect();
 }
 
-bool Bus::isForked() const { return getpid() != process_; }
+bool Bus::isForked() const { return !owner_.isCurrent(); }
 
 bool Bus::isCongested() const {
   std::uint64_t unsent = 0;
@@ -140,16 +140,25 @@ bool Bus::isCongested() const {
 
 void Bus::connect() {
   if (isForked()) return;
+  if (isSandboxed()) {
+    handshake_.emplace(address_);
+    if (handshake_->isConnected()) return;
+    handshake_.reset();
+  }
+  open();
+}
+
+void Bus::open() {
   sd_bus* bus = nullptr;
   int result = sd_bus_new(&bus);
   bus_.reset(bus);
-  if (result >= 0) result = sd_bus_set_address(bus, address_.c_str());
+  if (result >= 0 && !handshake_) result = sd_bus_set_address(bus, address_.c_str());
   if (result >= 0) result = sd_bus_set_bus_client(bus, 1);
   // Every method here is for everyone on the bus; without this sd-bus would ask who the caller is, and wait.
   if (result >= 0) result = sd_bus_set_trusted(bus, 1);
   // A socket that is not there yet is waited for by inotify.
   if (result >= 0) result = sd_bus_set_watch_bind(bus, 1);
-  if (result >= 0) result = sd_bus_start(bus);
+  if (result >= 0) result = handshake_ ? handshake_->start(bus) : sd_bus_start(bus);
   if (result >= 0) {
     handlers_.opened(bus);
     return;
@@ -168,6 +177,10 @@ sd_bus* Bus::forSignals() {
 bool Bus::prepare(int& timeoutMilliseconds) {
   timeoutMilliseconds = -1;
   due_.reset();
+  if (handshake_ && !isForked()) {
+    watchDescriptor(handshake_->descriptor(), G_IO_IN);
+    return false;
+  }
   if (!bus_ || isForked() || isProcessing_) {
     watchDescriptor(-1, 0);
     return false;
@@ -210,6 +223,15 @@ bool Bus::isReadyToProcess() const {
 void Bus::process() {
   queue_.dispatches()->note();
   int result = 1;
+  if (handshake_) {
+    result = handshake_->advance();
+    if (result == 0) return;
+    watchDescriptor(-1, 0);
+    if (result > 0) open();
+    handshake_.reset();
+    if (result < 0) reconnect_->setDueIn(backoff_.next());
+    return;
+  }
   isProcessing_ = true;
   const auto end = monotonicNow() + kMaxTurn;
   for (int handled = 0; result > 0 && handled < kMaxMessages && monotonicNow() < end; ++handled) {

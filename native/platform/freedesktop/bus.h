@@ -1,13 +1,13 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <functional>
 #include <optional>
 #include <string>
 
 #include "backoff.h"
+#include "bus_handshake.h"
 #include "glib_main_queue.h"
+#include "owner_process.h"
 #include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
@@ -43,6 +43,7 @@ class Bus {
   static GSourceFuncs sourceFunctions;
 
   void connect();
+  void open();
   bool isForked() const;
   bool isCongested() const;
   bool prepare(int& timeoutMilliseconds);
@@ -54,7 +55,7 @@ class Bus {
   GlibMainQueue& queue_;
   std::string address_;
   Handlers handlers_;
-  pid_t process_;
+  posix::OwnerProcess owner_;
   Backoff backoff_;
   std::optional<DueCall> reconnect_;
   SourceHandle source_;
@@ -63,6 +64,7 @@ class Bus {
   int events_ = 0;
   bool isProcessing_ = false;  // sd-bus handles one message at a time, also where a main loop runs inside of one
   std::optional<std::chrono::nanoseconds> due_;
+  std::optional<BusHandshake> handshake_;  // while there is no bus_ yet
   BusHandle bus_;
 };
 

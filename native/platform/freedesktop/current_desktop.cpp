@@ -1,19 +1,19 @@
 #include <memory>
 
 #include "freedesktop_desktop.h"
-#include "immortal.h"
+#include "no_destructor.h"
 
 namespace quill {
 
 namespace {
 
-/// What outlives a process is its files; they go when it exits in an orderly way, or the library is unloaded.
-class Farewell {
+/// Removes a desktop's files when the process exits in an orderly way or the library is unloaded.
+class FileRemover {
  public:
-  explicit Farewell(freedesktop::Desktop& desktop) : desktop_(desktop) {}
-  Farewell(const Farewell&) = delete;
-  Farewell& operator=(const Farewell&) = delete;
-  ~Farewell() { desktop_.removeFiles(); }
+  explicit FileRemover(freedesktop::Desktop& desktop) : desktop_(desktop) {}
+  FileRemover(const FileRemover&) = delete;
+  FileRemover& operator=(const FileRemover&) = delete;
+  ~FileRemover() { desktop_.removeFiles(); }
 
  private:
   freedesktop::Desktop& desktop_;
@@ -22,10 +22,12 @@ class Farewell {
 }  // namespace
 
 Desktop& Desktop::current() {
-  static const Immortal<std::unique_ptr<freedesktop::Desktop>> desktop(
-      [] { return std::make_unique<freedesktop::Desktop>(); });
-  static const Farewell farewell(*desktop.get());
-  return *desktop.get();
+  static constinit NoDestructor<std::unique_ptr<freedesktop::Desktop>> desktop;
+  return *desktop.get([] {
+    auto made = std::make_unique<freedesktop::Desktop>();
+    static const FileRemover remover(*made);  // in here, where a fork waits for its making
+    return made;
+  });
 }
 
 }  // namespace quill

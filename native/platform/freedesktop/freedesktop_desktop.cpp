@@ -20,9 +20,9 @@ std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
 
 void Desktop::prepare(Image& image) {
   auto rendering = iconRenderingOf(image);
-  if (rendering == image.rendering()) return;
-  if (rendering->symbolic()) symbolicIcons_.add(rendering->symbolic());
-  image.setRendering(std::move(rendering));
+  if (!rendering || rendering == image.picture()) return;
+  symbolicIcons_.add(rendering->symbolic());
+  image.setPicture(std::move(rendering));
 }
 
 std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) { return HostMenu::adopt(menu, hostMenuReads_); }

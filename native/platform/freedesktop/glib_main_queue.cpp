@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "file_descriptor.h"
+#include "owner_process.h"
 
 // GLib's lock hands a call from the thread that posts it to the one that runs it; the thread
 // sanitizer cannot see into GLib, so it is told.
@@ -25,7 +26,7 @@ struct Call {
   std::function<void()> call;
 };
 
-GSourceFuncs functionsWithDispatch(gboolean (*dispatch)(GSource*, GSourceFunc, gpointer)) {
+constexpr GSourceFuncs functionsWithDispatch(gboolean (*dispatch)(GSource*, GSourceFunc, gpointer)) {
   GSourceFuncs functions{};
   functions.dispatch = dispatch;
   return functions;
@@ -58,13 +59,13 @@ class PreciseTimer : public Timer {
       : file_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     const itimerspec setting{timespecOf(period), timespecOf(period)};
     if (!file_.isOpen() || timerfd_settime(file_.number(), 0, &setting, nullptr) != 0) return;
-    static GSourceFuncs whenReadable =
+    static constinit GSourceFuncs whenReadable =
         functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) { return callback(data); });
     source_ = attachSource(
         queue,
         [this, tick = std::move(tick)] {
-          if (getpid() != process_) return source_.reset();  // a fork's child must not take its parent's ticks
-          std::uint64_t ticks = 0;                           // more than one: some were missed
+          if (!owner_.isCurrent()) return source_.reset();  // a fork's child must not take its parent's ticks
+          std::uint64_t ticks = 0;                          // more than one: some were missed
           if (read(file_.number(), &ticks, sizeof ticks) > 0) tick();  // may end this timer
         },
         whenReadable, -1);
@@ -81,7 +82,7 @@ class PreciseTimer : public Timer {
     return {seconds.count(), (duration - seconds).count()};
   }
 
-  const pid_t process_ = getpid();
+  const posix::OwnerProcess owner_;
   posix::FileDescriptor file_;
   SourceHandle source_;
 };
@@ -129,10 +130,11 @@ bool GlibMainQueue::Dispatches::isExpectedHere() const {
 }
 
 void GlibMainQueue::post(std::function<void()> work) {
-  static GSourceFuncs once = functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) -> gboolean {
-    callback(data);
-    return G_SOURCE_REMOVE;
-  });
+  static constinit GSourceFuncs once =
+      functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) -> gboolean {
+        callback(data);
+        return G_SOURCE_REMOVE;
+      });
   // The context keeps the source until it has run, so the reference alone is given back.
   g_source_unref(attachSource(*this, std::move(work), once, 0).release());
 }
@@ -144,7 +146,7 @@ std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, st
 }
 
 DueCall::DueCall(GlibMainQueue& queue, std::function<void()> call) {
-  static GSourceFuncs whenDue =
+  static constinit GSourceFuncs whenDue =
       functionsWithDispatch([](GSource* source, GSourceFunc callback, gpointer data) -> gboolean {
         g_source_set_ready_time(source, -1);
         callback(data);

@@ -4,27 +4,34 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <system_error>
 
 #include "glib_handles.h"
-#include "immortal.h"
+#include "no_destructor.h"
+#include "worker_queue.h"
 
 namespace quill::freedesktop {
 namespace {
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
 
 std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
 
 /// Read once: it stays, and is asked for whenever something is shown.
 const std::string& executableName() {
-  static const Immortal<std::string> found([] {
+  static constinit NoDestructor<std::string> name;
+  return name.get([] {
     std::error_code error;
-    auto name = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
+    auto file = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
     constexpr std::string_view kReplaced = " (deleted)";  // what the kernel adds after an update on disk
-    if (name.ends_with(kReplaced)) name.resize(name.size() - kReplaced.size());
-    return wellFormed(name.empty() ? "application" : name.c_str());
+    if (file.ends_with(kReplaced)) file.resize(file.size() - kReplaced.size());
+    return wellFormed(file.empty() ? "application" : file.c_str());
   });
-  return found.get();
 }
 
 }  // namespace
@@ -40,6 +47,8 @@ std::string hostName() {
   return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
 }
 
+bool isSandboxed() { return isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0; }
+
 void terminateHost() {
   if (auto* const application = g_application_get_default(); application != nullptr) {
     auto* const quit = g_action_map_lookup_action(G_ACTION_MAP(application), "quit");
@@ -52,6 +61,7 @@ void terminateHost() {
       return;
     }
   }
+  posix::drainQueues();  // whoever does not handle the signal ends at once
   kill(getpid(), SIGTERM);
 }
 

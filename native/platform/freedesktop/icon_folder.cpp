@@ -11,6 +11,7 @@
 #include <optional>
 #include <utility>
 
+#include "host_application.h"
 #include "quiet_write.h"
 
 namespace quill::freedesktop {
@@ -22,16 +23,11 @@ constexpr auto kUnfinished = "unfinished";
 /// A folder that has just been made may be taken for a left one, once for each process that starts then.
 constexpr int kAttempts = 4;
 
-bool isSet(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
-}
-
 /// Where the panel would look under the same path; empty: nowhere.
 std::optional<std::string> sharedRuntimeDirectory() {
   const char* directory = std::getenv("XDG_RUNTIME_DIR");
   if (directory == nullptr || *directory != '/') return std::nullopt;
-  if (isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0) return std::nullopt;
+  if (isSandboxed()) return std::nullopt;
   return directory;
 }
 
@@ -85,20 +81,19 @@ void IconFolder::sweep() {
 
 IconFolder::IconFolder(std::string path)
     : path_(std::move(path)),
-      process_(getpid()),
       directory_(openDirectory(path_)),
       isRemoved_(!lock(directory_) || !isLinked(directory_)) {}
 
 IconFolder::~IconFolder() { remove(); }
 
 void IconFolder::remove() {
-  if (getpid() != process_) return;
+  if (!owner_.isCurrent()) return;
   const std::unique_lock lock(mutex_, std::try_to_lock);  // may come from an exit in the midst of anything
   if (lock && !std::exchange(isRemoved_, true)) removeFolder(path_);
 }
 
 std::shared_ptr<const IconFile> IconFolder::file(const std::string& name, std::string_view text) {
-  if (getpid() != process_) return nullptr;
+  if (!owner_.isCurrent()) return nullptr;
   const std::lock_guard lock(mutex_);
   if (isRemoved_) return nullptr;
   auto& known = files_[name];
@@ -135,10 +130,10 @@ void IconFolder::release(const std::string& name) {
 }
 
 IconFile::IconFile(std::weak_ptr<IconFolder> folder, std::string name)
-    : folder_(std::move(folder)), name_(std::move(name)), process_(getpid()) {}
+    : folder_(std::move(folder)), name_(std::move(name)) {}
 
 IconFile::~IconFile() {
-  if (getpid() != process_) return;
+  if (!owner_.isCurrent()) return;
   if (const auto folder = folder_.lock()) folder->release(name_);
 }
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <map>
 #include <memory>
 #include <mutex>
@@ -9,6 +7,7 @@
 #include <string_view>
 
 #include "file_descriptor.h"
+#include "owner_process.h"
 
 namespace quill::freedesktop {
 
@@ -43,7 +42,7 @@ class IconFolder : public std::enable_shared_from_this<IconFolder> {
   void release(const std::string& name);
 
   const std::string path_;
-  const pid_t process_;
+  const posix::OwnerProcess owner_;
   posix::FileDescriptor directory_;  // locked, which tells others that this folder is in use
   std::mutex mutex_;                 // guards what follows
   bool isRemoved_;
@@ -64,7 +63,7 @@ class IconFile {
  private:
   std::weak_ptr<IconFolder> folder_;
   std::string name_;
-  pid_t process_;
+  posix::OwnerProcess owner_;
 };
 
 }  // namespace quill::freedesktop

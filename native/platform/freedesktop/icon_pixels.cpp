@@ -2,310 +2,251 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
+#include <bit>
 #include <cstddef>
-#include <span>
+#include <cstring>
+#include <utility>
 
 namespace quill::freedesktop {
 namespace {
 
-constexpr int kSmallSide = 22;
-constexpr int kLargeSide = 44;
 /// In pixels of 22, its soft rim included. With less, no pixel keeps the outline's pure tone, which a
 /// bar of middling blue needs, after a panel has scaled 44 or 22 to 16.
-constexpr double kOutlineWidth = 3.0;
-/// What is kept free for it, in pixels of 22; where a shape needs all the room, only the rim is cut.
-constexpr int kMargin = 2;
+constexpr int kOutlineWidth = 3;
 /// The area, in squares of the outline's width, of the smallest opening that shows the bar: the hole
 /// of a cogwheel is closed, the glass of a magnifier stays open.
 constexpr double kLeastOpening = 2.25;
-/// Coverage below this part of the strongest does not count as touching the margin.
-constexpr int kFaintest = 16;
 
-using Bytes = std::vector<std::uint8_t>;
+/// So many numbers at a time fit all processors' wide registers.
+constexpr std::size_t roundedUp(std::size_t count) { return (count + 15) / 16 * 16; }
 
-bool holdsPicture(const Pixels& source) {
-  return source.width > 0 && source.height > 0 &&
-         source.rgba.size() / 4 / static_cast<std::size_t>(source.width) >= static_cast<std::size_t>(source.height);
+// By value, unlike std::max and std::min: what takes references is not made into wide operations.
+constexpr std::uint8_t larger(std::uint8_t one, std::uint8_t other) { return one > other ? one : other; }
+constexpr std::uint8_t smaller(std::uint8_t one, std::uint8_t other) { return one < other ? one : other; }
+
+constexpr double squareRoot(double square) {
+  double root = square;
+  for (int i = 0; i < 40 && root > 0.0; ++i) root = (root + square / root) / 2.0;
+  return root;
 }
 
-/// What one line of target pixels takes from a line of source pixels.
-class LineFilter {
+/// Paints icons of one side, in bytes and rows of a fixed length.
+template <int side>
+class TemplatePainter {
  public:
-  /// `scale` is target pixels for each source pixel; the source's line lies in the middle of the target's.
-  LineFilter(int source, int target, double scale) {
-    const double start = (target - source * scale) / 2.0;
-    for (int i = 0; i < target; ++i) {
-      first_.push_back(weights_.size());
-      const double from = std::max((i - start) / scale, 0.0);
-      const double to = std::min((i + 1 - start) / scale, static_cast<double>(source));
-      source_.push_back(0);
-      if (from >= to) continue;
-      if (scale <= 1.0) {
-        addAreas(from, to, scale);
-      } else {
-        addBlend(source, (from + to) / 2.0 - 0.5, (to - from) * scale);
-      }
-    }
-    first_.push_back(weights_.size());
+  explicit TemplatePainter(const std::vector<std::uint8_t>& shape) {
+    for (std::size_t y = 0; y < kSide; ++y) std::copy_n(shape.data() + y * kSide, kSide, shape_[y].data());
+    growOutline();
+    closeSmallOpenings();
   }
 
-  /// The index of the first source pixel that target pixel `i` takes from.
-  std::size_t source(std::size_t i) const { return source_[i]; }
-  std::span<const float> weights(std::size_t i) const {
-    return std::span(weights_).subspan(first_[i], first_[i + 1] - first_[i]);
+  IconPixels paint() const {
+    IconPixels icon{side, side, std::vector<std::uint8_t>(kSide * kSide * 4)};
+    for (std::size_t y = 0; y < kSide; ++y) paintRow(shape_[y], outline_[y], icon.argb.data() + y * kSide * 4);
+    return icon;
   }
 
  private:
-  /// The exact average over the source from `from` to `to`.
-  void addAreas(double from, double to, double scale) {
-    const auto first = static_cast<std::size_t>(from);
-    source_.back() = first;
-    for (std::size_t x = first; static_cast<double>(x) < to; ++x) {
-      const auto left = static_cast<double>(x);
-      weights_.push_back(static_cast<float>((std::min(left + 1.0, to) - std::max(left, from)) * scale));
-    }
-  }
+  static constexpr std::size_t kSide = side;
+  static constexpr std::size_t kRadius = std::size_t{kOutlineWidth} * kSide / kSmallSide;
+  /// A row of pixels, and some more that are not looked at.
+  using Row = std::array<std::uint8_t, roundedUp(kSide)>;
+  using Rows = std::array<Row, kSide>;
+  /// A bit for each pixel of a row.
+  using Bits = std::uint64_t;
+  using BitRows = std::array<Bits, kSide>;
+  static constexpr Bits kAll = (Bits{1} << kSide) - 1;
 
-  /// The straight line between the two source pixels around `centre`.
-  void addBlend(int source, double centre, double covered) {
-    const double left = std::clamp(std::floor(centre), 0.0, source - 1.0);
-    const double part = std::clamp(centre - left, 0.0, left + 1.0 < source ? 1.0 : 0.0);
-    source_.back() = static_cast<std::size_t>(left);
-    weights_.push_back(static_cast<float>((1.0 - part) * covered));
-    if (part > 0.0) weights_.push_back(static_cast<float>(part * covered));
-  }
-
-  std::vector<std::size_t> first_;
-  std::vector<std::size_t> source_;
-  std::vector<float> weights_;
-};
-
-double fittingScale(const Pixels& source, int side) {
-  return static_cast<double>(side) / std::max(source.width, source.height);
-}
-
-/// One value a pixel of a `side` × `side` square, from one value a pixel of the source. `readRow`
-/// fills a line of floats from source row y.
-template <typename ReadRow>
-std::vector<float> resample(const Pixels& source, int side, double scale, ReadRow readRow) {
-  const LineFilter across(source.width, side, scale);
-  const LineFilter down(source.height, side, scale);
-  const auto n = static_cast<std::size_t>(side);
-
-  std::vector<float> result(n * n);
-  std::vector<float> row(static_cast<std::size_t>(source.width));
-  std::vector<float> sums(row.size());
-  for (std::size_t y = 0; y < n; ++y) {
-    auto from = down.source(y);
-    std::ranges::fill(sums, 0.0F);
-    for (const float weight : down.weights(y)) {
-      readRow(from++, row);
-      for (std::size_t x = 0; x < row.size(); ++x) sums[x] += weight * row[x];
-    }
-    for (std::size_t x = 0; x < n; ++x) {
-      const float* value = sums.data() + across.source(x);
-      float sum = 0.0F;
-      for (const float weight : across.weights(x)) sum += weight * *value++;
-      result[y * n + x] = sum;
-    }
-  }
-  return result;
-}
-
-std::uint8_t toByte(float value) { return static_cast<std::uint8_t>(std::clamp(value + 0.5F, 0.0F, 255.0F)); }
-
-/// How far the shape reaches from the centre, in source pixels, towards the side it comes closest to.
-double reach(const Pixels& source) {
-  const auto width = static_cast<std::size_t>(source.width);
-  const auto height = static_cast<std::size_t>(source.height);
-  int strongest = 0;
-  for (std::size_t i = 0; i < width * height; ++i) strongest = std::max<int>(strongest, source.rgba[i * 4 + 3]);
-  const int least = std::max(1, strongest / kFaintest);
-
-  double reached = 0.0;
-  for (std::size_t y = 0; y < height; ++y) {
-    const auto* alpha = source.rgba.data() + y * width * 4 + 3;
-    std::size_t left = 0;
-    std::size_t right = width;
-    while (left < width && alpha[left * 4] < least) ++left;
-    if (left == width) continue;
-    while (alpha[(right - 1) * 4] < least) --right;
-    const auto row = static_cast<double>(y);
-    const double middle = source.height / 2.0;
-    const double centre = source.width / 2.0;
-    reached = std::max({reached, centre - static_cast<double>(left), static_cast<double>(right) - centre,
-                        std::abs(row - middle), std::abs(row + 1.0 - middle)});
-  }
-  return reached;
-}
-
-/// Each pixel's strongest neighbour within `radius`, with a soft rim of one pixel.
-Bytes grow(const Bytes& coverage, int side, double radius) {
-  // With clear pixels all around, a move is one shift of a flat array.
-  const auto n = static_cast<std::size_t>(side);
-  const int reached = static_cast<int>(std::ceil(radius));
-  const auto padding = static_cast<std::size_t>(reached) + 1;
-  const auto stride = n + 2 * padding;
-  Bytes padded(stride * stride);
-  for (std::size_t y = 0; y < n; ++y) std::copy_n(&coverage[y * n], n, &padded[(y + padding) * stride + padding]);
-
-  const auto raise = [](Bytes& to, const Bytes& from, std::ptrdiff_t offset, std::uint8_t limit) {
-    const auto moved = static_cast<std::size_t>(std::abs(offset));
-    auto* const target = to.data() + (offset < 0 ? moved : 0);
-    const auto* const source = from.data() + (offset < 0 ? 0 : moved);
-    const auto count = to.size() - moved;
-    for (std::size_t i = 0; i < count; ++i) target[i] = std::max(target[i], std::min(source[i], limit));
-  };
-
-  // A disc is a stack of lines: lines of each half-width are made once, then moved up and down.
-  std::vector<Bytes> lines{padded};
-  for (int i = 1; i <= reached; ++i) {
-    lines.push_back(lines.back());
-    raise(lines.back(), padded, i, 255);
-    raise(lines.back(), padded, -i, 255);
-  }
-  Bytes grown(padded.size());
-  for (int dy = -reached; dy <= reached; ++dy) {
-    const auto row = dy * static_cast<std::ptrdiff_t>(stride);
-    const auto limit = [&](int dx) { return toByte(static_cast<float>(255.0 * (radius + 1.0 - std::hypot(dx, dy)))); };
-    int dx = 0;
-    while (limit(dx + 1) == 255) ++dx;
-    if (limit(dx) == 255) raise(grown, lines[static_cast<std::size_t>(dx++)], row, 255);
-    for (; limit(dx) > 0; ++dx) {
-      raise(grown, padded, row + dx, limit(dx));
-      raise(grown, padded, row - dx, limit(dx));
-    }
-  }
-
-  Bytes result(coverage.size());
-  for (std::size_t y = 0; y < n; ++y) std::copy_n(&grown[(y + padding) * stride + padding], n, &result[y * n]);
-  return result;
-}
-
-/// Fills the enclosed openings that an outline of `width` left only a speck or a sliver of. A counter
-/// in the outline's tone reads well against the fill; a speck of the bar's colour in it does not.
-void closeSmallOpenings(Bytes& outline, int side, double width) {
-  const auto n = static_cast<std::size_t>(side);
-  const auto leastArea = static_cast<std::size_t>(kLeastOpening * width * width * 255);
-  std::vector<bool> seen(outline.size());
-  std::vector<std::size_t> opening;
-  const auto visit = [&](std::size_t i) {
-    if (!seen[i] && outline[i] < 255) opening.push_back(i);
-    seen[i] = true;
-  };
-  for (std::size_t start = 0; start < outline.size(); ++start) {
-    opening.clear();
-    visit(start);
-    bool enclosed = true;
-    std::size_t area = 0;
-    for (std::size_t next = 0; next < opening.size(); ++next) {
-      const auto i = opening[next];
-      const auto x = i % n;
-      const auto y = i / n;
-      area += 255U - outline[i];
-      enclosed = enclosed && x > 0 && y > 0 && x + 1 < n && y + 1 < n;
-      if (x > 0) visit(i - 1);
-      if (x + 1 < n) visit(i + 1);
-      if (y > 0) visit(i - n);
-      if (y + 1 < n) visit(i + n);
-    }
-    if (!enclosed || area >= leastArea) continue;
-    for (const auto i : opening) outline[i] = 255;
-  }
-}
-
-IconPixels paintTemplate(const Pixels& source, int side, Tone fill) {
-  const double outline = kOutlineWidth * side / kSmallSide;
-  const auto shape = shapeCoverage(source, side, kMargin * side / kSmallSide);
-  auto under = grow(shape, side, outline);
-  closeSmallOpenings(under, side, outline);
-
-  IconPixels icon{side, side, Bytes(shape.size() * 4)};
-  auto* to = icon.argb.data();
-  for (std::size_t i = 0; i < shape.size(); ++i, to += 4) {
-    const int over = shape[i];
-    const int alpha = over + (under[i] * (255 - over) + 127) / 255;
-    if (alpha == 0) continue;
-    const int white = fill == Tone::light ? over : alpha - over;
-    to[0] = static_cast<std::uint8_t>(alpha);
-    to[1] = to[2] = to[3] = static_cast<std::uint8_t>((white * 255 + alpha / 2) / alpha);
-  }
-  return icon;
-}
-
-IconPixels paintPlain(const Pixels& source, int side) {
-  const double scale = fittingScale(source, side);
-  const auto width = static_cast<std::size_t>(source.width);
-  // Colours count by their alpha, so that what is clear lends no colour to its neighbours.
-  const auto plane = [&](std::size_t channel) {
-    return resample(source, side, scale, [&](std::size_t y, std::vector<float>& row) {
-      const auto* from = source.rgba.data() + y * width * 4;
-      for (auto& value : row) {
-        value = static_cast<float>(channel == 3 ? from[3] : from[channel] * from[3]);
-        from += 4;
+  /// How strongly a disc with a soft rim covers the pixel that lies so far from its centre, up to 255.
+  struct Disc {
+    std::array<std::array<std::uint8_t, kRadius + 1>, kRadius + 1> strength{};  // by distance down, then across
+    std::array<std::size_t, kRadius + 1> whole{};                               // how far across it is 255
+    consteval Disc() {
+      for (std::size_t y = 0; y <= kRadius; ++y) {
+        for (std::size_t x = 0; x <= kRadius; ++x) {
+          const double covered = 255.0 * (kRadius + 1.0 - squareRoot(static_cast<double>(x * x + y * y)));
+          strength[y][x] = static_cast<std::uint8_t>(std::clamp(covered + 0.5, 0.0, 255.0));
+          if (strength[y][x] == 255) whole[y] = x;
+        }
       }
-    });
+    }
   };
-  const auto alpha = plane(3);
-  const std::array colours = {plane(0), plane(1), plane(2)};
 
-  IconPixels icon{side, side, Bytes(alpha.size() * 4)};
-  for (std::size_t i = 0; i < alpha.size(); ++i) {
-    const auto opacity = toByte(alpha[i]);
-    if (opacity == 0) continue;
-    icon.argb[i * 4] = opacity;
-    for (std::size_t c = 0; c < 3; ++c) icon.argb[i * 4 + 1 + c] = toByte(colours[c][i] / alpha[i]);
+  static constexpr Disc kDisc{};
+  /// Of one row, by the distance to the disc's centre.
+  using Lines = std::array<Row, kRadius + 1>;
+
+  /// The white fill over the black outline.
+  static void paintRow(const Row& fill, const Row& outline, std::uint8_t* argb) {
+    Row alpha;
+    Row grey = fill;
+    std::uint8_t mixed = 0;  // the most that fill and bar have of one pixel
+    for (std::size_t x = 0; x < fill.size(); ++x) {
+      const auto rest = static_cast<std::uint8_t>(255 - fill[x]);
+      alpha[x] = static_cast<std::uint8_t>(fill[x] + static_cast<std::uint16_t>(outline[x] * rest + 127) / 255);
+      mixed = larger(mixed, smaller(fill[x], static_cast<std::uint8_t>(255 - alpha[x])));
+    }
+    for (std::size_t x = 0; mixed > 0 && x < fill.size(); ++x) {
+      if (alpha[x] > 0) grey[x] = static_cast<std::uint8_t>((fill[x] * 255 + alpha[x] / 2) / alpha[x]);
+    }
+    for (std::size_t x = 0; x < kSide; ++x) {
+      argb[x * 4] = alpha[x];
+      argb[x * 4 + 1] = argb[x * 4 + 2] = argb[x * 4 + 3] = grey[x];
+    }
   }
-  return icon;
-}
 
-template <typename Paint>
-std::vector<IconPixels> paintSides(const Pixels& source, Paint paint) {
-  std::vector<IconPixels> icons;
-  for (const int side : iconSides(source)) icons.push_back(paint(side));
-  return icons;
-}
+  static void raise(Row& row, const Row& to) {
+    for (std::size_t x = 0; x < row.size(); ++x) row[x] = larger(row[x], to[x]);
+  }
+
+  /// Each pixel's strongest neighbour below the disc. A disc is a stack of lines: each row is spread to
+  /// lines of the widths that the disc has, which are then laid on the rows above and below.
+  void growOutline() {
+    std::array<Lines, kSide> lines;
+    for (std::size_t y = 0; y < kSide; ++y) spreadRow(shape_[y], lines[y], std::make_index_sequence<kRadius + 1>());
+    for (std::size_t y = 0; y < kSide; ++y) {
+      Row grown = lines[y][0];
+      for (std::size_t d = 1; d <= kRadius; ++d) {
+        if (y >= d) raise(grown, lines[y - d][d]);
+        if (y + d < kSide) raise(grown, lines[y + d][d]);
+      }
+      outline_[y] = grown;
+    }
+  }
+
+  /// `distances` are all from the disc's centre to its lines: known to the compiler, they cost no loop.
+  template <std::size_t... distances>
+  static void spreadRow(const Row& row, Lines& lines, std::index_sequence<distances...>) {
+    std::array<std::uint8_t, roundedUp(kSide) + 2 * kRadius> padded{};
+    std::copy_n(row.data(), kSide, padded.data() + kRadius);
+    Lines moved;   // the stronger of the two pixels so far to the left and right
+    Lines spread;  // the strongest of all up to there
+    moved[0] = spread[0] = row;
+    for (std::size_t d = 1; d <= kRadius; ++d) {
+      for (std::size_t x = 0; x < row.size(); ++x) {
+        moved[d][x] = larger(padded[x + kRadius - d], padded[x + kRadius + d]);
+        spread[d][x] = larger(spread[d - 1][x], moved[d][x]);
+      }
+    }
+    ((lines[distances] = lineOf<distances, kDisc.whole[distances] + 1>(moved, spread[kDisc.whole[distances]])), ...);
+  }
+
+  /// The disc's line at a distance, from its whole part and what its rim adds from `across` on.
+  template <std::size_t distance, std::size_t across>
+  static Row lineOf(const Lines& moved, Row line) {
+    if constexpr (across <= kRadius) {
+      constexpr std::uint8_t kStrength = kDisc.strength[distance][across];
+      for (std::size_t x = 0; x < line.size(); ++x) line[x] = larger(line[x], smaller(moved[across][x], kStrength));
+      return lineOf<distance, across + 1>(moved, line);
+    }
+    return line;
+  }
+
+  /// Fills the enclosed openings that the outline left only a speck or a sliver of. A counter in the
+  /// outline's tone reads well against the fill; a speck of the bar's colour in it does not.
+  void closeSmallOpenings() {
+    constexpr auto kLeastArea = static_cast<std::size_t>(kLeastOpening * kRadius * kRadius * 255);
+    const BitRows open = openPixels();
+    BitRows edges;
+    edges.fill(1 | Bits{1} << (kSide - 1));
+    edges.front() = edges.back() = kAll;
+    const BitRows outside = flood(edges, open);
+    BitRows enclosed;
+    for (std::size_t y = 0; y < kSide; ++y) enclosed[y] = open[y] & ~outside[y];
+    for (std::size_t y = 0; y < kSide; ++y) {
+      while (enclosed[y] != 0) {
+        BitRows opening{};
+        opening[y] = enclosed[y] & -enclosed[y];
+        opening = flood(opening, enclosed);
+        for (std::size_t row = 0; row < kSide; ++row) enclosed[row] &= ~opening[row];
+        if (areaOf(opening) < kLeastArea) fill(opening);
+      }
+    }
+  }
+
+  /// Those that the outline does not cover whole.
+  BitRows openPixels() const {
+    static constexpr Row kBits = [] {
+      Row bits{};
+      for (std::size_t x = 0; x < bits.size(); ++x) bits[x] = static_cast<std::uint8_t>(1U << x % 8);
+      return bits;
+    }();
+    BitRows rows{};
+    for (std::size_t y = 0; y < kSide; ++y) {
+      const Row outline = outline_[y];
+      // Eight different bits in a byte each come together by addition.
+      Row bits;
+      for (std::size_t x = 0; x < bits.size(); ++x) bits[x] = kBits[x] & (outline[x] < 255 ? 0xFF : 0);
+      for (std::size_t x = 0; x < kSide; x += 8) {
+        Bits eight = 0;
+        std::memcpy(&eight, bits.data() + x, sizeof eight);
+        rows[y] |= (eight * 0x0101010101010101U >> 56U) << x;
+      }
+      rows[y] &= kAll;
+    }
+    return rows;
+  }
+
+  /// All open pixels that are joined to one of the seeds, side by side.
+  static BitRows flood(const BitRows& seeds, const BitRows& open) {
+    BitRows reached{};
+    const auto reach = [&](std::size_t y, Bits seed) {
+      seed &= open[y] & ~reached[y];
+      if (seed == 0) return false;
+      reached[y] |= spreadAlong(open[y], seed);
+      return true;
+    };
+    for (std::size_t y = 0; y < kSide; ++y) reach(y, seeds[y]);
+    for (bool grows = true; grows;) {
+      grows = false;
+      for (std::size_t y = 1; y < kSide; ++y) grows |= reach(y, reached[y - 1]);
+      for (std::size_t y = kSide - 1; y > 0; --y) grows |= reach(y - 1, reached[y]);
+    }
+    return reached;
+  }
+
+  /// All open pixels of a row that are joined to one of the seeds. The distance doubles with each step.
+  static Bits spreadAlong(Bits open, Bits seeds) {
+    Bits left = open;
+    Bits right = open;
+    for (std::size_t distance = 1; distance < kSide; distance *= 2) {
+      seeds |= (left & (seeds << distance)) | (right & (seeds >> distance));
+      left &= left << distance;
+      right &= right >> distance;
+    }
+    return seeds;
+  }
+
+  /// In 255ths of a pixel.
+  std::size_t areaOf(const BitRows& opening) const {
+    std::size_t area = 0;
+    forEach(opening, [&](std::size_t x, std::size_t y) { area += 255U - outline_[y][x]; });
+    return area;
+  }
+  void fill(const BitRows& opening) {
+    forEach(opening, [&](std::size_t x, std::size_t y) { outline_[y][x] = 255; });
+  }
+  template <typename Visit>
+  static void forEach(const BitRows& pixels, Visit visit) {
+    for (std::size_t y = 0; y < kSide; ++y) {
+      for (Bits left = pixels[y]; left != 0; left &= left - 1)
+        visit(static_cast<std::size_t>(std::countr_zero(left)), y);
+    }
+  }
+
+  Rows shape_{};
+  Rows outline_;
+};
 
 }  // namespace
 
-std::vector<int> iconSides(const Pixels& source) {
-  if (!holdsPicture(source)) return {};
-  if (std::max(source.width, source.height) > kSmallSide) return {kSmallSide, kLargeSide};
-  return {kSmallSide};
-}
-
-std::vector<IconPixels> plainIconPixels(const Pixels& source) {
-  return paintSides(source, [&](int side) { return paintPlain(source, side); });
-}
-
-std::vector<IconPixels> templateIconPixels(const Pixels& source, Tone fill) {
-  return paintSides(source, [&](int side) { return paintTemplate(source, side, fill); });
-}
-
-std::vector<std::uint8_t> shapeCoverage(const Pixels& source, int side, int margin) {
-  if (!holdsPicture(source) || side < 1) return {};
-  double scale = fittingScale(source, side);
-  if (margin > 0) {
-    const double reached = reach(source);
-    const double room = side / 2.0 - margin;
-    if (reached * scale > room) scale = room / reached;
-  }
-  const auto width = static_cast<std::size_t>(source.width);
-  const auto values = resample(source, side, scale, [&](std::size_t y, std::vector<float>& row) {
-    const auto* from = source.rgba.data() + y * width * 4 + 3;
-    for (auto& value : row) {
-      value = *from;
-      from += 4;
-    }
-  });
-
-  // The strongest becomes full, in proportion: faint templates and hairlines gain, soft edges stay soft.
-  const float strongest = *std::ranges::max_element(values);
-  const float gain = strongest > 0.5F ? 255.0F / strongest : 1.0F;
-  Bytes coverage(values.size());
-  std::ranges::transform(values, coverage.begin(), [gain](float value) { return toByte(value * gain); });
-  return coverage;
+std::vector<IconPixels> templateIconPixels(const Shape& shape) {
+  if (shape.alpha.empty()) return {};
+  const auto coverage = framedCoverage(shape);
+  std::vector<IconPixels> icons;
+  icons.push_back(TemplatePainter<kSmallSide>(coverage.small).paint());
+  if (!coverage.large.empty()) icons.push_back(TemplatePainter<kLargeSide>(coverage.large).paint());
+  return icons;
 }
 
 }  // namespace quill::freedesktop

@@ -9,27 +9,24 @@
 
 namespace quill::freedesktop {
 
-/// An image as panels read it.
-class IconRendering : public ImageRendering {
+/// A template's picture as panels read it, and no more.
+class IconRendering : public Picture {
  public:
-  explicit IconRendering(const Image& image);
+  explicit IconRendering(const Pixels& source);
 
   /// From the smallest to the largest.
   const std::vector<IconPixels>& sizes() const { return sizes_; }
-  bool isOfTemplate() const { return symbolic_ != nullptr; }
-  /// A template's other form; null for other images.
+  /// Its other form; never null.
   const std::shared_ptr<SymbolicIcon>& symbolic() const { return symbolic_; }
   /// Whether nobody could tell the two apart in a bar.
-  bool looksLike(const IconRendering& other) const {
-    return isOfTemplate() == other.isOfTemplate() && sizes_ == other.sizes_;
-  }
+  bool looksLike(const IconRendering& other) const { return sizes_ == other.sizes_; }
 
  private:
-  std::shared_ptr<SymbolicIcon> symbolic_;
   std::vector<IconPixels> sizes_;
+  std::shared_ptr<SymbolicIcon> symbolic_;
 };
 
-/// The rendering that `image` carries, or else one made now. Any thread.
+/// The rendering that `image` holds, or else one made now of its pixels; null where it has neither. Any thread.
 std::shared_ptr<const IconRendering> iconRenderingOf(const Image& image);
 
 }  // namespace quill::freedesktop

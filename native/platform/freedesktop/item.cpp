@@ -123,7 +123,7 @@ void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
 
 /// An image that was prepared is there already.
 void Item::writeSymbolicIcon() const {
-  if (symbolicIcons_ && icon_ && icon_->symbolic()) icon_->symbolic()->writeTo(symbolicIcons_);
+  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_);
 }
 
 void Item::signal(const char* member) {
@@ -146,7 +146,7 @@ int Item::provideXdgActivationToken(sd_bus_message* call) {
 void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
 
 void Item::appendIconName(MessageWriter& to) const {
-  const bool isSymbolic = symbolicIcons_ && icon_ && icon_->symbolic();
+  const bool isSymbolic = symbolicIcons_ && icon_;
   to.append(isSymbolic ? icon_->symbolic()->nameIn(symbolicIcons_) : std::string());
 }
 

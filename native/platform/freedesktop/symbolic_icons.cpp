@@ -1,7 +1,5 @@
 #include "symbolic_icons.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -14,13 +12,13 @@ constexpr std::size_t kFirstPrune = 64;
 
 }  // namespace
 
-SymbolicIcon::SymbolicIcon(Image image) : image_(std::move(image)) {}
+SymbolicIcon::SymbolicIcon(Shape shape) : shape_(std::move(shape)) {}
 
 void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder) {
   const std::lock_guard lock(mutex_);
   if (folder_.lock() == folder) return;
   folder_ = folder;
-  const auto svg = symbolicSvg(image_.pixels());
+  const auto svg = symbolicSvg(shape_);
   file_ = svg.empty() ? nullptr : folder->file(symbolicName(svg), svg);
 }
 
@@ -29,10 +27,10 @@ std::string SymbolicIcon::nameIn(const std::shared_ptr<IconFolder>& folder) cons
   return file_ && folder_.lock() == folder ? file_->name() : std::string();
 }
 
-SymbolicIcons::SymbolicIcons() : process_(getpid()), pruneAt_(kFirstPrune) {}
+SymbolicIcons::SymbolicIcons() : pruneAt_(kFirstPrune) {}
 
 void SymbolicIcons::add(const std::shared_ptr<SymbolicIcon>& icon) {
-  if (getpid() != process_) return;  // a forked child, in which nobody may be left to unlock
+  if (!owner_.isCurrent()) return;  // a forked child, in which nobody may be left to unlock
   const std::lock_guard lock(mutex_);
   if (icons_.size() >= pruneAt_) {
     std::erase_if(icons_, [](const auto& known) { return known.expired(); });
@@ -57,7 +55,7 @@ std::shared_ptr<IconFolder> SymbolicIcons::open() {
 }
 
 void SymbolicIcons::close() {
-  if (getpid() != process_) return;
+  if (!owner_.isCurrent()) return;
   // A host may exit from wherever it is. What is left then goes at the next start.
   const std::unique_lock lock(mutex_, std::try_to_lock);
   if (!lock) return;
@@ -66,7 +64,7 @@ void SymbolicIcons::close() {
 }
 
 void SymbolicIcons::sweepOnce() {
-  if (getpid() != process_) return;
+  if (!owner_.isCurrent()) return;
   const std::lock_guard lock(mutex_);
   if (!std::exchange(isSwept_, true)) IconFolder::sweep();
 }

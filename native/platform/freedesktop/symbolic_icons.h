@@ -1,7 +1,5 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstddef>
 #include <memory>
 #include <mutex>
@@ -9,14 +7,15 @@
 #include <vector>
 
 #include "icon_folder.h"
-#include "image.h"
+#include "owner_process.h"
+#include "shape.h"
 
 namespace quill::freedesktop {
 
 /// A template's shape as a file for panels that recolour it. Any thread.
 class SymbolicIcon {
  public:
-  explicit SymbolicIcon(Image image);
+  explicit SymbolicIcon(Shape shape);
 
   /// Once for each folder, also where that fails: a tick shows what is there, and tries nothing.
   void writeTo(const std::shared_ptr<IconFolder>& folder);
@@ -24,7 +23,7 @@ class SymbolicIcon {
   std::string nameIn(const std::shared_ptr<IconFolder>& folder) const;
 
  private:
-  const Image image_;
+  const Shape shape_;
   mutable std::mutex mutex_;  // guards what follows
   std::weak_ptr<IconFolder> folder_;
   std::shared_ptr<const IconFile> file_;
@@ -45,7 +44,7 @@ class SymbolicIcons {
   void sweepOnce();
 
  private:
-  const pid_t process_;
+  const posix::OwnerProcess owner_;
   std::mutex mutex_;  // guards what follows
   bool isSwept_ = false;
   bool isClosed_ = false;

@@ -4,9 +4,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <vector>
-
-#include "icon_pixels.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -93,11 +92,10 @@ class Outliner {
 
 }  // namespace
 
-std::string symbolicSvg(const Pixels& source) {
-  const auto sides = iconSides(source);
-  if (sides.empty()) return {};
-  const int side = sides.back();
-  const auto coverage = shapeCoverage(source, side, 0);
+std::string symbolicSvg(const Shape& shape) {
+  const auto coverage = shapeCoverage(shape);
+  if (coverage.empty()) return {};
+  const int side = largestSide(shape);
 
   const auto grid = std::to_string(side);
   std::string svg(kHead);
@@ -113,12 +111,7 @@ std::string symbolicSvg(const Pixels& source) {
 }
 
 std::string symbolicName(std::string_view svg) {
-  // FNV-1a, 64 bits.
-  std::uint64_t hash = 0xCBF29CE484222325U;
-  for (const char c : svg) hash = (hash ^ static_cast<std::uint8_t>(c)) * 0x100000001B3U;
-  std::string name = "icon-0000000000000000-symbolic";
-  for (auto at = name.find('0') + 15; hash != 0; hash >>= 4U, --at) name[at] = "0123456789abcdef"[hash & 15U];
-  return name;
+  return "icon-" + std::to_string(std::hash<std::string_view>{}(svg)) + "-symbolic";
 }
 
 }  // namespace quill::freedesktop

@@ -1,6 +1,6 @@
 #include "memory_desktop.h"
 
-#include "immortal.h"
+#include "no_destructor.h"
 
 namespace quill {
 
@@ -31,11 +31,11 @@ class Desktop::Presenter : public StatusItemPresenter {
 };
 
 Desktop& Desktop::current() {
-  static const Immortal<std::unique_ptr<Desktop>> desktop([] {
+  static constinit NoDestructor<std::unique_ptr<Desktop>> desktop;
+  return *desktop.get([] {
     made_ = true;
     return std::make_unique<Desktop>();
   });
-  return *desktop.get();
 }
 
 void Desktop::mouseUp(EventType type) {
@@ -70,7 +70,10 @@ std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) {
 
 void Desktop::prepare(Image& image) {
   ++prepared;
-  image.setRendering(std::make_shared<const ImageRendering>());
+  auto kept = std::make_shared<Picture>();
+  kept->width = image.picture()->width;
+  kept->height = image.picture()->height;
+  image.setPicture(std::move(kept));
 }
 
 }  // namespace memory

@@ -1,8 +1,12 @@
 #include "append.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <chrono>
+#include <thread>
 
 #include "file_descriptor.h"
 #include "quiet_write.h"
@@ -11,9 +15,14 @@ namespace quill::posix {
 
 namespace {
 
-constexpr mode_t kReadableAndWritable = 0666;  // the host's umask takes its part off
+using Clock = std::chrono::steady_clock;
 
-// Takes the last `count` bytes off again, unless somebody has written behind them.
+constexpr mode_t kReadableAndWritable = 0666;  // the host's umask takes its part off
+// Others hold the lock for one write, unless they are stopped in it.
+constexpr std::chrono::seconds kLockTimeout{1};
+constexpr std::chrono::microseconds kLockRetry{100};
+
+// Takes the last `count` bytes off again, unless somebody who does not lock has written behind them.
 void cutOff(int file, off_t count) {
   const auto end = lseek(file, 0, SEEK_CUR);
   struct stat now {};
@@ -23,20 +32,33 @@ void cutOff(int file, off_t count) {
 
 }  // namespace
 
-std::error_code appendToFile(const std::filesystem::path& file, std::string_view bytes, Surroundings::Missing missing) {
-  const int create = missing == Surroundings::Missing::create ? O_CREAT : 0;
+// Between a write that fell short and its cutting off, nobody else may append.
+bool Appender::lock(int file) {
+  const auto deadline = Clock::now() + kLockTimeout;
+  while (flock(file, LOCK_EX | LOCK_NB) != 0) {
+    if (errno != EWOULDBLOCK) return false;  // a file system without locks
+    if (isLockStuck_ || Clock::now() >= deadline) {
+      isLockStuck_ = true;
+      return false;
+    }
+    std::this_thread::sleep_for(kLockRetry);
+  }
+  isLockStuck_ = false;
+  return true;
+}
+
+std::error_code Appender::append(const std::filesystem::path& file, std::string_view bytes,
+                                 Environment::Missing missing, Environment::Flush flush) {
+  const int create = missing == Environment::Missing::create ? O_CREAT : 0;
   const auto opened = openFile(AT_FDCWD, file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | create,
                                kReadableAndWritable);
   if (!opened.isOpen()) return {errno, std::generic_category()};
 
-  WriteSignalsHeld held;
-  const auto written = write(opened.number(), bytes.data(), bytes.size());
-  if (written < 0) {
-    held.drop();
-  } else if (static_cast<std::size_t>(written) < bytes.size()) {
-    cutOff(opened.number(), written);
-  }
-  fsync(opened.number());
+  const bool isLocked = lock(opened.number());
+  const auto written = writeQuietly(opened.number(), bytes);
+  if (written > 0 && static_cast<std::size_t>(written) < bytes.size()) cutOff(opened.number(), written);
+  if (isLocked) flock(opened.number(), LOCK_UN);  // not by closing: a forked child may have a copy
+  if (flush == Environment::Flush::now) fsync(opened.number());
   return {};
 }
 

@@ -4,12 +4,22 @@
 #include <string_view>
 #include <system_error>
 
-#include "surroundings.h"
+#include "environment.h"
 
 namespace quill::posix {
 
-/// Opens, appends all bytes in one write, flushes to the disk, closes. The error is that of opening;
-/// of a write that fails half-way nothing stays in the file. Does not wait for a FIFO's reader.
-std::error_code appendToFile(const std::filesystem::path& file, std::string_view bytes, Surroundings::Missing missing);
+/// What Environment::append does, for one process among others that append to the same file: a
+/// write that falls short is taken back, and no line of theirs with it. One thread at a time.
+class Appender {
+ public:
+  /// The error is that of opening. Does not wait for a FIFO's reader.
+  std::error_code append(const std::filesystem::path& file, std::string_view bytes, Environment::Missing missing,
+                         Environment::Flush flush);
+
+ private:
+  bool lock(int file);
+
+  bool isLockStuck_ = false;  // another process kept it too long
+};
 
 }  // namespace quill::posix

@@ -5,11 +5,9 @@
 #include <string>
 
 #include "serial_queue.h"
+#include "worker.h"
 
 namespace quill::posix {
-
-/// Utility: below the host's threads, for work that nobody waits for.
-enum class Priority { utility, ordinary };
 
 /// A serial queue with one thread, made for the first job and asleep while there is none.
 ///
@@ -28,14 +26,16 @@ class WorkerQueue final : public SerialQueue {
   ~WorkerQueue() override;
 
   void submit(std::function<void()> job) override;
+  bool isDraining() const override;
 
  private:
-  friend class LivingQueues;
-  class Work;
+  friend class QueueRegistry;
 
-  const std::string label_;
-  const Priority priority_;
-  std::shared_ptr<Work> work_;  // replaced only in a forked child, while it has one thread
+  std::shared_ptr<Worker> worker_;  // replaced only in a forked child, while it has one thread
 };
+
+/// Waits for what all queues of the process hold by now, for two seconds at most in all, as an exit
+/// does: for a process that is about to be ended in another way. Not from a queue's job.
+void drainQueues();
 
 }  // namespace quill::posix

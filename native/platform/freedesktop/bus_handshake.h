@@ -1,0 +1,35 @@
+#pragma once
+
+#include <systemd/sd-bus.h>
+
+#include <chrono>
+#include <string>
+
+#include "file_descriptor.h"
+
+namespace quill::freedesktop {
+
+/// A connection to the bus behind a sandbox's filter, up to the first message. sd-bus sends this whole
+/// part at once, without waiting for answers, and xdg-dbus-proxy took that for garbage before its
+/// version 0.1.6. Any thread, one at a time.
+class BusHandshake {
+ public:
+  /// Connects to the first socket that takes a connection now, and asks to be let in. Never waits.
+  explicit BusHandshake(const std::string& address);
+
+  bool isConnected() const { return socket_.isOpen(); }
+  /// Readable when there is something to do.
+  int descriptor() const { return socket_.number(); }
+  /// Reads answers. Positive once they are complete, zero before; a negative errno ends it.
+  int advance();
+  /// The same, waiting for them.
+  int finish(std::chrono::milliseconds timeout);
+  /// After that: starts `bus`, to which no address was given, on this connection. Answers as sd_bus_start.
+  int start(sd_bus* bus);
+
+ private:
+  posix::FileDescriptor socket_;
+  std::string answers_;
+};
+
+}  // namespace quill::freedesktop

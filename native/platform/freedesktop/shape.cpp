@@ -1,0 +1,238 @@
+#include "shape.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <span>
+#include <utility>
+
+namespace quill::freedesktop {
+namespace {
+
+/// What is kept free for an outline, in pixels of 22; where a shape needs all the room, only the rim is cut.
+constexpr int kMargin = 2;
+/// An opacity below this part of the strongest does not count as touching the margin.
+constexpr int kFaintest = 16;
+/// A shape up to this side is kept as it is.
+constexpr int kMaxKeptSide = 128;
+
+/// Opacities as 8 bits before the point and 8 behind it; weights are parts of 65,536.
+using Fixed = std::uint16_t;
+
+Fixed weighed(Fixed value, Fixed weight) {
+  return static_cast<Fixed>((std::uint32_t{value} * std::uint32_t{weight}) >> 16U);
+}
+
+/// What one line of target pixels takes from a line of source pixels.
+class LineFilter {
+ public:
+  /// `scale` is target pixels for each source pixel; the source's line lies in the middle of the target's.
+  LineFilter(int source, int target, double scale) {
+    weights_.reserve(static_cast<std::size_t>(source) + 2 * kLargeSide);
+    const double start = (target - source * scale) / 2.0;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(target); ++i) {
+      const double from = std::max((static_cast<double>(i) - start) / scale, 0.0);
+      const double to = std::min((static_cast<double>(i) + 1.0 - start) / scale, static_cast<double>(source));
+      first_[i] = weights_.size();
+      if (from < to && scale <= 1.0) {
+        source_[i] = addAreas(from, to, scale);
+      } else if (from < to) {
+        source_[i] = addBlend(source, (from + to) / 2.0 - 0.5, (to - from) * scale);
+      }
+      first_[i + 1] = weights_.size();
+    }
+  }
+
+  /// The index of the first source pixel that target pixel `i` takes from.
+  std::size_t source(std::size_t i) const { return source_[i]; }
+  std::span<const Fixed> weights(std::size_t i) const {
+    return std::span(weights_).subspan(first_[i], first_[i + 1] - first_[i]);
+  }
+
+ private:
+  void add(double part) { weights_.push_back(static_cast<Fixed>(std::min(part * 65536.0, 65535.0))); }
+
+  /// The exact average over the source from `from` to `to`.
+  std::size_t addAreas(double from, double to, double scale) {
+    const auto first = static_cast<std::size_t>(from);
+    double left = static_cast<double>(first);
+    for (; left < to; left += 1.0) add((std::min(left + 1.0, to) - std::max(left, from)) * scale);
+    return first;
+  }
+
+  /// The straight line between the two source pixels around `centre`.
+  std::size_t addBlend(int source, double centre, double covered) {
+    const double left = std::clamp(std::floor(centre), 0.0, source - 1.0);
+    const double part = std::clamp(centre - left, 0.0, left + 1.0 < source ? 1.0 : 0.0);
+    add((1.0 - part) * covered);
+    if (part > 0.0) add(part * covered);
+    return static_cast<std::size_t>(left);
+  }
+
+  std::array<std::size_t, kLargeSide + 1> first_{};
+  std::array<std::size_t, kLargeSide> source_{};
+  std::vector<Fixed> weights_;
+};
+
+/// Rows of as many numbers as the largest side has, and some more: compilers turn a loop over a fixed
+/// number of them into wide operations.
+constexpr std::size_t kStride = 48;
+constexpr std::size_t kTile = 8;
+
+/// Turned about the diagonal: kStride rows of `width` numbers. Both are multiples of a tile's side.
+void turn(const Fixed* rows, std::size_t width, Fixed* columns) {
+  for (std::size_t y = 0; y < kStride; y += kTile) {
+    for (std::size_t x = 0; x < width; x += kTile) {
+      std::array<Fixed, kTile * kTile> tile;
+      const Fixed* const from = rows + y * width + x;
+      for (std::size_t j = 0; j < kTile; ++j) {
+        for (std::size_t i = 0; i < kTile; ++i) tile[j * kTile + i] = from[i * width + j];
+      }
+      for (std::size_t j = 0; j < kTile; ++j) std::copy_n(&tile[j * kTile], kTile, columns + (x + j) * kStride + y);
+    }
+  }
+}
+
+/// A square that the shape covers in part, scaled about the centre: rows of kStride, of which `side` count.
+std::vector<Fixed> resample(const Shape& shape, int side, double scale) {
+  const LineFilter across(shape.width, side, scale);
+  const LineFilter down = shape.width == shape.height ? across : LineFilter(shape.height, side, scale);
+  const auto width = static_cast<std::size_t>(shape.width);
+  const auto n = static_cast<std::size_t>(side);
+
+  // Both steps sum whole rows, the second one of what was turned.
+  const auto stride = (width + kTile - 1) / kTile * kTile;
+  std::vector<Fixed> rows(stride * kStride);
+  for (std::size_t y = 0; y < n; ++y) {
+    Fixed* const sums = rows.data() + y * stride;
+    const std::uint8_t* alpha = shape.alpha.data() + down.source(y) * width;
+    for (const Fixed weight : down.weights(y)) {
+      for (std::size_t x = 0; x < width; ++x) {
+        sums[x] = static_cast<Fixed>(sums[x] + weighed(static_cast<Fixed>(alpha[x] << 8U), weight));
+      }
+      alpha += width;
+    }
+  }
+  std::vector<Fixed> columns(rows.size());
+  turn(rows.data(), stride, columns.data());
+
+  std::array<Fixed, kStride * kStride> turned{};
+  for (std::size_t x = 0; x < n; ++x) {
+    Fixed* const sums = turned.data() + x * kStride;
+    const Fixed* column = columns.data() + across.source(x) * kStride;
+    for (const Fixed weight : across.weights(x)) {
+      for (std::size_t y = 0; y < kStride; ++y) sums[y] = static_cast<Fixed>(sums[y] + weighed(column[y], weight));
+      column += kStride;
+    }
+  }
+  std::vector<Fixed> square(turned.size());
+  turn(turned.data(), kStride, square.data());
+  return square;
+}
+
+/// Half as wide and high: what averages over areas give for that side.
+std::vector<Fixed> halved(const std::vector<Fixed>& square) {
+  std::vector<Fixed> small(square.size());
+  for (std::size_t y = 0; y < kSmallSide; ++y) {
+    const Fixed* const above = square.data() + y * 2 * kStride;
+    const Fixed* const below = above + kStride;
+    Fixed* const to = small.data() + y * kStride;
+    for (std::size_t x = 0; x < kStride / 2; ++x) {
+      const std::uint32_t sum = std::uint32_t{above[2 * x]} + above[2 * x + 1] + below[2 * x] + below[2 * x + 1];
+      to[x] = static_cast<Fixed>((sum + 2U) / 4U);
+    }
+  }
+  return small;
+}
+
+/// The strongest becomes full, in proportion: faint templates and hairlines gain, soft edges stay soft.
+std::vector<std::uint8_t> strengthened(const std::vector<Fixed>& square, int side) {
+  const auto n = static_cast<std::size_t>(side);
+  Fixed strongest = 0;
+  for (std::size_t i = 0; i < n * kStride; ++i) strongest = square[i] > strongest ? square[i] : strongest;
+  const float gain = strongest > 128 ? 255.0F / static_cast<float>(strongest) : 0.0F;
+  std::vector<std::uint8_t> coverage(n * n);
+  for (std::size_t y = 0; y < n; ++y) {
+    std::array<std::uint8_t, kStride> row;
+    std::transform(square.begin() + static_cast<std::ptrdiff_t>(y * kStride),
+                   square.begin() + static_cast<std::ptrdiff_t>((y + 1) * kStride), row.begin(), [gain](Fixed value) {
+                     return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(value) * gain + 0.5F));
+                   });
+    std::copy_n(row.begin(), n, coverage.begin() + static_cast<std::ptrdiff_t>(y * n));
+  }
+  return coverage;
+}
+
+/// How far the shape reaches from the centre, in source pixels, towards the side it comes closest to.
+double reach(const Shape& shape) {
+  const auto width = static_cast<std::size_t>(shape.width);
+  const auto height = static_cast<std::size_t>(shape.height);
+  const auto row = [&](std::size_t y) { return std::span(shape.alpha).subspan(y * width, width); };
+  std::vector<std::uint8_t> columns(width);  // the strongest of each
+  for (std::size_t y = 0; y < height; ++y) {
+    const std::uint8_t* const alpha = row(y).data();
+    for (std::size_t x = 0; x < width; ++x) columns[x] = alpha[x] > columns[x] ? alpha[x] : columns[x];
+  }
+  const int least = std::max(1, *std::ranges::max_element(columns) / kFaintest);
+  const auto isTouched = [least](std::uint8_t alpha) { return alpha >= least; };
+  const auto left = static_cast<std::size_t>(std::ranges::find_if(columns, isTouched) - columns.begin());
+  if (left == width) return 0.0;
+
+  std::size_t right = width;
+  std::size_t top = 0;
+  std::size_t bottom = height;
+  while (!isTouched(columns[right - 1])) --right;
+  while (std::ranges::none_of(row(top), isTouched)) ++top;
+  while (std::ranges::none_of(row(bottom - 1), isTouched)) --bottom;
+  const double middle = shape.height / 2.0;
+  const double centre = shape.width / 2.0;
+  return std::max({centre - static_cast<double>(left), static_cast<double>(right) - centre,
+                   middle - static_cast<double>(top), static_cast<double>(bottom) - middle});
+}
+
+double fittingScale(const Shape& shape, int side) {
+  return static_cast<double>(side) / std::max(shape.width, shape.height);
+}
+
+}  // namespace
+
+Shape shapeOf(const Pixels& source) {
+  if (source.width < 1 || source.height < 1) return {};
+  const auto count = static_cast<std::size_t>(source.width) * static_cast<std::size_t>(source.height);
+  if (source.rgba.size() / 4 < count) return {};
+  Shape shape{source.width, source.height, std::vector<std::uint8_t>(count)};
+  const std::uint8_t* const from = source.rgba.data() + 3;
+  std::uint8_t* const to = shape.alpha.data();
+  for (std::size_t i = 0; i < count; ++i) to[i] = from[i * 4];
+  return shape;
+}
+
+Shape keptOf(Shape shape) {
+  if (std::max(shape.width, shape.height) <= kMaxKeptSide) return shape;
+  return {kLargeSide, kLargeSide, shapeCoverage(shape)};
+}
+
+int largestSide(const Shape& shape) {
+  return std::max(shape.width, shape.height) > kSmallSide ? kLargeSide : kSmallSide;
+}
+
+std::vector<std::uint8_t> shapeCoverage(const Shape& shape) {
+  if (shape.alpha.empty()) return {};
+  const int side = largestSide(shape);
+  return strengthened(resample(shape, side, fittingScale(shape, side)), side);
+}
+
+FramedCoverage framedCoverage(const Shape& shape) {
+  if (shape.alpha.empty()) return {};
+  constexpr double kRoom = kSmallSide / 2.0 - kMargin;
+  const double fitting = fittingScale(shape, kSmallSide);
+  const double reached = reach(shape) * fitting;
+  const double scale = reached > kRoom ? fitting * kRoom / reached : fitting;
+  if (largestSide(shape) == kSmallSide) return {strengthened(resample(shape, kSmallSide, scale), kSmallSide), {}};
+  const auto large = resample(shape, kLargeSide, 2.0 * scale);
+  const auto small = 2.0 * scale <= 1.0 ? halved(large) : resample(shape, kSmallSide, scale);
+  return {strengthened(small, kSmallSide), strengthened(large, kLargeSide)};
+}
+
+}  // namespace quill::freedesktop

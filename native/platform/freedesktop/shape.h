@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "image.h"
+
+namespace quill::freedesktop {
+
+/// A picture's opacities: rows from the top, a byte a pixel. All that counts of a template.
+struct Shape {
+  int width = 0;
+  int height = 0;
+  std::vector<std::uint8_t> alpha;
+};
+
+/// The sides of the squares that a panel is given of a picture, in pixels.
+constexpr int kSmallSide = 22;
+constexpr int kLargeSide = 44;
+
+/// Empty for pixels that hold no picture. Pure, as all of these.
+Shape shapeOf(const Pixels& source);
+
+/// Enough of a shape for `shapeCoverage` to give the same again, in at most 16 KiB.
+Shape keptOf(Shape shape);
+
+/// The larger side for a shape with more than 22 pixels to show, else the smaller one.
+int largestSide(const Shape& shape);
+
+/// How much of each pixel of a square of the shape's largest side is covered, 0 to 255, rows from the
+/// top; the strongest is brought up to 255. Aspect ratio kept, centred. Empty for an empty shape.
+std::vector<std::uint8_t> shapeCoverage(const Shape& shape);
+
+/// The same with `kMargin` of 22 pixels free on each side, for each side of a square up to the largest:
+/// a shape that reaches into the margin is shrunk about the centre.
+struct FramedCoverage {
+  std::vector<std::uint8_t> small;
+  std::vector<std::uint8_t> large;  ///< empty where there is no more than 22 pixels to show
+};
+FramedCoverage framedCoverage(const Shape& shape);
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,223 @@
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
+
+#include "byte_reader.h"
+#include "codecs.h"
+#include "pixels.h"
+
+namespace quill {
+namespace {
+
+constexpr std::size_t kFileHeader = 14;
+constexpr std::size_t kCoreHeader = 12;
+constexpr std::size_t kInfoHeader = 40;
+constexpr std::size_t kOs2Header = 64;
+constexpr std::size_t kMaxHeader = 124;
+enum Compression : std::uint32_t { kPlain, kRle8, kRle4, kFields, kFieldsWithAlpha = 6 };
+
+using Colour = std::array<std::uint8_t, 4>;
+
+/// One channel within a pixel's number.
+struct Field {
+  std::uint32_t mask = 0;
+
+  /// 0 to 255, or `missing` where the pixel has no such channel.
+  std::uint8_t of(std::uint32_t pixel, std::uint8_t missing) const {
+    if (mask == 0) return missing;
+    const int shift = std::countr_zero(mask);
+    const std::uint64_t most = mask >> shift;
+    return static_cast<std::uint8_t>((std::uint64_t{(pixel & mask) >> shift} * 255 + most / 2) / most);
+  }
+};
+
+class Bitmap {
+ public:
+  Bitmap(Bytes bytes, std::size_t pixelsAt, bool isIcon)
+      : bytes_(bytes), file_(bytes), pixelsAt_(pixelsAt), isIcon_(isIcon) {}
+
+  std::shared_ptr<Pixels> read() {
+    if (!readHeader() || !readColours() || !(pixels_ = makePixels(width_, height_))) return nullptr;
+    const bool isPacked = compression_ == kRle8 || compression_ == kRle4;
+    if (isPacked ? !readPacked() : !readRows()) return nullptr;
+    if (isIcon_ && !readMask()) return nullptr;
+    return pixels_;
+  }
+
+ private:
+  bool readHeader() {
+    headerSize_ = file_.u32(0);
+    if (!file_.has(0, headerSize_)) return false;
+    if (headerSize_ == kCoreHeader) {
+      width_ = file_.u16(4);
+      height_ = file_.u16(6);
+      bits_ = file_.u16(10);
+    } else if (headerSize_ >= kInfoHeader && headerSize_ <= kMaxHeader) {
+      width_ = file_.i32(4);
+      height_ = file_.i32(8);
+      bits_ = file_.u16(14);
+      compression_ = file_.u32(16);
+      colourCount_ = file_.u32(32);
+    } else {
+      return false;
+    }
+    isTopDown_ = height_ < 0;
+    height_ = (isTopDown_ ? -height_ : height_) / (isIcon_ ? 2 : 1);
+    switch (compression_) {
+      case kPlain:
+        return bits_ == 1 || bits_ == 4 || bits_ == 8 || bits_ == 16 || bits_ == 24 || bits_ == 32;
+      case kRle8:
+        return bits_ == 8 && !isTopDown_ && !isIcon_;
+      case kRle4:
+        return bits_ == 4 && !isTopDown_ && !isIcon_;
+      case kFields:
+      case kFieldsWithAlpha:
+        return (bits_ == 16 || bits_ == 32) && headerSize_ != kOs2Header;
+      default:
+        return false;
+    }
+  }
+
+  /// The palette, or where the channels are.
+  bool readColours() {
+    std::size_t at = headerSize_;
+    if (compression_ == kFields || compression_ == kFieldsWithAlpha) {
+      const std::size_t count = compression_ == kFieldsWithAlpha || headerSize_ > kInfoHeader + 12 ? 4 : 3;
+      for (std::size_t i = 0; i < count; ++i) fields_[i].mask = file_.u32(kInfoHeader + i * 4);
+      at = std::max(at, kInfoHeader + count * 4);
+    } else if (bits_ == 16) {
+      fields_ = {{{0x7C00}, {0x03E0}, {0x001F}, {0}}};
+    } else if (bits_ > 16) {
+      fields_ = {{{0xFF0000}, {0x00FF00}, {0x0000FF}, {bits_ == 32 && isIcon_ ? 0xFF000000 : 0}}};
+    }
+    const std::size_t most = bits_ <= 8 ? std::size_t{1} << bits_ : 0;
+    const std::size_t count = colourCount_ == 0 ? most : colourCount_;
+    const std::size_t size = headerSize_ == kCoreHeader ? 3 : 4;
+    if (!file_.has(at, count * size)) return false;
+    for (std::size_t i = 0; i < palette_.size(); ++i) {
+      palette_[i] = {0, 0, 0, 255};
+      if (i < count) std::reverse_copy(&bytes_[at + i * size], &bytes_[at + i * size] + 3, palette_[i].begin());
+    }
+    if (pixelsAt_ == 0) pixelsAt_ = at + count * size;
+    return true;
+  }
+
+  std::size_t stride(std::size_t bits) const { return (static_cast<std::size_t>(width_) * bits + 31) / 32 * 4; }
+
+  /// Row `line` of the file.
+  std::uint8_t* row(std::int64_t line) {
+    return rowOf(*pixels_, static_cast<int>(isTopDown_ ? line : height_ - 1 - line));
+  }
+
+  bool readRows() {
+    if (!file_.has(pixelsAt_, stride(bits_) * static_cast<std::size_t>(height_))) return false;
+    for (std::int64_t line = 0; line < height_; ++line) {
+      auto* to = row(line);
+      const auto start = pixelsAt_ + static_cast<std::size_t>(line) * stride(bits_);
+      for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x, to += 4) {
+        const Colour colour = bits_ <= 8 ? palette_[index(start, x, bits_)] : channels(start + x * bits_ / 8);
+        std::memcpy(to, colour.data(), colour.size());
+      }
+    }
+    return true;
+  }
+
+  /// The x-th number of so many bits, the first one in a byte's high bits.
+  std::size_t index(std::size_t start, std::size_t x, std::size_t bits) const {
+    const auto shift = 8 - bits - x * bits % 8;
+    return (bytes_[start + x * bits / 8] >> shift) & ((1U << bits) - 1);
+  }
+
+  Colour channels(std::size_t at) const {
+    std::uint32_t pixel = 0;
+    for (std::size_t i = 0; i < bits_ / 8; ++i) pixel |= std::uint32_t{bytes_[at + i]} << (8 * i);
+    return {fields_[0].of(pixel, 0), fields_[1].of(pixel, 0), fields_[2].of(pixel, 0), fields_[3].of(pixel, 255)};
+  }
+
+  /// Runs of pixels up to the mark that ends the picture. What they leave out stays clear, what they have beyond the
+  /// edges is dropped.
+  bool readPacked() {
+    std::int64_t x = 0;
+    std::int64_t line = 0;
+    const auto put = [&](std::size_t colour) {
+      if (x < width_ && line < height_) std::memcpy(row(line) + x * 4, palette_[colour].data(), 4);
+      ++x;
+    };
+    for (auto at = pixelsAt_; file_.has(at, 2);) {
+      const std::size_t count = bytes_[at];
+      const std::size_t value = bytes_[at + 1];
+      at += 2;
+      if (count > 0) {
+        for (std::size_t i = 0; i < count; ++i) put(bits_ == 8 ? value : i % 2 == 0 ? value >> 4 : value & 15U);
+      } else if (value == 0) {  // end of the line
+        x = 0;
+        ++line;
+      } else if (value == 1) {  // end of the picture
+        return true;
+      } else if (value == 2) {  // a step to the right and up
+        if (!file_.has(at, 2)) return false;
+        x += bytes_[at];
+        line += bytes_[at + 1];
+        at += 2;
+      } else {  // so many pixels one by one, filled up to an even count of bytes
+        const auto size = (value * bits_ + 15) / 16 * 2;
+        if (!file_.has(at, size)) return false;
+        for (std::size_t i = 0; i < value; ++i) put(index(at, i, bits_));
+        at += size;
+      }
+    }
+    return false;
+  }
+
+  /// An icon's second picture, of one bit: where it is set, the first one is clear. Where that has an opacity of its
+  /// own, it counts instead.
+  bool readMask() {
+    const auto at = pixelsAt_ + stride(bits_) * static_cast<std::size_t>(height_);
+    if (!file_.has(at, stride(1) * static_cast<std::size_t>(height_))) return false;
+    auto& rgba = pixels_->rgba;
+    if (bits_ == 32) {
+      for (std::size_t i = 3; i < rgba.size(); i += 4) {
+        if (rgba[i] != 0) return true;
+      }
+    }
+    for (std::int64_t line = 0; line < height_; ++line) {
+      auto* to = row(line);
+      const auto start = at + static_cast<std::size_t>(line) * stride(1);
+      for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x, to += 4) {
+        to[3] = index(start, x, 1) != 0 ? 0 : 255;
+      }
+    }
+    return true;
+  }
+
+  Bytes bytes_;
+  ByteReader file_;
+  std::size_t pixelsAt_;
+  bool isIcon_;
+  std::size_t headerSize_ = 0;
+  std::int64_t width_ = 0;
+  std::int64_t height_ = 0;
+  bool isTopDown_ = false;
+  std::size_t bits_ = 0;
+  std::uint32_t compression_ = kPlain;
+  std::size_t colourCount_ = 0;
+  std::array<Field, 4> fields_{};  // red, green, blue, alpha
+  std::array<Colour, 256> palette_{};
+  std::shared_ptr<Pixels> pixels_;
+};
+
+}  // namespace
+
+std::optional<Image> decodeBitmap(Bytes bytes, std::size_t pixelsAt, bool isIcon) {
+  if (auto pixels = Bitmap(bytes, pixelsAt, isIcon).read()) return imageOf(std::move(pixels));
+  return std::nullopt;
+}
+
+std::optional<Image> decodeBmp(Bytes bytes) {
+  const std::size_t pixelsAt = ByteReader(bytes).u32(10);
+  if (bytes.size() < kFileHeader || pixelsAt <= kFileHeader) return std::nullopt;
+  return decodeBitmap(bytes.subspan(kFileHeader), pixelsAt - kFileHeader, false);
+}
+
+}  // namespace quill

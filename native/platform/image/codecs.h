@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+#include "image.h"
+
+namespace quill {
+
+using Bytes = std::span<const std::uint8_t>;
+
+// One function a format. Each is given a whole file, which begins as its format does; empty for what is cut short,
+// corrupt or too large, and where the format's library is missing. Any thread; nothing is printed.
+
+std::optional<Image> decodePng(Bytes bytes);
+/// Upright, as the camera was held.
+std::optional<Image> decodeJpeg(Bytes bytes);
+/// The first frame, on a clear canvas.
+std::optional<Image> decodeGif(Bytes bytes);
+std::optional<Image> decodeBmp(Bytes bytes);
+/// The largest picture; of those the one with the most bits a pixel.
+std::optional<Image> decodeIco(Bytes bytes);
+/// The first picture, upright.
+std::optional<Image> decodeTiff(Bytes bytes);
+/// Its natural size in points, and more pixels than that.
+std::optional<Image> decodeSvg(Bytes bytes);
+
+/// A bitmap as BMP and ICO hold it, from its header on. `pixelsAt` is where its pixels begin, 0 for right after the
+/// header and the colours. In an icon a mask follows the pixels, and the height is that of both.
+std::optional<Image> decodeBitmap(Bytes bytes, std::size_t pixelsAt, bool isIcon);
+
+}  // namespace quill

@@ -1,0 +1,134 @@
+#include <gif_lib.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include "codecs.h"
+#include "pixels.h"
+#include "shared_library.h"
+
+namespace quill {
+namespace {
+
+struct GifFunctions {
+  SharedLibrary library{QUILL_GIF_LIBRARY};
+  decltype(&DGifOpen) open;
+  decltype(&DGifCloseFile) close;
+  decltype(&DGifGetRecordType) recordType;
+  decltype(&DGifGetImageHeader) imageHeader;
+  decltype(&DGifGetLine) line;
+  decltype(&DGifGetCode) code;
+  decltype(&DGifGetCodeNext) nextCode;
+  decltype(&DGifGetExtension) extension;
+  decltype(&DGifGetExtensionNext) nextExtension;
+
+  bool load() {
+    return library.find("DGifOpen", open) && library.find("DGifCloseFile", close) &&
+           library.find("DGifGetRecordType", recordType) && library.find("DGifGetImageHeader", imageHeader) &&
+           library.find("DGifGetLine", line) && library.find("DGifGetCode", code) &&
+           library.find("DGifGetCodeNext", nextCode) && library.find("DGifGetExtension", extension) &&
+           library.find("DGifGetExtensionNext", nextExtension);
+  }
+};
+
+class GifReader {
+ public:
+  explicit GifReader(Bytes bytes) : rest_(bytes) {}
+  GifReader(const GifReader&) = delete;
+  GifReader& operator=(const GifReader&) = delete;
+  ~GifReader() {
+    if (gif_) functions_.close(gif_, nullptr);
+  }
+
+  /// Frames after the first one are gone over, as a file that breaks off in one of them is no whole picture.
+  std::shared_ptr<Pixels> read() {
+    if (!functions_.load()) return nullptr;
+    gif_ = functions_.open(this, take, nullptr);
+    std::shared_ptr<Pixels> pixels;
+    for (auto type = UNDEFINED_RECORD_TYPE; gif_ && functions_.recordType(gif_, &type) == GIF_OK;) {
+      if (type == TERMINATE_RECORD_TYPE) return pixels;
+      if (type == EXTENSION_RECORD_TYPE) {
+        if (!readExtension()) return nullptr;
+      } else if (type == IMAGE_DESC_RECORD_TYPE) {
+        if (functions_.imageHeader(gif_) != GIF_OK) return nullptr;
+        if (pixels ? !skipFrame() : !(pixels = readFrame())) return nullptr;
+      }
+    }
+    return nullptr;
+  }
+
+ private:
+  static int take(GifFileType* gif, GifByteType* to, int count) {
+    auto& rest = static_cast<GifReader*>(gif->UserData)->rest_;
+    const auto taken = std::min(rest.size(), static_cast<std::size_t>(std::max(count, 0)));
+    if (taken > 0) std::memcpy(to, rest.data(), taken);
+    rest = rest.subspan(taken);
+    return static_cast<int>(taken);
+  }
+
+  /// Keeps which colour is clear.
+  bool readExtension() {
+    int kind = 0;
+    GifByteType* block = nullptr;  // its own length comes first
+    if (functions_.extension(gif_, &kind, &block) != GIF_OK) return false;
+    if (kind == GRAPHICS_EXT_FUNC_CODE && block && block[0] >= 4) clearColour_ = (block[1] & 1) != 0 ? block[4] : -1;
+    while (block) {
+      if (functions_.nextExtension(gif_, &block) != GIF_OK) return false;
+    }
+    return true;
+  }
+
+  bool skipFrame() {
+    int size = 0;
+    GifByteType* block = nullptr;
+    if (functions_.code(gif_, &size, &block) != GIF_OK) return false;
+    while (block) {
+      if (functions_.nextCode(gif_, &block) != GIF_OK) return false;
+    }
+    return true;
+  }
+
+  std::shared_ptr<Pixels> readFrame() {
+    const auto& frame = gif_->Image;
+    const auto* const colours = frame.ColorMap ? frame.ColorMap : gif_->SColorMap;
+    if (!colours || frame.Width < 1 || frame.Height < 1 || frame.Left + frame.Width > gif_->SWidth ||
+        frame.Top + frame.Height > gif_->SHeight) {
+      return nullptr;
+    }
+    auto pixels = makePixels(gif_->SWidth, gif_->SHeight);
+    if (!pixels) return nullptr;
+    std::vector<GifPixelType> line(static_cast<std::size_t>(frame.Width));
+    constexpr std::pair<int, int> kPasses[] = {{0, 1}, {0, 8}, {4, 8}, {2, 4}, {1, 2}};  // the first one if plain
+    for (const auto& [first, step] : std::span(kPasses).subspan(frame.Interlace ? 1 : 0, frame.Interlace ? 4 : 1)) {
+      for (int y = first; y < frame.Height; y += step) {
+        if (functions_.line(gif_, line.data(), frame.Width) != GIF_OK) return nullptr;
+        auto* to = rowOf(*pixels, frame.Top + y) + static_cast<std::ptrdiff_t>(frame.Left) * 4;
+        for (const int index : line) {
+          if (index != clearColour_ && index < colours->ColorCount) {
+            const auto& colour = colours->Colors[index];
+            const std::uint8_t rgba[] = {colour.Red, colour.Green, colour.Blue, 255};
+            std::memcpy(to, rgba, sizeof rgba);
+          }
+          to += 4;
+        }
+      }
+    }
+    return pixels;
+  }
+
+  GifFunctions functions_{};
+  Bytes rest_;
+  GifFileType* gif_ = nullptr;
+  int clearColour_ = -1;
+};
+
+}  // namespace
+
+std::optional<Image> decodeGif(Bytes bytes) {
+  if (auto pixels = GifReader(bytes).read()) return imageOf(std::move(pixels));
+  return std::nullopt;
+}
+
+}  // namespace quill

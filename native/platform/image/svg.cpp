@@ -1,0 +1,169 @@
+#include <librsvg/rsvg.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/mman.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <string_view>
+
+#include "codecs.h"
+#include "pixels.h"
+#include "shared_library.h"
+
+namespace quill {
+namespace {
+
+/// However large it says it is, it is drawn with this many pixels on its longer side: twice what the sharpest bars
+/// show.
+constexpr int kVectorSide = 88;
+constexpr std::size_t kMaxText = 1024 * 1024;
+/// The library reads nested selectors, and follows masks of masks, by calling itself, and the longest text can hold two
+/// hundred thousand of them. Of this only what is used takes memory, and that until the picture is drawn.
+constexpr std::size_t kStackSize = std::size_t{2} * 1024 * 1024 * 1024;
+
+/// What would take memory without bound, or leave threads in the process: they are left out, before anything of them is
+/// made. Tiles and embedded pictures are as large as they say; filters and fonts have threads of their own.
+constexpr std::string_view kLeftOut =
+    "*{filter:none!important}"
+    "image,text,pattern>*{display:none!important}";
+
+struct RsvgFunctions {
+  SharedLibrary library{QUILL_RSVG_LIBRARY};
+  decltype(&rsvg_handle_new_from_data) open;
+  decltype(&rsvg_handle_set_stylesheet) setStylesheet;
+  decltype(&rsvg_handle_get_intrinsic_size_in_pixels) sizeInPixels;
+  decltype(&rsvg_handle_get_intrinsic_dimensions) dimensions;
+  decltype(&rsvg_handle_get_geometry_for_layer) geometry;
+  decltype(&rsvg_handle_render_document) render;
+  decltype(&cairo_image_surface_create_for_data) makeSurface;
+  decltype(&cairo_surface_destroy) destroySurface;
+  decltype(&cairo_create) makeContext;
+  decltype(&cairo_destroy) destroyContext;
+
+  bool load() {
+    return library.find("rsvg_handle_new_from_data", open) &&
+           library.find("rsvg_handle_set_stylesheet", setStylesheet) &&
+           library.find("rsvg_handle_get_intrinsic_size_in_pixels", sizeInPixels) &&
+           library.find("rsvg_handle_get_intrinsic_dimensions", dimensions) &&
+           library.find("rsvg_handle_get_geometry_for_layer", geometry) &&
+           library.find("rsvg_handle_render_document", render) &&
+           library.find("cairo_image_surface_create_for_data", makeSurface) &&
+           library.find("cairo_surface_destroy", destroySurface) && library.find("cairo_create", makeContext) &&
+           library.find("cairo_destroy", destroyContext);
+  }
+};
+
+/// Without an address to start from, the library reads no file and no network.
+class SvgReader {
+ public:
+  explicit SvgReader(Bytes bytes) : bytes_(bytes) {}
+  SvgReader(const SvgReader&) = delete;
+  SvgReader& operator=(const SvgReader&) = delete;
+  ~SvgReader() {
+    if (svg_) g_object_unref(svg_);
+  }
+
+  std::optional<Image> read() {
+    if (!functions_.load()) return std::nullopt;
+    svg_ = functions_.open(bytes_.data(), bytes_.size(), nullptr);
+    const auto* const leftOut = reinterpret_cast<const guint8*>(kLeftOut.data());  // NOLINT(*-reinterpret-cast)
+    if (!svg_ || !functions_.setStylesheet(svg_, leftOut, kLeftOut.size(), nullptr)) return std::nullopt;
+    const auto size = naturalSize();
+    const double longer = std::max(size.width, size.height);
+    if (!(longer <= static_cast<double>(kMaxSide)) || !(std::min(size.width, size.height) > 0)) return std::nullopt;
+    const auto scaled = [&](double side) { return std::max(1L, std::lround(side * kVectorSide / longer)); };
+    auto pixels = makePixels(scaled(size.width), scaled(size.height));
+    if (!pixels || !draw(*pixels)) return std::nullopt;
+    return Image(std::move(pixels), size);
+  }
+
+ private:
+  /// Of a picture that gives none, that of its view box, or as far as its shapes reach.
+  Size naturalSize() const {
+    Size size;
+    if (functions_.sizeInPixels(svg_, &size.width, &size.height)) return size;
+    gboolean has = FALSE;
+    RsvgLength ignored{};
+    RsvgRectangle box{};
+    functions_.dimensions(svg_, nullptr, &ignored, nullptr, &ignored, &has, &box);
+    if (has) return {box.width, box.height};
+    const RsvgRectangle viewport{0, 0, kVectorSide, kVectorSide};
+    if (!functions_.geometry(svg_, nullptr, &viewport, &box, nullptr, nullptr)) return {};
+    return {box.x + box.width, box.y + box.height};
+  }
+
+  bool draw(Pixels& pixels) const {
+    auto& rgba = pixels.rgba;
+    auto* const surface =
+        functions_.makeSurface(rgba.data(), CAIRO_FORMAT_ARGB32, pixels.width, pixels.height, pixels.width * 4);
+    auto* const context = functions_.makeContext(surface);
+    const RsvgRectangle viewport{0, 0, static_cast<double>(pixels.width), static_cast<double>(pixels.height)};
+    const bool isDrawn = functions_.render(svg_, context, &viewport, nullptr);
+    functions_.destroyContext(context);
+    functions_.destroySurface(surface);
+    for (std::size_t i = 0; i < rgba.size(); i += 4) {
+      std::uint32_t argb = 0;
+      std::memcpy(&argb, &rgba[i], 4);
+      for (const unsigned shift : {16U, 8U, 0U, 24U}) rgba[i++] = static_cast<std::uint8_t>(argb >> shift);
+      i -= 4;
+    }
+    unpremultiply(pixels);
+    return isDrawn;
+  }
+
+  Bytes bytes_;
+  RsvgFunctions functions_{};
+  RsvgHandle* svg_ = nullptr;
+};
+
+/// A thread's stack, whose memory is taken page by page as it is used.
+class LargeStack {
+ public:
+  LargeStack()
+      : start_(mmap(nullptr, kStackSize, PROT_READ | PROT_WRITE,
+                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK | MAP_NORESERVE, -1, 0)) {}
+  LargeStack(const LargeStack&) = delete;
+  LargeStack& operator=(const LargeStack&) = delete;
+  ~LargeStack() {
+    if (start_ != MAP_FAILED) munmap(start_, kStackSize);
+  }
+
+  /// Runs `function` on it and waits. False where there is no such stack or no thread; then it did not run.
+  bool run(void* (*function)(void*), void* argument) const {
+    pthread_attr_t attributes;
+    sigset_t signals;
+    pthread_t thread{};
+    if (start_ == MAP_FAILED || pthread_attr_init(&attributes) != 0) return false;
+    sigfillset(&signals);  // the host's handlers run on the host's threads
+    const bool isStarted = pthread_attr_setstack(&attributes, start_, kStackSize) == 0 &&
+                           pthread_attr_setsigmask_np(&attributes, &signals) == 0 &&
+                           pthread_create(&thread, &attributes, function, argument) == 0;
+    pthread_attr_destroy(&attributes);
+    return isStarted && pthread_join(thread, nullptr) == 0;
+  }
+
+ private:
+  void* start_;
+};
+
+}  // namespace
+
+std::optional<Image> decodeSvg(Bytes bytes) {
+  struct {
+    Bytes bytes;
+    std::optional<Image> image;
+  } job{bytes, std::nullopt};
+  if (bytes.size() > kMaxText) return std::nullopt;
+  LargeStack().run(
+      [](void* argument) -> void* {
+        auto& [text, image] = *static_cast<decltype(job)*>(argument);
+        image = SvgReader(text).read();
+        return nullptr;
+      },
+      &job);
+  return std::move(job.image);
+}
+
+}  // namespace quill

@@ -1,0 +1,137 @@
+#include <tiffio.h>
+
+#include <algorithm>
+#include <bit>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "codecs.h"
+#include "pixels.h"
+#include "shared_library.h"
+
+namespace quill {
+namespace {
+
+/// One allocation of the library's: a strip may hold the whole picture, with 16 bits a channel.
+constexpr tmsize_t kMaxAllocation = kMaxSide * kMaxSide * 8;
+
+struct TiffFunctions {
+  SharedLibrary library{QUILL_TIFF_LIBRARY};
+  decltype(&TIFFOpenOptionsAlloc) makeOptions;
+  decltype(&TIFFOpenOptionsFree) freeOptions;
+  decltype(&TIFFOpenOptionsSetMaxSingleMemAlloc) setMaxAllocation;
+  decltype(&TIFFOpenOptionsSetErrorHandlerExtR) setErrorHandler;
+  decltype(&TIFFOpenOptionsSetWarningHandlerExtR) setWarningHandler;
+  decltype(&TIFFClientOpenExt) open;
+  decltype(&TIFFClose) close;
+  decltype(&TIFFGetFieldDefaulted) field;
+  decltype(&TIFFReadRGBAImageOriented) readImage;
+
+  bool load() {
+    return library.find("TIFFOpenOptionsAlloc", makeOptions) && library.find("TIFFOpenOptionsFree", freeOptions) &&
+           library.find("TIFFOpenOptionsSetMaxSingleMemAlloc", setMaxAllocation) &&
+           library.find("TIFFOpenOptionsSetErrorHandlerExtR", setErrorHandler) &&
+           library.find("TIFFOpenOptionsSetWarningHandlerExtR", setWarningHandler) &&
+           library.find("TIFFClientOpenExt", open) && library.find("TIFFClose", close) &&
+           library.find("TIFFGetFieldDefaulted", field) && library.find("TIFFReadRGBAImageOriented", readImage);
+  }
+};
+
+/// The file as the library sees it.
+class TiffReader {
+ public:
+  explicit TiffReader(Bytes bytes) : bytes_(bytes) {}
+  TiffReader(const TiffReader&) = delete;
+  TiffReader& operator=(const TiffReader&) = delete;
+  ~TiffReader() {
+    if (tiff_) functions_.close(tiff_);
+  }
+
+  std::shared_ptr<Pixels> read() {
+    if (!functions_.load() || !open()) return nullptr;
+    std::uint32_t width = 0;
+    std::uint32_t height = 0;
+    std::uint16_t compression = 0;
+    std::uint16_t orientation = 0;
+    functions_.field(tiff_, TIFFTAG_IMAGEWIDTH, &width);
+    functions_.field(tiff_, TIFFTAG_IMAGELENGTH, &height);
+    functions_.field(tiff_, TIFFTAG_COMPRESSION, &compression);
+    functions_.field(tiff_, TIFFTAG_ORIENTATION, &orientation);
+    auto pixels = isUsual(compression) ? makePixels(width, height) : nullptr;
+    if (!pixels) return nullptr;
+    // A pixel is a number whose lowest byte is red: in memory red comes first but on big-endian machines.
+    auto* const raster = reinterpret_cast<std::uint32_t*>(pixels->rgba.data());  // NOLINT(*-reinterpret-cast)
+    if (functions_.readImage(tiff_, width, height, raster, orientation, 1) == 0 || hasFailed_) return nullptr;
+    if constexpr (std::endian::native == std::endian::big) {
+      for (std::size_t i = 0; i < pixels->rgba.size(); i += 4) std::reverse(&pixels->rgba[i], &pixels->rgba[i] + 4);
+    }
+    unpremultiply(*pixels);
+    putUpright(*pixels, orientation);
+    return pixels;
+  }
+
+ private:
+  /// What icons are packed with; the library has codecs for much more.
+  static bool isUsual(unsigned compression) {
+    return compression == COMPRESSION_NONE || compression == COMPRESSION_LZW || compression == COMPRESSION_PACKBITS ||
+           compression == COMPRESSION_ADOBE_DEFLATE || compression == COMPRESSION_DEFLATE;
+  }
+
+  bool open() {
+    auto* const options = functions_.makeOptions();
+    if (!options) return false;
+    functions_.setMaxAllocation(options, kMaxAllocation);
+    functions_.setErrorHandler(options, failed, this);
+    functions_.setWarningHandler(
+        options, [](TIFF*, void*, const char*, const char*, va_list) { return 1; }, nullptr);
+    tiff_ = functions_.open("", "r", this, read, write, seek, close, size, map, unmap, options);
+    functions_.freeOptions(options);
+    return tiff_ != nullptr;
+  }
+
+  static TiffReader& self(thandle_t handle) { return *static_cast<TiffReader*>(handle); }
+
+  static int failed(TIFF*, void* reader, const char*, const char*, va_list) {
+    self(reader).hasFailed_ = true;
+    return 1;
+  }
+  static tmsize_t read(thandle_t handle, void* to, tmsize_t count) {
+    auto& reader = self(handle);
+    const auto from = std::min<std::uint64_t>(reader.at_, reader.bytes_.size());
+    const auto taken =
+        std::min<std::uint64_t>(reader.bytes_.size() - from, static_cast<std::uint64_t>(std::max<tmsize_t>(count, 0)));
+    if (taken > 0) std::memcpy(to, reader.bytes_.data() + from, taken);
+    reader.at_ = from + taken;
+    return static_cast<tmsize_t>(taken);
+  }
+  static tmsize_t write(thandle_t, void*, tmsize_t) { return 0; }
+  static toff_t seek(thandle_t handle, toff_t offset, int whence) {
+    auto& reader = self(handle);
+    const std::uint64_t start = whence == SEEK_SET ? 0 : whence == SEEK_CUR ? reader.at_ : reader.bytes_.size();
+    return reader.at_ = start + offset;
+  }
+  static int close(thandle_t) { return 0; }
+  static toff_t size(thandle_t handle) { return self(handle).bytes_.size(); }
+  static int map(thandle_t handle, void** base, toff_t* count) {
+    *base = const_cast<std::uint8_t*>(self(handle).bytes_.data());  // NOLINT(*-const-cast): opened to be read only
+    *count = self(handle).bytes_.size();
+    return 1;
+  }
+  static void unmap(thandle_t, void*, toff_t) {}
+
+  TiffFunctions functions_{};
+  Bytes bytes_;
+  std::uint64_t at_ = 0;
+  bool hasFailed_ = false;
+  TIFF* tiff_ = nullptr;
+};
+
+}  // namespace
+
+std::optional<Image> decodeTiff(Bytes bytes) {
+  if (auto pixels = TiffReader(bytes).read()) return imageOf(std::move(pixels));
+  return std::nullopt;
+}
+
+}  // namespace quill

@@ -1,0 +1,80 @@
+"""A sandbox as Flatpak makes one, in a session of panel_session: its own home, a bus that shows the watcher and the
+portals alone. Outside of it a portal that opens nothing, but notes what it is asked for.
+"""
+
+import os
+import pathlib
+import shutil
+import subprocess
+
+import panel_session
+
+PORTAL = "org.freedesktop.portal.Desktop"
+PORTAL_XML = """<node><interface name="org.freedesktop.portal.OpenURI"><method name="OpenURI">
+<arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="a{sv}" direction="in"/><arg type="o" direction="out"/>
+</method></interface></node>"""
+
+
+class Sandbox:
+    def __init__(self, session):
+        """NotInstalled where no sandbox can be made here."""
+        missing = [program for program in ("bwrap", "xdg-dbus-proxy") if not shutil.which(program)]
+        try:
+            from gi.repository import Gio, GLib
+        except ImportError:
+            missing.append("python3-gi")
+        if missing:
+            raise panel_session.NotInstalled(", ".join(missing))
+        self.home = session.directory / "sandboxed"
+        self.home.mkdir()
+        self.home.chmod(0o777)  # the session may be another user's, and bwrap takes no one's capabilities
+        proxy = session.directory / "proxy"
+        information = session.directory / "flatpak-info"
+        information.write_text("[Application]\nname=quill.test.Host\n")
+        host = pathlib.Path(os.environ["PANEL_HOST"])
+        shown = [path for path in ("/usr", "/etc", "/lib", "/lib64", "/bin") if os.path.exists(path)]
+        shown += [host.parent, os.environ["LIBRARY_PATH"], *session.directory.glob("*.png")]
+        outside = session.environment["DBUS_SESSION_BUS_ADDRESS"]
+        inside = session.environment["XDG_RUNTIME_DIR"] + "/bus"
+        self.command = ["setpriv", "--inh-caps=-all", "--ambient-caps=-all", "bwrap", "--unshare-pid", "--die-with-parent"]
+        self.command += ["--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp"]
+        for path in shown:
+            self.command += ["--ro-bind", path, path]
+        self.command += ["--ro-bind", information, "/.flatpak-info", "--bind", self.home, session.environment["HOME"]]
+        probe = subprocess.run(session.prefix(self.command + ["/bin/true"]), stderr=subprocess.PIPE, text=True)
+        if probe.returncode != 0:
+            raise panel_session.NotInstalled(f"bwrap is refused: {probe.stderr.strip()}")
+        self.command += ["--bind", proxy, inside, "--setenv", "DBUS_SESSION_BUS_ADDRESS", "unix:path=" + inside, host]
+        talk = [f"--talk={name}" for name in (panel_session.WATCHER, "org.freedesktop.portal.*")]
+        session.spawn(["xdg-dbus-proxy", outside, proxy, "--filter", *talk])
+        panel_session.wait_for(proxy.exists, "filtered bus")
+        self.urls = []
+        kind = Gio.DBusConnectionFlags
+        flags = kind.AUTHENTICATION_CLIENT | kind.MESSAGE_BUS_CONNECTION
+        self.bus = Gio.DBusConnection.new_for_address_sync(outside, flags, None, None)
+        interface = Gio.DBusNodeInfo.new_for_xml(PORTAL_XML).interfaces[0]
+        self.bus.register_object("/org/freedesktop/portal/desktop", interface, self._open, None, None)
+        Gio.bus_own_name_on_connection(self.bus, PORTAL, Gio.BusNameOwnerFlags.NONE, None, None)
+        self._iterate = lambda: GLib.MainContext.default().iteration(False)
+        self._variant = GLib.Variant
+
+    def _open(self, _bus, _sender, _path, _interface, _method, arguments, invocation):
+        self.urls.append(arguments.unpack()[1])
+        invocation.return_value(self._variant("(o)", ("/org/freedesktop/portal/desktop/request/1",)))
+
+    def wait_for_url(self):
+        panel_session.wait_for(lambda: (self._iterate(), self.urls)[1], "URL at the portal", pause=0.01)
+        return self.urls[-1]
+
+    def item_properties(self):
+        """Those of the one item in the bar."""
+
+        def get_all(name, path, interface):
+            arguments = self._variant("(s)", (interface,))
+            return self.bus.call_sync(
+                name, path, "org.freedesktop.DBus.Properties", "GetAll", arguments, None, 0, -1, None
+            ).unpack()[0]
+
+        (item,) = get_all(panel_session.WATCHER, "/StatusNotifierWatcher", panel_session.WATCHER)["RegisteredStatusNotifierItems"]
+        name, _, path = item.partition("/")
+        return get_all(name, "/" + path, "org.kde.StatusNotifierItem")
