@@ -67,6 +67,19 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
   EXPECT_EQ(countIn(runtime), 0);
 }
 
+TEST_F(SymbolicIcon, StaysForAMomentAfterItWasReplaced) {
+  showIn("org.gnome.Shell");
+  const fs::path folder = read("IconThemePath");
+  for (const int number : {2, 3, 4}) {
+    item->button()->setImage(image(number));
+    panel->takeSignals();
+  }
+  manager->setMainIcon(image(5));
+  panel->takeSignals();
+  EXPECT_EQ(countIn(folder), 5);
+  EXPECT_TRUE(runUntil([&] { return countIn(folder) == 1; }));
+}
+
 TEST_F(SymbolicIcon, IsChosenAgainForEachWatcher) {
   showIn("org.example.Panel");
   const Peer shell(bus, {"org.gnome.Shell"});  // which is not the watcher
