@@ -58,10 +58,26 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
     EXPECT_EQ(countIn(folder), 3);
   }
   EXPECT_EQ(countIn(folder), 2);
+  manager->setMenuItems({{"a", "snake_case_name", true, ""}});
+  panel->takeSignals();
+  EXPECT_THAT(panel->menu(), ::testing::HasSubstr("'snake__case_name'"));  // its label is made for this panel
   EXPECT_EXIT((item.reset(), desktop.removeFiles(), _exit(0)), ExitedWithCode(0), "");
   EXPECT_EQ(countIn(folder), 2) << "a child leaves its parent's files alone";
   item.reset();
   EXPECT_EQ(countIn(runtime), 0);
+}
+
+TEST_F(SymbolicIcon, StaysForAMomentAfterItWasReplaced) {
+  showIn("org.gnome.Shell");
+  const fs::path folder = read("IconThemePath");
+  for (const int number : {2, 3, 4}) {
+    item->button()->setImage(image(number));
+    panel->takeSignals();
+  }
+  manager->setMainIcon(image(5));
+  panel->takeSignals();
+  EXPECT_EQ(countIn(folder), 5);
+  EXPECT_TRUE(runUntil([&] { return countIn(folder) == 1; }));
 }
 
 TEST_F(SymbolicIcon, IsChosenAgainForEachWatcher) {

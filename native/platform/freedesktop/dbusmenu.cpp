@@ -39,11 +39,11 @@ void appendVariant(MessageWriter& to, const EntryValue& value) {
 }
 
 /// Those of `properties` that are not at their defaults, and those in `always`.
-void appendProperties(MessageWriter& to, const MenuEntry& entry, EntryProperties properties,
+void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
                       EntryProperties always = {}) {
   to.container('a', "{sv}", [&] {
     properties.forEach([&](EntryProperty property) {
-      auto value = entry.value(property);
+      auto value = entry.value(property, panel);
       if (!value && always.contains(property)) value = defaultOf(property);
       if (!value) return;
       to.container('e', "sv", [&] {
@@ -55,16 +55,16 @@ void appendProperties(MessageWriter& to, const MenuEntry& entry, EntryProperties
 }
 
 /// What the fields of an entry's structure hold, down to `depth` levels below it.
-void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, EntryProperties properties,
-                 std::int32_t depth) {
+void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
+                 EntryProperties properties, std::int32_t depth) {
   const auto& entries = layout.entries();
   to.append(layout.idOf(index));
-  appendProperties(to, entries[index], properties);
+  appendProperties(to, entries[index], panel, properties);
   to.container('a', "v", [&] {
     if (depth == 0) return;
     for (auto child = index + 1; child < entries[index].end && to.result() >= 0; child = entries[child].end) {
       to.container('v', "(ia{sv}av)", [&] {
-        to.container('r', kEntrySignature, [&] { appendEntry(to, layout, child, properties, depth - 1); });
+        to.container('r', kEntrySignature, [&] { appendEntry(to, layout, child, panel, properties, depth - 1); });
       });
     }
   });
@@ -175,7 +175,7 @@ int DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& 
       if (change.updated.empty()) continue;
       to.container('r', "ia{sv}", [&] {
         to.append(change.id);
-        appendProperties(to, layout.entries()[*layout.indexOf(change.id)], change.updated, change.updated);
+        appendProperties(to, layout.entries()[*layout.indexOf(change.id)], panel_, change.updated, change.updated);
       });
     }
   });
@@ -206,7 +206,7 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
   if (depth < 0) depth = std::numeric_limits<std::int32_t>::max();
   result = reply(call, [&](MessageWriter& to) {
     to.append(history_.revision());
-    to.container('r', kEntrySignature, [&] { appendEntry(to, layout, *index, properties, depth); });
+    to.container('r', kEntrySignature, [&] { appendEntry(to, layout, *index, panel_, properties, depth); });
   });
   if (result >= 0) history_.noteRead();
   return result;
@@ -223,7 +223,7 @@ int DBusMenu::getGroupProperties(sd_bus_message* call, sd_bus_error* error) {
     const auto append = [&](std::size_t index) {
       to.container('r', "ia{sv}", [&] {
         to.append(layout.idOf(index));
-        appendProperties(to, layout.entries()[index], properties);
+        appendProperties(to, layout.entries()[index], panel_, properties);
       });
     };
     to.container('a', "(ia{sv})", [&] {
@@ -254,7 +254,7 @@ int DBusMenu::getProperty(sd_bus_message* call, sd_bus_error* error) {
     return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_PROPERTY, "Menu entries have no property of that name");
   }
   return reply(call, [&](MessageWriter& to) {
-    appendVariant(to, layout.entries()[*index].value(*property).value_or(defaultOf(*property)));
+    appendVariant(to, layout.entries()[*index].value(*property, panel_).value_or(defaultOf(*property)));
   });
 }
 

@@ -78,7 +78,8 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_SIGNAL("NewMenu", "", 0),
     SD_BUS_VTABLE_END};
 
-Item::Item(Bus& bus, std::function<void(EventType)> clicked) : bus_(bus), clicked_(std::move(clicked)) {}
+Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
+    : bus_(bus), clicked_(std::move(clicked)), replaced_(queue) {}
 
 void Item::exportOn(sd_bus* bus) {
   sd_bus_slot* slot = nullptr;
@@ -104,6 +105,7 @@ void Item::show(const StatusItem& item) {
   image_ = image;
   auto icon = image ? iconRenderingOf(*image) : nullptr;
   if (icon == icon_ || (icon && icon_ && icon->looksLike(*icon_))) return;
+  replaced_.keep(symbolicFile());
   icon_ = std::move(icon);
   writeSymbolicIcon();
   signal("NewIcon");
@@ -126,6 +128,10 @@ void Item::writeSymbolicIcon() const {
   if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_);
 }
 
+std::shared_ptr<const IconFile> Item::symbolicFile() const {
+  return symbolicIcons_ && icon_ ? icon_->symbolic()->fileIn(symbolicIcons_) : nullptr;
+}
+
 void Item::signal(const char* member) {
   if (sd_bus* bus = bus_.forSignals()) sd_bus_emit_signal(bus, kPath, kInterface, member, nullptr);
 }
@@ -146,8 +152,8 @@ int Item::provideXdgActivationToken(sd_bus_message* call) {
 void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
 
 void Item::appendIconName(MessageWriter& to) const {
-  const bool isSymbolic = symbolicIcons_ && icon_;
-  to.append(isSymbolic ? icon_->symbolic()->nameIn(symbolicIcons_) : std::string());
+  const auto file = symbolicFile();
+  to.append(file ? file->name() : std::string());
 }
 
 void Item::appendIconThemePath(MessageWriter& to) const {

@@ -10,6 +10,7 @@
 #include "bus.h"
 #include "icon_folder.h"
 #include "icon_rendering.h"
+#include "replaced_icons.h"
 #include "status_item.h"
 
 namespace quill::freedesktop {
@@ -22,7 +23,7 @@ class Item {
   static constexpr auto kPath = "/StatusNotifierItem";
 
   /// `clicked` is called from within the bus's dispatch, after the panel has its answer.
-  Item(Bus& bus, std::function<void(EventType)> clicked);
+  Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked);
   Item(const Item&) = delete;
   Item& operator=(const Item&) = delete;
 
@@ -60,6 +61,8 @@ class Item {
   static int get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*);
 
   void writeSymbolicIcon() const;
+  /// Null where the panel reads pixels.
+  std::shared_ptr<const IconFile> symbolicFile() const;
   void signal(const char* member);
 
   Bus& bus_;
@@ -70,6 +73,7 @@ class Item {
   std::optional<Image> image_;                 // the one that icon_ shows
   std::shared_ptr<const IconRendering> icon_;  // null: no icon
   std::shared_ptr<IconFolder> symbolicIcons_;
+  ReplacedIcons replaced_;
   std::string activationToken_;
   SlotHandle slot_;
 };

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "menu.h"
+#include "panel_kind.h"
 
 namespace quill::freedesktop {
 
@@ -83,8 +84,8 @@ struct MenuEntry {
   bool isChoosable = true;
   bool hasSubmenu = false;
 
-  /// Empty where the default holds.
-  std::optional<EntryValue> value(EntryProperty property) const;
+  /// As `panel` is told it; empty where the default holds.
+  std::optional<EntryValue> value(EntryProperty property, PanelKind panel) const;
 };
 
 /// A menu and all menus below it in one list, each entry before those below it, under ids that are

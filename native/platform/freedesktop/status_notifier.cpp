@@ -19,10 +19,11 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Sy
               menu_.withdraw();
               watcher_.leave();
             }}),
-      item_(bus_, [this](EventType type) { clicked(type); }),
+      item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, queue),
-      watcher_(queue, Item::kPath, [this, &symbolicIcons](bool recolours) {
-        item_.offerSymbolicIcons(recolours ? symbolicIcons.open() : nullptr);
+      watcher_(queue, Item::kPath, [this, &symbolicIcons](PanelKind panel) {
+        item_.offerSymbolicIcons(panel != PanelKind::other ? symbolicIcons.open() : nullptr);
+        menu_.offerTo(panel);
       }) {}
 
 void StatusNotifier::present(const StatusItem& item) {

@@ -22,9 +22,9 @@ void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder) {
   file_ = svg.empty() ? nullptr : folder->file(symbolicName(svg), svg);
 }
 
-std::string SymbolicIcon::nameIn(const std::shared_ptr<IconFolder>& folder) const {
+std::shared_ptr<const IconFile> SymbolicIcon::fileIn(const std::shared_ptr<IconFolder>& folder) const {
   const std::lock_guard lock(mutex_);
-  return file_ && folder_.lock() == folder ? file_->name() : std::string();
+  return folder_.lock() == folder ? file_ : nullptr;
 }
 
 SymbolicIcons::SymbolicIcons() : pruneAt_(kFirstPrune) {}

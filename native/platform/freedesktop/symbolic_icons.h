@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include "icon_folder.h"
@@ -19,8 +18,8 @@ class SymbolicIcon {
 
   /// Once for each folder, also where that fails: a tick shows what is there, and tries nothing.
   void writeTo(const std::shared_ptr<IconFolder>& folder);
-  /// What a panel finds it by in `folder`; empty where it is not there.
-  std::string nameIn(const std::shared_ptr<IconFolder>& folder) const;
+  /// Its file in `folder`; null where it is not there.
+  std::shared_ptr<const IconFile> fileIn(const std::shared_ptr<IconFolder>& folder) const;
 
  private:
   const Shape shape_;
