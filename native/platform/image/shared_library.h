@@ -24,6 +24,7 @@ class SharedLibrary {
 };
 
 /// A member of the function's own name and type.
-#define QUILL_FUNCTION(name) decltype(&::name) name = reinterpret_cast<decltype(&::name)>(find(#name))
+#define QUILL_FUNCTION(name) /* NOLINT(bugprone-macro-parentheses) */ \
+  decltype(&::name) name = reinterpret_cast<decltype(&::name)>(find(#name))
 
 }  // namespace quill
