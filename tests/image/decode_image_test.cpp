@@ -192,7 +192,8 @@ TEST(DecodeImage, VectorsAreDrawnAtOneSize) {
   EXPECT_THAT(std::vector<int>(rgba.begin(), rgba.begin() + 4), testing::ElementsAre(255, 128, 0, 128));
 }
 
-/// What the library would crash on, take gigabytes for, or leave threads behind for; the rest is drawn still.
+/// What librsvg would crash on, take gigabytes for, print of or leave threads behind for. Of what is nested deeply it
+/// may say itself that it is too much; the rest is drawn still.
 TEST(DecodeImage, AVectorHarmsNobody) {
   const auto chain = [](int count, const std::string& start, const std::string& link, const std::string& end) {
     std::ostringstream all;
@@ -227,8 +228,8 @@ TEST(DecodeImage, AVectorHarmsNobody) {
   ::testing::internal::CaptureStderr();
   for (const auto& [name, body] : cases) {
     const auto image = decodeSvg("width='22' height='22'", body + "<rect x='20' y='20' width='2' height='2'/>");
-    ASSERT_TRUE(image) << name;
-    EXPECT_EQ(image->pixels()->rgba.back(), 255) << name;
+    EXPECT_TRUE(image || body.size() > 10'000) << name;
+    EXPECT_TRUE(!image || image->pixels()->rgba.back() == 255) << name;
     EXPECT_EQ(threads(), before) << name;
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");

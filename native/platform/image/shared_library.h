@@ -23,7 +23,9 @@ class SharedLibrary {
   bool isComplete_;
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): a declaration has no place for them
 /// A member of the function's own name and type.
 #define QUILL_FUNCTION(name) decltype(&::name) name = reinterpret_cast<decltype(&::name)>(find(#name))
+// NOLINTEND(bugprone-macro-parentheses)
 
 }  // namespace quill

@@ -18,13 +18,13 @@ namespace {
 /// However large it says it is, it is drawn with this many pixels on its longer side: twice what the sharpest bars
 /// show.
 constexpr int kVectorSide = 88;
-constexpr std::size_t kMaxText = 1'048'576;
+constexpr std::size_t kMaxText = 1'048'576;  // bytes
 /// The library reads nested selectors, and follows masks of masks, by calling itself, and the longest text can hold two
 /// hundred thousand of them. Of this only what is used takes memory, and that until the picture is drawn.
 constexpr std::size_t kStackSize = std::size_t{2} * 1024 * 1024 * 1024;
 
-/// What would take memory without bound, or leave threads in the process: they are left out, before anything of them is
-/// made. Tiles and embedded pictures are as large as they say; filters and fonts have threads of their own.
+/// What would harm a host is left out before anything of it is made: filters start threads that stay, and may never
+/// end; fonts print warnings; tiles and embedded pictures take as much memory as they say.
 constexpr std::string_view kLeftOut =
     "*{filter:none!important}"
     "image,text,pattern>*{display:none!important}";

@@ -101,7 +101,12 @@ class TiffReader : TiffLibrary {
   }
   static int close(thandle_t) { return 0; }
   static toff_t size(thandle_t handle) { return self(handle).bytes_.size(); }
-  static int map(thandle_t, void**, toff_t*) { return 0; }  // it is read instead
+  /// What is not mapped is read in blocks of 1 KiB, and smaller tiles are refused for it.
+  static int map(thandle_t handle, void** base, toff_t* count) {
+    *base = const_cast<std::uint8_t*>(self(handle).bytes_.data());  // NOLINT(*-const-cast): opened to be read only
+    *count = self(handle).bytes_.size();
+    return 1;
+  }
   static void unmap(thandle_t, void*, toff_t) {}
 
   Bytes bytes_;
