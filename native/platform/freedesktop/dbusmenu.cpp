@@ -15,6 +15,8 @@ constexpr auto kEntrySignature = "ia{sv}av";
 constexpr std::string_view kClicked = "clicked";
 /// Names of properties in one call: there are nine.
 constexpr int kMaxNames = 256;
+/// Ids in one call; to look them up takes some milliseconds.
+constexpr std::size_t kMaxIds = 250'000;
 
 void appendVariant(MessageWriter& to, const EntryValue& value) {
   if (const auto* flag = std::get_if<bool>(&value)) {
@@ -70,7 +72,7 @@ void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index,
 
 /// For what would hold up the host's main loop.
 int refuseSize(sd_bus_error* error) {
-  return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "More than any menu has");
+  return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "More than a menu is asked or told at once");
 }
 
 /// Reads a list of names, of which an empty one means all. Negative: the error.
@@ -93,7 +95,7 @@ int readIds(sd_bus_message* from, std::span<const std::int32_t>& ids, sd_bus_err
   std::size_t size = 0;
   const int result = sd_bus_message_read_array(from, 'i', &data, &size);
   if (size > 0) ids = {static_cast<const std::int32_t*>(data), size / sizeof(std::int32_t)};
-  return ids.size() > MenuLayout::kMaxEntries ? refuseSize(error) : result;
+  return ids.size() > kMaxIds ? refuseSize(error) : result;
 }
 
 /// Answers `call` with what `fill` puts in.

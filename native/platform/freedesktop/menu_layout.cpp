@@ -13,6 +13,8 @@ namespace {
 
 /// A bus takes messages that nest 64 deep, and each menu inside another is three levels.
 constexpr int kMaxDepth = 16;
+/// Where menus hold each other, or hold more entries than a message could, the rest is left out.
+constexpr std::size_t kMaxEntries = 1'000'000;
 
 constexpr std::array<std::string_view, kEntryProperties> kNames = {
     "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display", "icon-name"};
@@ -44,7 +46,7 @@ std::optional<Shortcut> shortcutFor(const std::string& keyEquivalent, ModifierFl
 
 void collect(const Menu& menu, int depth, PlacedItems& placed) {
   for (auto& item : menu.items()) {
-    if (placed.size() >= MenuLayout::kMaxEntries) return;
+    if (placed.size() >= kMaxEntries) return;
     if (!item) continue;
     const auto submenu = item->submenu;
     placed.push_back({std::move(item), depth});
@@ -199,8 +201,7 @@ MenuHistory::Update MenuHistory::show(const Menu* menu) {
   if (auto changes = current_.takeOver(items)) return {std::move(*changes), false};
   auto firstId = current_.nextId();
   // Ids start over before they run out; those of the menus on show are 2^31 newer by then.
-  if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(MenuLayout::kMaxEntries))
-    firstId = 1;
+  if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(kMaxEntries)) firstId = 1;
   auto before = std::exchange(current_, MenuLayout(items, static_cast<std::int32_t>(firstId)));
   if (std::exchange(isRead_, false)) readBefore_ = std::move(before);
   ++revision_;

@@ -93,8 +93,6 @@ struct MenuEntry {
 class MenuLayout {
  public:
   static constexpr std::int32_t kRootId = 0;
-  /// Where menus hold each other, or hold more entries than a message could, the rest is left out.
-  static constexpr std::size_t kMaxEntries = 1'000'000;
 
   /// `firstId` is the id of the first entry after the root. The items are kept, but not the menu: who replaces it
   /// decides when it goes.
