@@ -50,7 +50,7 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
     item->button()->setImage(shown);
     EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()"));
     std::ifstream file(folder / (read("IconName") + ".svg"));
-    EXPECT_EQ(std::string(std::istreambuf_iterator(file), {}), symbolicSvg(shapeOf(pixels(number))));
+    EXPECT_EQ(std::string(std::istreambuf_iterator(file), {}), symbolicSvg(shapeOf(pixels(number)), PanelKind::gnome));
   }
   EXPECT_EQ(fs::last_write_time(folder), written);  // a tick touches no file
   {
@@ -78,6 +78,17 @@ TEST_F(SymbolicIcon, StaysForAMomentAfterItWasReplaced) {
   panel->takeSignals();
   EXPECT_EQ(countIn(folder), 5);
   EXPECT_TRUE(runUntil([&] { return countIn(folder) == 1; }));
+}
+
+TEST_F(SymbolicIcon, IsDrawnAnewInPlasmasNewColours) {
+  showIn("org.kde.kded5");
+  for (const int round : {1, 2}) {
+    for (const char* change : {"(0, 0)", "(2, 0)"}) {  // at once, and so one
+      panel->emit("/KGlobalSettings", "org.kde.KGlobalSettings", "notifyChange", change);
+    }
+    EXPECT_TRUE(runUntil([&] { return !panel->signals.empty(); })) << round;
+    EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()")) << round;
+  }
 }
 
 TEST_F(SymbolicIcon, IsChosenAgainForEachWatcher) {

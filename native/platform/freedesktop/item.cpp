@@ -111,7 +111,8 @@ void Item::show(const StatusItem& item) {
   signal("NewIcon");
 }
 
-void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
+void Item::offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder) {
+  panel_ = panel;
   if (folder == symbolicIcons_) return;
   symbolicIcons_ = std::move(folder);
   writeSymbolicIcon();
@@ -123,9 +124,13 @@ void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
   signal("NewIcon");
 }
 
+void Item::repaint() {
+  if (symbolicFile()) signal("NewIcon");
+}
+
 /// An image that was prepared is there already.
 void Item::writeSymbolicIcon() const {
-  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_);
+  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_, panel_);
 }
 
 std::shared_ptr<const IconFile> Item::symbolicFile() const {
