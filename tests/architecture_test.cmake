@@ -8,10 +8,12 @@ set(allowed_log "")
 set(allowed_platform "")
 set(allowed_platform/memory "")
 set(allowed_platform/freedesktop/icon "")
+set(allowed_platform/freedesktop/panel "")
 set(allowed_platform/freedesktop/menu unigbrk.h uniwidth.h)
 
 set(seen 0)
-foreach(folder exports tray_manager log platform platform/memory platform/freedesktop/icon platform/freedesktop/menu)
+foreach(folder exports tray_manager log platform platform/memory platform/freedesktop/icon
+        platform/freedesktop/menu platform/freedesktop/panel)
   file(GLOB files ${NATIVE}/${folder}/*.h ${NATIVE}/${folder}/*.cpp)
   foreach(file ${files})
     file(STRINGS ${file} includes REGEX "^#include <")

@@ -28,7 +28,7 @@ void appendVariant(MessageWriter& to, const EntryValue& value) {
   } else {
     to.container('v', "aas", [&] {
       to.container('a', "as", [&] {
-        const auto& keys = std::get<Shortcut>(value);
+        const auto& keys = std::get<KeyNames>(value);
         if (keys.empty()) return;
         to.container('a', "s", [&] {
           for (const auto& key : keys) to.append(key);

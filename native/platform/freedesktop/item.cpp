@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto kInterface = "org.kde.StatusNotifierItem";
 /// Tokens are a few dozen bytes; a longer one is nobody's.
-constexpr std::size_t kLongestToken = 4096;
+constexpr std::size_t kMaxToken = 4096;
 
 const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
 
@@ -150,7 +150,7 @@ int Item::click(sd_bus_message* call, EventType type) {
 int Item::provideXdgActivationToken(sd_bus_message* call) {
   const char* token = nullptr;
   if (const int result = sd_bus_message_read(call, "s", &token); result < 0) return result;
-  if (const std::string_view given(token); given.size() <= kLongestToken) activationToken_ = given;
+  if (const std::string_view given(token); given.size() <= kMaxToken) activationToken_ = given;
   return sd_bus_reply_method_return(call, nullptr);
 }
 

@@ -27,7 +27,7 @@ class ThemeChanges {
   SlotHandle match_;
   std::function<void()> changed_;
   bool isDue_ = false;  // however often it is said, it is acted upon once in a while
-  DueCall timer_;
+  OneShotTimer timer_;
 };
 
 }  // namespace quill::freedesktop

@@ -9,7 +9,7 @@ constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 constexpr auto kWatcherPath = "/StatusNotifierWatcher";
 
 constexpr std::chrono::milliseconds kFirstDelay{100};
-constexpr std::chrono::milliseconds kLongestDelay{10'000};
+constexpr std::chrono::milliseconds kMaxDelay{10'000};
 /// The first attempt and seven more within 13 s.
 constexpr int kAttempts = 8;
 
@@ -27,7 +27,7 @@ Watcher::Watcher(GlibMainQueue& queue, std::string path, std::function<void(Pane
     : path_(std::move(path)),
       found_(std::move(found)),
       owner_(kWatcher, [this] { ownerChanged(); }),
-      backoff_(kFirstDelay, kLongestDelay),
+      backoff_(kFirstDelay, kMaxDelay),
       retry_(queue, [this] { registerItem(); }) {}
 
 void Watcher::follow(sd_bus* bus) {

@@ -46,7 +46,7 @@ class Watcher {
   PanelKind panel_ = PanelKind::other;
   Backoff backoff_;
   int attempts_ = 0;
-  DueCall retry_;
+  OneShotTimer retry_;
   SlotHandle registration_;
 };
 

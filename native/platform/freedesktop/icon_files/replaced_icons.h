@@ -30,7 +30,7 @@ class ReplacedIcons {
   void dropDue();
 
   std::deque<Kept> kept_;  ///< the oldest first
-  DueCall timer_;
+  OneShotTimer timer_;
 };
 
 }  // namespace quill::freedesktop

@@ -30,12 +30,12 @@ std::optional<std::string> keyNameFor(const std::string& key) {
 }
 
 /// Command is the Control of these desktops, except beside the real one.
-std::optional<Shortcut> shortcutFor(const std::string& keyEquivalent, ModifierFlags modifiers) {
+std::optional<KeyNames> shortcutFor(const std::string& keyEquivalent, ModifierFlags modifiers) {
   auto key = keyNameFor(keyEquivalent);
   if (!key) return std::nullopt;
   const bool control = modifiers.contains(kControl);
   const bool command = modifiers.contains(kCommand);
-  Shortcut shortcut;
+  KeyNames shortcut;
   if (control || command) shortcut.emplace_back("Control");
   if (modifiers.contains(kOption)) shortcut.emplace_back("Alt");
   if (modifiers.contains(kShift)) shortcut.emplace_back("Shift");
@@ -99,7 +99,7 @@ EntryValue defaultOf(EntryProperty property) {
     case EntryProperty::toggleState:
       return kNoToggleState;
     case EntryProperty::shortcut:
-      return Shortcut{};
+      return KeyNames{};
     case EntryProperty::type:
       return std::string("standard");
     case EntryProperty::label:

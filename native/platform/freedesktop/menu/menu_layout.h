@@ -33,8 +33,8 @@ std::string_view nameOf(EntryProperty property);
 std::optional<EntryProperty> entryPropertyNamed(std::string_view name);
 
 /// Modifier names, then the key.
-using Shortcut = std::vector<std::string>;
-using EntryValue = std::variant<bool, std::int32_t, std::string, Shortcut>;
+using KeyNames = std::vector<std::string>;
+using EntryValue = std::variant<bool, std::int32_t, std::string, KeyNames>;
 
 /// What the protocol takes for granted where a property is not sent.
 EntryValue defaultOf(EntryProperty property);
