@@ -25,7 +25,7 @@ namespace quill::fuzz {
 namespace {
 
 /// Turns of the main loop that one input may take: more is a loop that does not come to rest.
-constexpr int kMostTurns = 10'000;
+constexpr int kMaxTurns = 10'000;
 
 /// Where the item finds its bus: a name of the kernel's, no file.
 class Listener {
@@ -61,7 +61,7 @@ MessagePointer parse(std::string& bytes, std::size_t size) {
 
 /// Whether a bus passes it on for certain: GIO takes more names and signatures than a bus does.
 bool isCall(std::string& bytes) {
-  constexpr std::size_t kLongestSignature = 32;  // so that it is not too deep either
+  constexpr std::size_t kMaxSignature = 32;  // so that it is not too deep either
   const auto message = parse(bytes, bytes.size());
   if (!message || g_dbus_is_member_name(g_dbus_message_get_member(message.get())) == FALSE) return false;
   const std::string_view signature = g_dbus_message_get_signature(message.get());
@@ -69,7 +69,7 @@ bool isCall(std::string& bytes) {
     if (signature.substr(i).starts_with("()")) return false;
     if (signature[i] == '{' && (i == 0 || signature[i - 1] != 'a')) return false;
   }
-  return signature.size() <= kLongestSignature;
+  return signature.size() <= kMaxSignature;
 }
 
 /// The bus's end of the item's connection.
@@ -98,7 +98,7 @@ class Wire {
   }
   /// Runs the main loop until neither side has anything to say.
   void settle() {
-    while (g_main_context_iteration(nullptr, FALSE) != FALSE || receive()) require(++turns_ < kMostTurns);
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE || receive()) require(++turns_ < kMaxTurns);
   }
   /// Whether the item is gone from the bus.
   bool isClosed() const { return isClosed_; }

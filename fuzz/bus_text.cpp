@@ -9,8 +9,8 @@ namespace quill::fuzz {
 namespace {
 
 /// Arrays of more are cut: they would only cost time.
-constexpr std::size_t kMostBytes = 64 * 1024;
-constexpr int kDeepest = 64;
+constexpr std::size_t kMaxBytes = 64 * 1024;
+constexpr int kMaxDepth = 64;
 
 enum MessageType : char { kCall = 1, kReply = 2, kError = 3, kSignal = 4 };
 
@@ -88,7 +88,7 @@ void writeArray(Writer& to, std::string_view element, Words& words, int depth) {
   to.align(alignmentOf(element.empty() ? 'y' : element.front()));
   const auto start = to.bytes.size();
   auto before = to.bytes.size() - 1;  // elements without a byte would have no end
-  for (std::int64_t i = 0; i < count && to.bytes.size() < kMostBytes && to.bytes.size() > before; ++i) {
+  for (std::int64_t i = 0; i < count && to.bytes.size() < kMaxBytes && to.bytes.size() > before; ++i) {
     before = to.bytes.size();
     writeAll(to, element, words, depth + 1);
   }
@@ -134,8 +134,8 @@ void write(Writer& to, std::string_view type, Words& words, int depth) {
 }
 
 void writeAll(Writer& to, std::string_view signature, Words& words, int depth) {
-  if (depth > kDeepest) return;
-  for (std::size_t at = 0; at < signature.size() && to.bytes.size() < kMostBytes;) {
+  if (depth > kMaxDepth) return;
+  for (std::size_t at = 0; at < signature.size() && to.bytes.size() < kMaxBytes;) {
     const auto end = endOfType(signature, at);
     write(to, signature.substr(at, end - at), words, depth);
     at = end;

@@ -7,16 +7,16 @@
 namespace quill::fuzz {
 namespace {
 
-constexpr std::size_t kLongestSide = 64;
+constexpr std::size_t kMaxSide = 64;
 
 /// A picture as lines of text: a blank is clear, # is solid, and other bytes are their own opacity.
 /// What a line lacks is clear.
 Image imageOf(std::string_view text) {
   std::vector<std::string_view> rows;
   std::size_t width = 1;
-  while (rows.size() < kLongestSide) {
+  while (rows.size() < kMaxSide) {
     const auto end = std::min(text.find('\n'), text.size());
-    rows.push_back(text.substr(0, std::min(end, kLongestSide)));
+    rows.push_back(text.substr(0, std::min(end, kMaxSide)));
     width = std::max(width, rows.back().size());
     if (end == text.size()) break;
     text.remove_prefix(end + 1);

@@ -42,15 +42,24 @@ class Log:
         wait_for(is_written, "rest of the log", 60, pause=0.01)
 
 
+def is_open_log(link):
+    """Whether a descriptor is the log's, which is closed a moment after its lines are there."""
+    try:
+        return os.readlink(link).endswith(LOG)
+    except FileNotFoundError:
+        return True
+
+
 class Usage:
-    """What a host holds once its log is on disk."""
+    """What a host holds once its log is on disk: without what its allocator keeps for later, and the log itself."""
 
     def __init__(self, host, log):
         log.settle()
+        tell(host, "trim")
         process = pathlib.Path(f"/proc/{host.process.pid}")
         rollup = (process / "smaps_rollup").read_text()
         self.memory = int(re.search(r"^Private_Dirty: +(\d+) kB$", rollup, re.MULTILINE)[1])
-        self.descriptors = len(list((process / "fd").iterdir()))
+        self.descriptors = sum(not is_open_log(link) for link in (process / "fd").iterdir())
         self.threads = len(list((process / "task").iterdir()))
 
     def __str__(self):

@@ -2,7 +2,7 @@
 
 namespace quill {
 
-/// Positions and sizes in points; y grows upwards, as in the tray's own coordinate space.
+/// Positions and sizes in points. Whether y grows upwards or downwards is the view's own choice.
 struct Point {
   double x = 0.0;
   double y = 0.0;

@@ -2,9 +2,10 @@
  * A host that obeys. A line on standard input is one command; once it is carried out, and the bus was told, the
  * command's first word comes back on standard output, as does whatever the library tells its host.
  *
- *   items JSON    model TITLE    icon FILE    frame FILE    open URL    start    reset    create    end
+ *   items JSON    model TITLE    icon FILE    frame FILE    open URL    start    reset    create    trim    end
  */
 #include <gio/gio.h>
+#include <malloc.h>
 #include <quill_tray_manager.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -32,6 +33,9 @@ static void show_model(const char* title) {
   g_menu_append(menu, title, "app.none"); /* it is live */
 }
 
+/* Gives back what is free, so that a look at the process's memory sees what is held. */
+static void trim(void) { malloc_trim(0); }
+
 static const struct {
   const char* name;
   void (*call)(void);
@@ -43,7 +47,8 @@ static const struct {
                 {"open", NULL, quill_tray_manager_open_url},
                 {"start", quill_tray_manager_start_animation, NULL},
                 {"reset", quill_tray_manager_reset_animation, NULL},
-                {"create", quill_tray_manager_create, NULL}};
+                {"create", quill_tray_manager_create, NULL},
+                {"trim", trim, NULL}};
 
 static gboolean acknowledge(gpointer command) {
   printf("done: %s\n", (char*)command);

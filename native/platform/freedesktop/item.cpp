@@ -13,7 +13,7 @@ namespace {
 
 constexpr auto kInterface = "org.kde.StatusNotifierItem";
 /// Tokens are a few dozen bytes; a longer one is nobody's.
-constexpr std::size_t kLongestToken = 4096;
+constexpr std::size_t kMaxToken = 4096;
 
 const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
 
@@ -78,7 +78,8 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_SIGNAL("NewMenu", "", 0),
     SD_BUS_VTABLE_END};
 
-Item::Item(Bus& bus, std::function<void(EventType)> clicked) : bus_(bus), clicked_(std::move(clicked)) {}
+Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
+    : bus_(bus), clicked_(std::move(clicked)), replaced_(queue) {}
 
 void Item::exportOn(sd_bus* bus) {
   sd_bus_slot* slot = nullptr;
@@ -104,12 +105,14 @@ void Item::show(const StatusItem& item) {
   image_ = image;
   auto icon = image ? iconRenderingOf(*image) : nullptr;
   if (icon == icon_ || (icon && icon_ && icon->looksLike(*icon_))) return;
+  replaced_.keep(symbolicFile());
   icon_ = std::move(icon);
   writeSymbolicIcon();
   signal("NewIcon");
 }
 
-void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
+void Item::offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder) {
+  panel_ = panel;
   if (folder == symbolicIcons_) return;
   symbolicIcons_ = std::move(folder);
   writeSymbolicIcon();
@@ -121,9 +124,17 @@ void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
   signal("NewIcon");
 }
 
+void Item::repaint() {
+  if (symbolicFile()) signal("NewIcon");
+}
+
 /// An image that was prepared is there already.
 void Item::writeSymbolicIcon() const {
-  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_);
+  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_, panel_);
+}
+
+std::shared_ptr<const IconFile> Item::symbolicFile() const {
+  return symbolicIcons_ && icon_ ? icon_->symbolic()->fileIn(symbolicIcons_) : nullptr;
 }
 
 void Item::signal(const char* member) {
@@ -139,15 +150,15 @@ int Item::click(sd_bus_message* call, EventType type) {
 int Item::provideXdgActivationToken(sd_bus_message* call) {
   const char* token = nullptr;
   if (const int result = sd_bus_message_read(call, "s", &token); result < 0) return result;
-  if (const std::string_view given(token); given.size() <= kLongestToken) activationToken_ = given;
+  if (const std::string_view given(token); given.size() <= kMaxToken) activationToken_ = given;
   return sd_bus_reply_method_return(call, nullptr);
 }
 
 void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
 
 void Item::appendIconName(MessageWriter& to) const {
-  const bool isSymbolic = symbolicIcons_ && icon_;
-  to.append(isSymbolic ? icon_->symbolic()->nameIn(symbolicIcons_) : std::string());
+  const auto file = symbolicFile();
+  to.append(file ? file->name() : std::string());
 }
 
 void Item::appendIconThemePath(MessageWriter& to) const {

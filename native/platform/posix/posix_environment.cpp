@@ -15,11 +15,11 @@ namespace quill::posix {
 namespace {
 
 std::optional<std::filesystem::path> directoryOfUser(uid_t user) {
-  constexpr std::size_t kMostBytes = std::size_t{1} << 20;
+  constexpr std::size_t kMaxBytes = std::size_t{1} << 20;
   passwd entry{};
   passwd* found = nullptr;
   std::vector<char> texts(1024);
-  while (getpwuid_r(user, &entry, texts.data(), texts.size(), &found) == ERANGE && texts.size() < kMostBytes) {
+  while (getpwuid_r(user, &entry, texts.data(), texts.size(), &found) == ERANGE && texts.size() < kMaxBytes) {
     texts.resize(texts.size() * 2);
   }
   if (found == nullptr || found->pw_dir == nullptr || *found->pw_dir == '\0') return std::nullopt;

@@ -17,8 +17,8 @@ class GlibMainQueue : public MainQueue {
   void post(std::function<void()> work) override;
   std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
 
-  /// Where each of our sources leaves word of the thread that dispatches it: that is the main thread.
-  class Dispatches {
+  /// Where each of our sources notes the thread that dispatches it: that is the main thread.
+  class MainThreadTracker {
    public:
     void note() { last_.store(callingThread(), std::memory_order_relaxed); }
     /// Whether the calling thread dispatched last or, where none did that still lives, is the process's first.
@@ -33,17 +33,17 @@ class GlibMainQueue : public MainQueue {
 
     std::atomic<Thread> last_{};
   };
-  const std::shared_ptr<Dispatches>& dispatches() { return dispatches_; }
+  const std::shared_ptr<MainThreadTracker>& mainThread() { return mainThread_; }
 
  private:
-  std::shared_ptr<Dispatches> dispatches_ = std::make_shared<Dispatches>();
+  std::shared_ptr<MainThreadTracker> mainThread_ = std::make_shared<MainThreadTracker>();
 };
 
 /// A call on the default main context once its time has come. Main thread; may be dropped from
 /// inside its own call.
-class DueCall {
+class OneShotTimer {
  public:
-  DueCall(GlibMainQueue& queue, std::function<void()> call);
+  OneShotTimer(GlibMainQueue& queue, std::function<void()> call);
   /// `due` is a point of CLOCK_MONOTONIC; an earlier setting is forgotten.
   void setDue(std::chrono::nanoseconds due);
   void setDueIn(std::chrono::nanoseconds delay);

@@ -4,6 +4,9 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <utility>
+#include <vector>
+
 #include "file_descriptor.h"
 #include "owner_process.h"
 
@@ -22,7 +25,7 @@ namespace quill::freedesktop {
 namespace {
 
 struct Call {
-  std::shared_ptr<GlibMainQueue::Dispatches> dispatches;
+  std::shared_ptr<GlibMainQueue::MainThreadTracker> mainThread;
   std::function<void()> call;
 };
 
@@ -35,14 +38,14 @@ constexpr GSourceFuncs functionsWithDispatch(gboolean (*dispatch)(GSource*, GSou
 /// A source of default priority that calls whenever its ready time has passed; it sets none itself.
 SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSourceFuncs& functions, gint64 readyTime) {
   SourceHandle source(g_source_new(&functions, sizeof(GSource)));
-  auto owned = std::make_unique<Call>(Call{queue.dispatches(), std::move(call)});
+  auto owned = std::make_unique<Call>(Call{queue.mainThread(), std::move(call)});
   QUILL_HAND_OVER(owned.get());
   g_source_set_callback(
       source.get(),
       [](gpointer data) -> gboolean {
         QUILL_TAKE_OVER(data);
         const auto& self = *static_cast<Call*>(data);
-        self.dispatches->note();
+        self.mainThread->note();
         self.call();
         return G_SOURCE_CONTINUE;
       },
@@ -50,6 +53,36 @@ SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSou
   g_source_set_ready_time(source.get(), readyTime);
   g_source_attach(source.get(), nullptr);
   return source;
+}
+
+/// Collects what the calling thread posts during one call, and not from within a main loop that runs inside of it.
+class Collected {
+ public:
+  Collected() : outer_(std::exchange(current_, this)) {}
+  Collected(const Collected&) = delete;
+  Collected& operator=(const Collected&) = delete;
+  ~Collected() { current_ = outer_; }
+
+  /// Null where nothing is collected.
+  static Collected* here() { return current_ != nullptr && current_->depth_ == g_main_depth() ? current_ : nullptr; }
+  std::vector<std::function<void()>> work;
+
+ private:
+  static inline thread_local Collected* current_ = nullptr;
+  Collected* outer_;
+  int depth_ = g_main_depth();
+};
+
+/// What a tick posts, to show a frame, runs right after it: a turn of the main context for that alone costs more
+/// than the frame itself.
+void runTick(const std::function<void()>& tick) {
+  std::vector<std::function<void()>> posted;
+  {
+    Collected collected;
+    tick();
+    posted.swap(collected.work);
+  }
+  for (const auto& work : posted) work();
 }
 
 /// Driven by the kernel's timer, since the main context's own waits are whole milliseconds.
@@ -66,7 +99,7 @@ class PreciseTimer : public Timer {
         [this, tick = std::move(tick)] {
           if (!owner_.isCurrent()) return source_.reset();  // a fork's child must not take its parent's ticks
           std::uint64_t ticks = 0;                          // more than one: some were missed
-          if (read(file_.number(), &ticks, sizeof ticks) > 0) tick();  // may end this timer
+          if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
         },
         whenReadable, -1);
     g_source_set_can_recurse(source_.get(), TRUE);  // as for the bus
@@ -102,7 +135,7 @@ class CoarseTimer : public Timer {
  private:
   std::chrono::nanoseconds start_;
   std::chrono::nanoseconds period_;
-  DueCall call_;
+  OneShotTimer call_;
 };
 
 }  // namespace
@@ -111,18 +144,20 @@ bool GlibMainQueue::isCurrent() const {
   auto* const context = g_main_context_default();
   if (g_main_context_is_owner(context) != FALSE) return true;
   // To ask for the context is to hold it for a moment, in which the main thread would be refused: no other may ask.
-  if (!dispatches_->isExpectedHere() || g_main_context_acquire(context) == FALSE) return false;
+  if (!mainThread_->isExpectedHere() || g_main_context_acquire(context) == FALSE) return false;
   g_main_context_release(context);
   return true;
 }
 
-GlibMainQueue::Dispatches::Thread GlibMainQueue::Dispatches::callingThread() {
+GlibMainQueue::MainThreadTracker::Thread GlibMainQueue::MainThreadTracker::callingThread() {
   static std::atomic<std::uint32_t> latest{0};
-  thread_local const std::uint32_t number = ++latest;
-  return {number, gettid()};
+  // Kept, since the system is asked anew each time. A forked child keeps its parent's: nobody lives under that id
+  // there, which leaves the process's first thread, and that is the one that forked.
+  thread_local const Thread self{++latest, gettid()};
+  return self;
 }
 
-bool GlibMainQueue::Dispatches::isExpectedHere() const {
+bool GlibMainQueue::MainThreadTracker::isExpectedHere() const {
   const auto last = last_.load(std::memory_order_relaxed);
   if (last.number == callingThread().number) return true;
   const bool lives = last.number != 0 && syscall(SYS_tgkill, getpid(), last.id, 0) == 0;
@@ -130,6 +165,10 @@ bool GlibMainQueue::Dispatches::isExpectedHere() const {
 }
 
 void GlibMainQueue::post(std::function<void()> work) {
+  if (auto* const collected = Collected::here()) {
+    collected->work.push_back(std::move(work));
+    return;
+  }
   static constinit GSourceFuncs once =
       functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) -> gboolean {
         callback(data);
@@ -145,7 +184,7 @@ std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, st
   return std::make_unique<CoarseTimer>(*this, period, std::move(tick));
 }
 
-DueCall::DueCall(GlibMainQueue& queue, std::function<void()> call) {
+OneShotTimer::OneShotTimer(GlibMainQueue& queue, std::function<void()> call) {
   static constinit GSourceFuncs whenDue =
       functionsWithDispatch([](GSource* source, GSourceFunc callback, gpointer data) -> gboolean {
         g_source_set_ready_time(source, -1);
@@ -155,13 +194,13 @@ DueCall::DueCall(GlibMainQueue& queue, std::function<void()> call) {
   source_ = attachSource(queue, std::move(call), whenDue, -1);
 }
 
-void DueCall::setDue(std::chrono::nanoseconds due) {
+void OneShotTimer::setDue(std::chrono::nanoseconds due) {
   g_source_set_ready_time(source_.get(), std::chrono::ceil<std::chrono::microseconds>(due).count());
 }
 
-void DueCall::setDueIn(std::chrono::nanoseconds delay) { setDue(monotonicNow() + delay); }
+void OneShotTimer::setDueIn(std::chrono::nanoseconds delay) { setDue(monotonicNow() + delay); }
 
-void DueCall::cancel() { g_source_set_ready_time(source_.get(), -1); }
+void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), -1); }
 
 std::chrono::nanoseconds monotonicNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 

@@ -15,7 +15,7 @@ namespace {
 constexpr int kOutlineWidth = 3;
 /// The area, in squares of the outline's width, of the smallest opening that shows the bar: the hole
 /// of a cogwheel is closed, the glass of a magnifier stays open.
-constexpr double kLeastOpening = 2.25;
+constexpr double kMinOpening = 2.25;
 
 /// So many numbers at a time fit all processors' wide registers.
 constexpr std::size_t roundedUp(std::size_t count) { return (count + 15) / 16 * 16; }
@@ -145,7 +145,7 @@ class TemplatePainter {
   /// Fills the enclosed openings that the outline left only a speck or a sliver of. A counter in the
   /// outline's tone reads well against the fill; a speck of the bar's colour in it does not.
   void closeSmallOpenings() {
-    constexpr auto kLeastArea = static_cast<std::size_t>(kLeastOpening * kRadius * kRadius * 255);
+    constexpr auto kMinArea = static_cast<std::size_t>(kMinOpening * kRadius * kRadius * 255);
     const BitRows open = openPixels();
     BitRows edges;
     edges.fill(1 | Bits{1} << (kSide - 1));
@@ -159,7 +159,7 @@ class TemplatePainter {
         opening[y] = enclosed[y] & -enclosed[y];
         opening = flood(opening, enclosed);
         for (std::size_t row = 0; row < kSide; ++row) enclosed[row] &= ~opening[row];
-        if (areaOf(opening) < kLeastArea) fill(opening);
+        if (areaOf(opening) < kMinArea) fill(opening);
       }
     }
   }

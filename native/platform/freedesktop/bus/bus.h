@@ -57,7 +57,7 @@ class Bus {
   Handlers handlers_;
   posix::OwnerProcess owner_;
   Backoff backoff_;
-  std::optional<DueCall> reconnect_;
+  std::optional<OneShotTimer> reconnect_;
   SourceHandle source_;
   void* watch_ = nullptr;  // the descriptor's tag in source_
   int descriptor_ = -1;

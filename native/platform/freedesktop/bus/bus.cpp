@@ -18,12 +18,12 @@ namespace quill::freedesktop {
 namespace {
 
 constexpr std::chrono::milliseconds kFirstDelay{100};
-constexpr std::chrono::milliseconds kLongestDelay{30'000};
+constexpr std::chrono::milliseconds kMaxDelay{30'000};
 /// How many messages are handled, and how long, before the host's own sources get their turn.
 constexpr int kMaxMessages = 32;
 constexpr std::chrono::milliseconds kMaxTurn{5};
 /// Messages that a bus may leave unread; one that takes no more is given up and connected to anew.
-constexpr std::uint64_t kMostUnsentMessages = 1024;
+constexpr std::uint64_t kMaxUnsentMessages = 1024;
 
 /// Where $XDG_RUNTIME_DIR has its bus; empty without such a directory.
 std::optional<std::string> runtimeBusPath() {
@@ -114,10 +114,7 @@ GSourceFuncs Bus::sourceFunctions = {[](GSource* source, int* timeout) -> gboole
                                      nullptr};
 
 Bus::Bus(GlibMainQueue& queue, std::string address, Handlers handlers)
-    : queue_(queue),
-      address_(std::move(address)),
-      handlers_(std::move(handlers)),
-      backoff_(kFirstDelay, kLongestDelay) {}
+    : queue_(queue), address_(std::move(address)), handlers_(std::move(handlers)), backoff_(kFirstDelay, kMaxDelay) {}
 
 Bus::~Bus() = default;
 
@@ -135,7 +132,7 @@ bool Bus::isForked() const { return !owner_.isCurrent(); }
 
 bool Bus::isCongested() const {
   std::uint64_t unsent = 0;
-  return sd_bus_get_n_queued_write(bus_.get(), &unsent) >= 0 && unsent >= kMostUnsentMessages;
+  return sd_bus_get_n_queued_write(bus_.get(), &unsent) >= 0 && unsent >= kMaxUnsentMessages;
 }
 
 void Bus::connect() {
@@ -221,7 +218,7 @@ bool Bus::isReadyToProcess() const {
 }
 
 void Bus::process() {
-  queue_.dispatches()->note();
+  queue_.mainThread()->note();
   int result = 1;
   if (handshake_) {
     result = handshake_->advance();
