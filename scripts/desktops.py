@@ -69,9 +69,12 @@ def wait_for_bar(session):
 
 
 def switch_plasma(session, theme):
-    style = GLOBAL_THEMES[theme][1]
-    if style != GLOBAL_THEMES[session.look][1]:
-        session.run(["plasma-apply-desktoptheme", style])  # of which the next tells nobody
+    """As the user switches a global theme or, where that is all that differs, the colour scheme."""
+    scheme, style = GLOBAL_THEMES[theme]
+    if style == GLOBAL_THEMES[session.look][1]:
+        session.run(["plasma-apply-colorscheme", scheme])
+        return
+    session.run(["plasma-apply-desktoptheme", style])  # of which the next tells nobody
     session.run(["plasma-apply-lookandfeel", "--apply", f"org.kde.{theme}.desktop"])
 
 

@@ -70,7 +70,7 @@ const onMenuItem = koffi.register((identifier) => {
   if (identifier === 'quit') mainContext.stop();
 }, OnMenuItem);
 
-mainContext.start();
+mainContext.start(); // runs GLib's main context: without this line no icon would ever come
 tray.setMenuItemsJson(
   JSON.stringify([
     { id: 'open', title: 'Open', keyEquivalent: 'Cmd+O' },

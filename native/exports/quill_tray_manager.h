@@ -13,9 +13,14 @@
  * - Call them on the main thread, unless a function says otherwise: the one that runs GLib's default
  *   main context or, while none does, the process's first thread. No function waits for the desktop
  *   or for the disk.
+ * - Somebody has to run that main context, as hosts with GTK, Qt, Electron or Flutter do: it brings the
+ *   icon to the panel and the clicks to you. Any other loop calls
+ *   `g_main_context_iteration(NULL, FALSE);` each time around. Where nobody does, the log says that the
+ *   item was created, and no icon ever comes (docs/panels.md, "No icon comes").
  * - What you pass is read during the call and stays yours.
- * - Your callbacks run on the main thread, out of its main context, and may call every function
- *   declared here. A C++ exception that one throws ends there, and the log gets an error line.
+ * - Your callbacks run on the main thread, from its main context, and may call every function
+ *   declared here; so may a GMenuModel and its action groups whenever they are asked something, told
+ *   something or finalized. A C++ exception that one throws ends there, and the log gets an error line.
  */
 #ifndef QUILL_TRAY_MANAGER_H
 #define QUILL_TRAY_MANAGER_H
@@ -38,7 +43,8 @@ extern "C" {
  * It shows an icon from the next quill_tray_manager_set_main_icon on, and has a menu at once: the
  * items given as JSON, else one with a disabled entry for settings and an entry that quits the
  * application. Where no bar is running yet, the item waits for one and appears by itself; where
- * there is no session bus at all, the log gets an error line and everything else still works.
+ * there is no session bus, or none at a "unix:" address, the log gets an error line and everything else
+ * still works.
  * A second call puts a new item in place of the first.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
@@ -46,8 +52,10 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
 /**
  * Shows an icon.
  *
- * @param iconData,iconLength an encoded image: PNG, JPEG, GIF, BMP, ICO, TIFF, and SVG where the
- * machine decodes it, of at most 4096 pixels a side. Its opacity
+ * @param iconData,iconLength an encoded image of at most 4096 pixels a side: PNG, BMP or ICO, and
+ * JPEG, GIF, TIFF or SVG where the machine has their library. A host vouches for the pictures that it
+ * ships: an SVG of at most 1 MiB does no harm, but may take long if it was drawn to; its text,
+ * filters, pattern fills and embedded images are left out. The opacity
  * alone counts: it is a template, drawn in the bar's own colour at 22 by 22 points. Give at least 44
  * by 44 pixels, so that it is sharp on screens of twice the density. Null, a length of 0 or less, and
  * bytes that are no image change nothing and log nothing.

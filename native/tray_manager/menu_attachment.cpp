@@ -10,6 +10,7 @@ constexpr Font kHostMenuFont{kSystemFontSize};
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): held while the host is called
 void TrayManager::setMenu(std::shared_ptr<Menu> hostMenu) {
   replaceMenu(hostMenu);
   hostMenu->font = kHostMenuFont;

@@ -193,7 +193,10 @@ TEST_F(Freedesktop, TellsOfManyChoicesOneATurnAndRefusesMoreThanAMenuHas) {
   }
   std::string names = "'label'";
   for (int i = 0; i < 300; ++i) names += ", 'label'";
+  std::string ids = "1";
+  for (int i = 0; i < 250'000; ++i) ids += ",1";
   EXPECT_EQ(panel->call(kMenu, "GetGroupProperties", ("([1], [" + names + "])").c_str()), "error");
+  EXPECT_EQ(panel->call(kMenu, "AboutToShowGroup", ("([" + ids + "],)").c_str()), "error");
 }
 
 TEST_F(Freedesktop, SignalsTheLeastAboutTheMenuAndKeepsWhatAPanelMayHaveOpen) {

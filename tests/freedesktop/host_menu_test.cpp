@@ -86,6 +86,7 @@ class HostMenuTest : public PanelTest {
     g_object_set_data_full(G_OBJECT(model.get()), "quill-tray-manager-action-group-tray", g_object_ref(actions.get()),
                            g_object_unref);
   }
+  ~HostMenuTest() override { hostIsCalled = nullptr; }
 
   GSimpleAction* action(const char* name) {
     return G_SIMPLE_ACTION(g_action_map_lookup_action(G_ACTION_MAP(actions.get()), name));

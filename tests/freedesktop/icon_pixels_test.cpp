@@ -18,6 +18,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
+using ::testing::Not;
 
 /// Whether a point of the square from 0 to 1 belongs to a shape.
 using Drawing = std::function<bool(double x, double y)>;
@@ -89,13 +90,13 @@ TEST(IconPixels, SizesComeFromTheSourcesOwnPixels) {
     std::vector<int> seen;
     for (const auto& icon : templateIconPixels(source)) seen.push_back(icon.width);
     EXPECT_EQ(seen, sides) << width << " x " << height;
-    EXPECT_EQ(symbolicSvg(source).empty(), sides.empty());
+    EXPECT_EQ(symbolicSvg(source, PanelKind::gnome).empty(), sides.empty());
   }
   EXPECT_TRUE(templateIconPixels(shapeOf({8, 8, {1, 2, 3}})).empty());
   // Nothing to see stays nothing.
   const auto clear = draw(fullSquare, 30, 30, {});
   EXPECT_EQ(templateIconPixels(clear).back().argb, std::vector<std::uint8_t>(44 * 44 * 4));
-  EXPECT_EQ(symbolicSvg(clear), "");
+  EXPECT_EQ(symbolicSvg(clear, PanelKind::plasma), "");
 }
 
 TEST(IconPixels, ColoursAreWhiteOverBlackAlsoWhereBothAreSoft) {
@@ -122,7 +123,7 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
     const int distance = std::max(std::abs(column - 11), std::abs(row - 11));
     return distance == 1 || (column == row && (row == 1 || row == 2));
   };
-  const auto svg = symbolicSvg(draw(shape, 22, 22));
+  const auto svg = symbolicSvg(draw(shape, 22, 22), PanelKind::gnome);
   EXPECT_THAT(svg, HasSubstr("viewBox=\"0 0 22 22\""));
   EXPECT_THAT(svg, HasSubstr(".ColorScheme-Text { color:#232629; }"));
   for (const std::string opacity : {".25", ".3333", ".5", "1"}) {  // layers, each on those before
@@ -130,10 +131,16 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
                                "\" d=\"M1 1h1v1h-1zM2 2h1v1h-1zM10 10h3v3h-3zM11 12h1v-1h-1z\""));
   }
 
+  EXPECT_THAT(svg, Not(HasSubstr("class=\"ColorScheme-Background\"")));
+  // Plasma's is shrunk for an outline, which lies beneath it.
+  EXPECT_THAT(symbolicSvg(draw(fullSquare, 22, 22), PanelKind::plasma),
+              MatchesRegex(".*class=\"ColorScheme-Background\".* stroke-width=\"3\" d=\"M2 2h18v18h-18z\"/>"
+                           "(<path class=\"ColorScheme-Text\"[^>]* d=\"M2 2h18v18h-18z\"/>){4}</svg>\n"));
+
   // What is kept of a larger picture gives the same.
   const auto large = draw(disc, 300, 200);
   EXPECT_LE(keptOf(large).alpha.size(), 44U * 44);
-  EXPECT_EQ(symbolicSvg(keptOf(large)), symbolicSvg(large));
+  EXPECT_EQ(symbolicSvg(keptOf(large), PanelKind::gnome), symbolicSvg(large, PanelKind::gnome));
 
   const auto name = symbolicName(svg);
   EXPECT_NE(name, symbolicName(svg + " "));

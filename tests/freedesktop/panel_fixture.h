@@ -103,6 +103,11 @@ class Peer {
     return std::exchange(signals, {});
   }
 
+  void emit(const char* path, const char* interface, const char* signal, const char* arguments) const {
+    g_dbus_connection_emit_signal(connection_.get(), nullptr, path, interface, signal, g_variant_new_parsed(arguments),
+                                  nullptr);
+  }
+
   std::string itemName;               ///< whose signals are noted: who has called last
   std::vector<std::string> received;  ///< calls
   int refusals = 0;                   ///< of the next calls

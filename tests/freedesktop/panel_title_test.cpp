@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <regex>
+
 namespace quill::freedesktop {
 namespace {
 
@@ -29,6 +31,20 @@ TEST(PanelTitle, LosesItsMiddleBeyondSixtyColumns) {
        times(30, std::string_view("\0", 1)) + "…" + times(29, std::string_view("\0", 1))},
   };
   for (const auto& [title, expected] : cases) EXPECT_EQ(panelTitle(title, {}).text, expected) << title;
+}
+
+/// What GNOME's shell shows for a label.
+std::string shownByGnome(const std::string& label) {
+  return std::regex_replace(label, std::regex("_([^_])"), "$1", std::regex_constants::format_first_only);
+}
+
+TEST(PanelLabel, ShowsUnderscoresAsGiven) {
+  for (const std::string title : {"a_b_c", "_a", "a_", "__a__b", "_", "a__", "", "字_字"}) {
+    EXPECT_EQ(shownByGnome(panelLabel(title, title.size() - 1, PanelKind::gnome)), title);
+    EXPECT_EQ(std::regex_replace(panelLabel(title, {}, PanelKind::other), std::regex("__"), "_"), title);
+  }
+  EXPECT_EQ(panelLabel("Save_as", 4, PanelKind::plasma), "Save___as");
+  EXPECT_EQ(panelLabel(std::string_view("a\0b", 3), {}, PanelKind::gnome), "a\uFFFDb");
 }
 
 TEST(PanelTitle, AccessKeyStaysAtItsLetterOrGoesWithIt) {

@@ -50,7 +50,7 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
     item->button()->setImage(shown);
     EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()"));
     std::ifstream file(folder / (read("IconName") + ".svg"));
-    EXPECT_EQ(std::string(std::istreambuf_iterator(file), {}), symbolicSvg(shapeOf(pixels(number))));
+    EXPECT_EQ(std::string(std::istreambuf_iterator(file), {}), symbolicSvg(shapeOf(pixels(number)), PanelKind::gnome));
   }
   EXPECT_EQ(fs::last_write_time(folder), written);  // a tick touches no file
   {
@@ -58,10 +58,37 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
     EXPECT_EQ(countIn(folder), 3);
   }
   EXPECT_EQ(countIn(folder), 2);
+  manager->setMenuItems({{"a", "snake_case_name", true, ""}});
+  panel->takeSignals();
+  EXPECT_THAT(panel->menu(), ::testing::HasSubstr("'snake__case_name'"));  // its label is made for this panel
   EXPECT_EXIT((item.reset(), desktop.removeFiles(), _exit(0)), ExitedWithCode(0), "");
   EXPECT_EQ(countIn(folder), 2) << "a child leaves its parent's files alone";
   item.reset();
   EXPECT_EQ(countIn(runtime), 0);
+}
+
+TEST_F(SymbolicIcon, StaysForAMomentAfterItWasReplaced) {
+  showIn("org.gnome.Shell");
+  const fs::path folder = read("IconThemePath");
+  for (const int number : {2, 3, 4}) {
+    item->button()->setImage(image(number));
+    panel->takeSignals();
+  }
+  manager->setMainIcon(image(5));
+  panel->takeSignals();
+  EXPECT_EQ(countIn(folder), 5);
+  EXPECT_TRUE(runUntil([&] { return countIn(folder) == 1; }));
+}
+
+TEST_F(SymbolicIcon, IsDrawnAnewInPlasmasNewColours) {
+  showIn("org.kde.kded5");
+  for (const int round : {1, 2}) {
+    for (const char* change : {"(0, 0)", "(2, 0)"}) {  // at once, and so one
+      panel->emit("/KGlobalSettings", "org.kde.KGlobalSettings", "notifyChange", change);
+    }
+    EXPECT_TRUE(runUntil([&] { return !panel->signals.empty(); })) << round;
+    EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()")) << round;
+  }
 }
 
 TEST_F(SymbolicIcon, IsChosenAgainForEachWatcher) {

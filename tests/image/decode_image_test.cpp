@@ -66,36 +66,15 @@ const struct {
       "png/text_of_8_megabytes.png", "bmp/32_fields_v4.bmp", "bmp/32_fields_v5.bmp", "bmp/32_alpha_fields.bmp",
       "ico/32.ico", "ico/png.ico", "ico/several.ico", "tiff/rgba.tiff", "tiff/lzw.tiff", "tiff/packbits.tiff",
       "tiff/deflate.tiff"}},
-    {"RGB KYW",
-     {"png/rgb.png",
-      "png/palette.png",
-      "png/rgb16.png",
-      "jpeg/rgb.jpg",
-      "jpeg/progressive.jpg",
-      "jpeg/cmyk.jpg",
-      "gif/plain.gif",
-      "gif/local_palette.gif",
-      "gif/interlaced.gif",
-      "gif/comment.gif",
-      "gif/two_frames.gif",
-      "gif/many_frames.gif",
-      "bmp/4.bmp",
-      "bmp/8.bmp",
-      "bmp/16.bmp",
-      "bmp/16_fields.bmp",
-      "bmp/24.bmp",
-      "bmp/32.bmp",
-      "bmp/top_down.bmp",
-      "bmp/os2_v2.bmp",
-      "bmp/core_4.bmp",
-      "bmp/core_24.bmp",
-      "bmp/rle4.bmp",
-      "bmp/rle8.bmp",
-      "tiff/rgb.tiff",
-      "tiff/palette.tiff",
-      "tiff/big_endian.tiff",
-      "tiff/tiled.tiff",
-      "tiff/16.tiff"}},
+    {"RGB KYW", {"png/rgb.png",          "png/palette.png",       "png/rgb16.png",      "jpeg/rgb.jpg",
+                 "jpeg/progressive.jpg",
+
+                 "gif/plain.gif",        "gif/local_palette.gif", "gif/interlaced.gif", "gif/comment.gif",
+                 "gif/two_frames.gif",   "gif/many_frames.gif",   "bmp/4.bmp",          "bmp/8.bmp",
+                 "bmp/16.bmp",           "bmp/16_fields.bmp",     "bmp/24.bmp",         "bmp/32.bmp",
+                 "bmp/top_down.bmp",     "bmp/os2_v2.bmp",        "bmp/core_4.bmp",     "bmp/core_24.bmp",
+                 "bmp/rle4.bmp",         "bmp/rle8.bmp",          "tiff/rgb.tiff",      "tiff/palette.tiff",
+                 "tiff/big_endian.tiff", "tiff/tiled.tiff",       "tiff/16.tiff"}},
     {"RGB KY.",
      {"png/rgb_clear_colour.png", "gif/clear.gif", "ico/4.ico", "ico/8.ico", "ico/24.ico", "ico/32_mask.ico"}},
     {"K12 WKW",
@@ -108,7 +87,7 @@ const struct {
     {"KR YG WB", {"tiff/turned.tiff"}},
     {"R", {"gif/frame_without_pixels.gif"}},
     {"refused",
-     {"png/too_large.png", "jpeg/33_scans.jpg", "gif/no_palette.gif", "gif/no_frame.gif",
+     {"png/too_large.png", "jpeg/cmyk.jpg", "jpeg/33_scans.jpg", "gif/no_palette.gif", "gif/no_frame.gif",
       "gif/frame_beyond_the_edge.gif", "gif/frame_larger_than_all.gif", "bmp/header_of_a_gigabyte.bmp",
       "bmp/pixels_after_a_gigabyte.bmp", "tiff/too_large.tiff", "tiff/large_tile.tiff"}},
 };
@@ -128,7 +107,7 @@ TEST(DecodeImage, EveryFormatGivesItsPixelsUprightWithinBounds) {
     for (const auto& name : names) EXPECT_EQ(decoded(picture(name)), pixels) << name;
   }
   EXPECT_TRUE(decodeImage(picture("jpeg/32_scans.jpg")));
-  EXPECT_LT(peakKiB() - before, 4 * 1024);
+  EXPECT_LT(peakKiB() - before, 6 * 1024);
 }
 
 TEST(DecodeImage, NoPartOfAFileIsAnImageAndNothingIsPrinted) {
@@ -168,7 +147,8 @@ TEST(DecodeImage, APngLoadsNoLibraryOfAnotherFormat) {
   const auto isLoaded = [](const char* library) {
     return contents("/proc/self/maps").find(library) != std::string::npos;
   };
-  for (const auto* library : {"libgif", "libtiff", "librsvg", "libcairo"}) EXPECT_FALSE(isLoaded(library)) << library;
+  for (const auto* library : {"libjpeg", "libgif", "libtiff", "librsvg", "libcairo"})
+    EXPECT_FALSE(isLoaded(library)) << library;
   EXPECT_EQ(decoded(picture("gif/plain.gif")), "RGB KYW");
   EXPECT_TRUE(isLoaded("libgif"));
 }
@@ -212,7 +192,8 @@ TEST(DecodeImage, VectorsAreDrawnAtOneSize) {
   EXPECT_THAT(std::vector<int>(rgba.begin(), rgba.begin() + 4), testing::ElementsAre(255, 128, 0, 128));
 }
 
-/// What the library would crash on, take gigabytes for, or leave threads behind for; the rest is drawn still.
+/// What librsvg would crash on, take gigabytes for, print of or leave threads behind for. Of what is nested deeply it
+/// may say itself that it is too much; the rest is drawn still.
 TEST(DecodeImage, AVectorHarmsNobody) {
   const auto chain = [](int count, const std::string& start, const std::string& link, const std::string& end) {
     std::ostringstream all;
@@ -247,8 +228,8 @@ TEST(DecodeImage, AVectorHarmsNobody) {
   ::testing::internal::CaptureStderr();
   for (const auto& [name, body] : cases) {
     const auto image = decodeSvg("width='22' height='22'", body + "<rect x='20' y='20' width='2' height='2'/>");
-    ASSERT_TRUE(image) << name;
-    EXPECT_EQ(image->pixels()->rgba.back(), 255) << name;
+    EXPECT_TRUE(image || body.size() > 10'000) << name;
+    EXPECT_TRUE(!image || image->pixels()->rgba.back() == 255) << name;
     EXPECT_EQ(threads(), before) << name;
   }
   EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");

@@ -15,6 +15,8 @@ constexpr auto kEntrySignature = "ia{sv}av";
 constexpr std::string_view kClicked = "clicked";
 /// Names of properties in one call: there are nine.
 constexpr int kMaxNames = 256;
+/// Ids in one call; to look them up takes some milliseconds.
+constexpr std::size_t kMaxIds = 250'000;
 
 void appendVariant(MessageWriter& to, const EntryValue& value) {
   if (const auto* flag = std::get_if<bool>(&value)) {
@@ -37,11 +39,11 @@ void appendVariant(MessageWriter& to, const EntryValue& value) {
 }
 
 /// Those of `properties` that are not at their defaults, and those in `always`.
-void appendProperties(MessageWriter& to, const MenuEntry& entry, EntryProperties properties,
+void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
                       EntryProperties always = {}) {
   to.container('a', "{sv}", [&] {
     properties.forEach([&](EntryProperty property) {
-      auto value = entry.value(property);
+      auto value = entry.value(property, panel);
       if (!value && always.contains(property)) value = defaultOf(property);
       if (!value) return;
       to.container('e', "sv", [&] {
@@ -53,16 +55,16 @@ void appendProperties(MessageWriter& to, const MenuEntry& entry, EntryProperties
 }
 
 /// What the fields of an entry's structure hold, down to `depth` levels below it.
-void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, EntryProperties properties,
-                 std::int32_t depth) {
+void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
+                 EntryProperties properties, std::int32_t depth) {
   const auto& entries = layout.entries();
   to.append(layout.idOf(index));
-  appendProperties(to, entries[index], properties);
+  appendProperties(to, entries[index], panel, properties);
   to.container('a', "v", [&] {
     if (depth == 0) return;
     for (auto child = index + 1; child < entries[index].end && to.result() >= 0; child = entries[child].end) {
       to.container('v', "(ia{sv}av)", [&] {
-        to.container('r', kEntrySignature, [&] { appendEntry(to, layout, child, properties, depth - 1); });
+        to.container('r', kEntrySignature, [&] { appendEntry(to, layout, child, panel, properties, depth - 1); });
       });
     }
   });
@@ -70,7 +72,7 @@ void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index,
 
 /// For what would hold up the host's main loop.
 int refuseSize(sd_bus_error* error) {
-  return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "More than any menu has");
+  return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "More than a menu is asked or told at once");
 }
 
 /// Reads a list of names, of which an empty one means all. Negative: the error.
@@ -93,7 +95,7 @@ int readIds(sd_bus_message* from, std::span<const std::int32_t>& ids, sd_bus_err
   std::size_t size = 0;
   const int result = sd_bus_message_read_array(from, 'i', &data, &size);
   if (size > 0) ids = {static_cast<const std::int32_t*>(data), size / sizeof(std::int32_t)};
-  return ids.size() > MenuLayout::kMaxEntries ? refuseSize(error) : result;
+  return ids.size() > kMaxIds ? refuseSize(error) : result;
 }
 
 /// Answers `call` with what `fill` puts in.
@@ -173,7 +175,7 @@ int DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& 
       if (change.updated.empty()) continue;
       to.container('r', "ia{sv}", [&] {
         to.append(change.id);
-        appendProperties(to, layout.entries()[*layout.indexOf(change.id)], change.updated, change.updated);
+        appendProperties(to, layout.entries()[*layout.indexOf(change.id)], panel_, change.updated, change.updated);
       });
     }
   });
@@ -204,7 +206,7 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
   if (depth < 0) depth = std::numeric_limits<std::int32_t>::max();
   result = reply(call, [&](MessageWriter& to) {
     to.append(history_.revision());
-    to.container('r', kEntrySignature, [&] { appendEntry(to, layout, *index, properties, depth); });
+    to.container('r', kEntrySignature, [&] { appendEntry(to, layout, *index, panel_, properties, depth); });
   });
   if (result >= 0) history_.noteRead();
   return result;
@@ -221,7 +223,7 @@ int DBusMenu::getGroupProperties(sd_bus_message* call, sd_bus_error* error) {
     const auto append = [&](std::size_t index) {
       to.container('r', "ia{sv}", [&] {
         to.append(layout.idOf(index));
-        appendProperties(to, layout.entries()[index], properties);
+        appendProperties(to, layout.entries()[index], panel_, properties);
       });
     };
     to.container('a', "(ia{sv})", [&] {
@@ -252,7 +254,7 @@ int DBusMenu::getProperty(sd_bus_message* call, sd_bus_error* error) {
     return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_PROPERTY, "Menu entries have no property of that name");
   }
   return reply(call, [&](MessageWriter& to) {
-    appendVariant(to, layout.entries()[*index].value(*property).value_or(defaultOf(*property)));
+    appendVariant(to, layout.entries()[*index].value(*property, panel_).value_or(defaultOf(*property)));
   });
 }
 

@@ -25,6 +25,8 @@ class DBusMenu {
 
   /// Offers `menu`, or an empty one for null, and signals what is new about it.
   void show(const Menu* menu);
+  /// What is told from now on is told to this panel: one that comes later has read nothing yet.
+  void offerTo(PanelKind panel) { panel_ = panel; }
   void exportOn(sd_bus* bus);
   /// Forgets the connection, which is closed.
   void withdraw() { slot_.reset(); }
@@ -59,6 +61,7 @@ class DBusMenu {
   Bus& bus_;
   std::shared_ptr<Choices> choices_;
   MenuHistory history_;
+  PanelKind panel_ = PanelKind::other;
   SlotHandle slot_;
 };
 

@@ -78,7 +78,8 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_SIGNAL("NewMenu", "", 0),
     SD_BUS_VTABLE_END};
 
-Item::Item(Bus& bus, std::function<void(EventType)> clicked) : bus_(bus), clicked_(std::move(clicked)) {}
+Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
+    : bus_(bus), clicked_(std::move(clicked)), replaced_(queue) {}
 
 void Item::exportOn(sd_bus* bus) {
   sd_bus_slot* slot = nullptr;
@@ -104,12 +105,14 @@ void Item::show(const StatusItem& item) {
   image_ = image;
   auto icon = image ? iconRenderingOf(*image) : nullptr;
   if (icon == icon_ || (icon && icon_ && icon->looksLike(*icon_))) return;
+  replaced_.keep(symbolicFile());
   icon_ = std::move(icon);
   writeSymbolicIcon();
   signal("NewIcon");
 }
 
-void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
+void Item::offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder) {
+  panel_ = panel;
   if (folder == symbolicIcons_) return;
   symbolicIcons_ = std::move(folder);
   writeSymbolicIcon();
@@ -121,9 +124,17 @@ void Item::offerSymbolicIcons(std::shared_ptr<IconFolder> folder) {
   signal("NewIcon");
 }
 
+void Item::repaint() {
+  if (symbolicFile()) signal("NewIcon");
+}
+
 /// An image that was prepared is there already.
 void Item::writeSymbolicIcon() const {
-  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_);
+  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_, panel_);
+}
+
+std::shared_ptr<const IconFile> Item::symbolicFile() const {
+  return symbolicIcons_ && icon_ ? icon_->symbolic()->fileIn(symbolicIcons_) : nullptr;
 }
 
 void Item::signal(const char* member) {
@@ -146,8 +157,8 @@ int Item::provideXdgActivationToken(sd_bus_message* call) {
 void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
 
 void Item::appendIconName(MessageWriter& to) const {
-  const bool isSymbolic = symbolicIcons_ && icon_;
-  to.append(isSymbolic ? icon_->symbolic()->nameIn(symbolicIcons_) : std::string());
+  const auto file = symbolicFile();
+  to.append(file ? file->name() : std::string());
 }
 
 void Item::appendIconThemePath(MessageWriter& to) const {

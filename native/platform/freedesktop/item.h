@@ -10,6 +10,8 @@
 #include "bus.h"
 #include "icon_folder.h"
 #include "icon_rendering.h"
+#include "panel_kind.h"
+#include "replaced_icons.h"
 #include "status_item.h"
 
 namespace quill::freedesktop {
@@ -22,7 +24,7 @@ class Item {
   static constexpr auto kPath = "/StatusNotifierItem";
 
   /// `clicked` is called from within the bus's dispatch, after the panel has its answer.
-  Item(Bus& bus, std::function<void(EventType)> clicked);
+  Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked);
   Item(const Item&) = delete;
   Item& operator=(const Item&) = delete;
 
@@ -31,9 +33,11 @@ class Item {
   void exportOn(sd_bus* bus);
   /// Forgets the connection, which is closed.
   void withdraw() { slot_.reset(); }
-  /// Where a panel that recolours symbolic icons finds those of templates; null for other panels,
-  /// many of which show a broken image for a name that they cannot draw.
-  void offerSymbolicIcons(std::shared_ptr<IconFolder> folder);
+  /// Whose the panel is, and where it finds the symbolic icons of templates; null for one that does not
+  /// recolour them: many of those show a broken image for a name that they cannot draw.
+  void offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder);
+  /// Has the panel draw the icon anew.
+  void repaint();
   /// What a panel gave since the last call, to raise a window with; empty: nothing.
   std::string takeActivationToken() { return std::exchange(activationToken_, {}); }
 
@@ -60,6 +64,8 @@ class Item {
   static int get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*);
 
   void writeSymbolicIcon() const;
+  /// Null where the panel reads pixels.
+  std::shared_ptr<const IconFile> symbolicFile() const;
   void signal(const char* member);
 
   Bus& bus_;
@@ -69,7 +75,9 @@ class Item {
   bool isActive_ = false;
   std::optional<Image> image_;                 // the one that icon_ shows
   std::shared_ptr<const IconRendering> icon_;  // null: no icon
+  PanelKind panel_ = PanelKind::other;
   std::shared_ptr<IconFolder> symbolicIcons_;
+  ReplacedIcons replaced_;
   std::string activationToken_;
   SlotHandle slot_;
 };

@@ -9,6 +9,7 @@
 #include "item.h"
 #include "status_item.h"
 #include "symbolic_icons.h"
+#include "theme_changes.h"
 #include "watcher.h"
 
 namespace quill::freedesktop {
@@ -33,6 +34,7 @@ class StatusNotifier : public StatusItemPresenter {
   Bus bus_;
   Item item_;
   DBusMenu menu_;
+  ThemeChanges themeChanges_;
   Watcher watcher_;
 };
 

@@ -171,16 +171,14 @@ class Bitmap {
   }
 
   /// An icon's second picture, of one bit: where it is set, the first one is clear. Where that has an opacity of its
-  /// own, it counts instead.
+  /// own, it counts instead, and the second one may be missing.
   bool readMask() {
+    auto& rgba = pixels_->rgba;
+    for (std::size_t i = 3; bits_ == 32 && i < rgba.size(); i += 4) {
+      if (rgba[i] != 0) return true;
+    }
     const auto at = pixelsAt_ + stride(bits_) * static_cast<std::size_t>(height_);
     if (!file_.has(at, stride(1) * static_cast<std::size_t>(height_))) return false;
-    auto& rgba = pixels_->rgba;
-    if (bits_ == 32) {
-      for (std::size_t i = 3; i < rgba.size(); i += 4) {
-        if (rgba[i] != 0) return true;
-      }
-    }
     for (std::int64_t line = 0; line < height_; ++line) {
       auto* to = row(line);
       const auto start = at + static_cast<std::size_t>(line) * stride(1);
@@ -210,8 +208,7 @@ class Bitmap {
 }  // namespace
 
 std::optional<Image> decodeBitmap(Bytes bytes, std::size_t pixelsAt, bool isIcon) {
-  if (auto pixels = Bitmap(bytes, pixelsAt, isIcon).read()) return imageOf(std::move(pixels));
-  return std::nullopt;
+  return imageOf(Bitmap(bytes, pixelsAt, isIcon).read());
 }
 
 std::optional<Image> decodeBmp(Bytes bytes) {

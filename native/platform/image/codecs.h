@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string_view>
 
 #include "image.h"
 
@@ -10,8 +11,15 @@ namespace quill {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// One function a format. Each is given a whole file, which begins as its format does; empty for what is cut short,
-// corrupt or too large, and where the format's library is missing. Any thread; nothing is printed.
+inline std::string_view asText(Bytes bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};  // NOLINT(*-reinterpret-cast)
+}
+
+/// Every PNG begins with these bytes.
+inline constexpr std::string_view kPngStart = "\x89PNG\r\n\x1A\n";
+
+// One function a format. Each is given a whole file; empty for what is cut short, corrupt or too large, and where the
+// format's library is missing. Any thread; nothing is printed.
 
 std::optional<Image> decodePng(Bytes bytes);
 /// Upright, as the camera was held.

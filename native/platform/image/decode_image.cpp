@@ -1,30 +1,34 @@
 #include "decode_image.h"
 
+#include <string_view>
+
 #include "codecs.h"
-#include "image_format.h"
 
 namespace quill {
+namespace {
 
-std::optional<Image> decodeImage(std::span<const std::uint8_t> bytes) {
-  const auto format = recogniseFormat(bytes);
-  if (!format) return std::nullopt;
-  switch (*format) {
-    case ImageFormat::png:
-      return decodePng(bytes);
-    case ImageFormat::jpeg:
-      return decodeJpeg(bytes);
-    case ImageFormat::gif:
-      return decodeGif(bytes);
-    case ImageFormat::bmp:
-      return decodeBmp(bytes);
-    case ImageFormat::ico:
-      return decodeIco(bytes);
-    case ImageFormat::tiff:
-      return decodeTiff(bytes);
-    case ImageFormat::svg:
-      break;
+/// An XML text in an encoding that keeps ASCII as it is; not a packed one, which could unpack to any size.
+bool beginsAsMarkup(std::string_view text) {
+  if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
+  const auto start = text.find_first_not_of(" \t\r\n");
+  return start != std::string_view::npos && text[start] == '<';
+}
+
+}  // namespace
+
+std::optional<Image> decodeImage(Bytes bytes) {
+  using namespace std::string_view_literals;
+  constexpr struct {
+    std::string_view start;
+    std::optional<Image> (*decode)(Bytes);
+  } kFormats[] = {
+      {kPngStart, decodePng},    {"\xFF\xD8\xFF"sv, decodeJpeg}, {"GIF8"sv, decodeGif},   {"BM"sv, decodeBmp},
+      {"\0\0\1\0"sv, decodeIco}, {"II*\0"sv, decodeTiff},        {"MM\0*"sv, decodeTiff},
+  };
+  for (const auto& format : kFormats) {
+    if (asText(bytes).starts_with(format.start)) return format.decode(bytes);
   }
-  return decodeSvg(bytes);
+  return beginsAsMarkup(asText(bytes)) ? decodeSvg(bytes) : std::nullopt;
 }
 
 }  // namespace quill

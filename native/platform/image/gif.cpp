@@ -12,47 +12,37 @@
 namespace quill {
 namespace {
 
-struct GifFunctions {
-  SharedLibrary library{QUILL_GIF_LIBRARY};
-  decltype(&DGifOpen) open;
-  decltype(&DGifCloseFile) close;
-  decltype(&DGifGetRecordType) recordType;
-  decltype(&DGifGetImageHeader) imageHeader;
-  decltype(&DGifGetLine) line;
-  decltype(&DGifGetCode) code;
-  decltype(&DGifGetCodeNext) nextCode;
-  decltype(&DGifGetExtension) extension;
-  decltype(&DGifGetExtensionNext) nextExtension;
-
-  bool load() {
-    return library.find("DGifOpen", open) && library.find("DGifCloseFile", close) &&
-           library.find("DGifGetRecordType", recordType) && library.find("DGifGetImageHeader", imageHeader) &&
-           library.find("DGifGetLine", line) && library.find("DGifGetCode", code) &&
-           library.find("DGifGetCodeNext", nextCode) && library.find("DGifGetExtension", extension) &&
-           library.find("DGifGetExtensionNext", nextExtension);
-  }
+struct GifLibrary : SharedLibrary {
+  GifLibrary() : SharedLibrary(QUILL_GIF_LIBRARY) {}
+  QUILL_FUNCTION(DGifOpen);
+  QUILL_FUNCTION(DGifCloseFile);
+  QUILL_FUNCTION(DGifGetRecordType);
+  QUILL_FUNCTION(DGifGetImageHeader);
+  QUILL_FUNCTION(DGifGetLine);
+  QUILL_FUNCTION(DGifGetCode);
+  QUILL_FUNCTION(DGifGetCodeNext);
+  QUILL_FUNCTION(DGifGetExtension);
+  QUILL_FUNCTION(DGifGetExtensionNext);
 };
 
-class GifReader {
+class GifReader : GifLibrary {
  public:
   explicit GifReader(Bytes bytes) : rest_(bytes) {}
-  GifReader(const GifReader&) = delete;
-  GifReader& operator=(const GifReader&) = delete;
   ~GifReader() {
-    if (gif_) functions_.close(gif_, nullptr);
+    if (gif_) DGifCloseFile(gif_, nullptr);
   }
 
   /// Frames after the first one are gone over, as a file that breaks off in one of them is no whole picture.
   std::shared_ptr<Pixels> read() {
-    if (!functions_.load()) return nullptr;
-    gif_ = functions_.open(this, take, nullptr);
+    if (!isComplete()) return nullptr;
+    gif_ = DGifOpen(this, take, nullptr);
     std::shared_ptr<Pixels> pixels;
-    for (auto type = UNDEFINED_RECORD_TYPE; gif_ && functions_.recordType(gif_, &type) == GIF_OK;) {
+    for (auto type = UNDEFINED_RECORD_TYPE; gif_ && DGifGetRecordType(gif_, &type) == GIF_OK;) {
       if (type == TERMINATE_RECORD_TYPE) return pixels;
       if (type == EXTENSION_RECORD_TYPE) {
         if (!readExtension()) return nullptr;
       } else if (type == IMAGE_DESC_RECORD_TYPE) {
-        if (functions_.imageHeader(gif_) != GIF_OK) return nullptr;
+        if (DGifGetImageHeader(gif_) != GIF_OK) return nullptr;
         if (pixels ? !skipFrame() : !(pixels = readFrame())) return nullptr;
       }
     }
@@ -72,10 +62,10 @@ class GifReader {
   bool readExtension() {
     int kind = 0;
     GifByteType* block = nullptr;  // its own length comes first
-    if (functions_.extension(gif_, &kind, &block) != GIF_OK) return false;
+    if (DGifGetExtension(gif_, &kind, &block) != GIF_OK) return false;
     if (kind == GRAPHICS_EXT_FUNC_CODE && block && block[0] >= 4) clearColour_ = (block[1] & 1) != 0 ? block[4] : -1;
     while (block) {
-      if (functions_.nextExtension(gif_, &block) != GIF_OK) return false;
+      if (DGifGetExtensionNext(gif_, &block) != GIF_OK) return false;
     }
     return true;
   }
@@ -83,9 +73,9 @@ class GifReader {
   bool skipFrame() {
     int size = 0;
     GifByteType* block = nullptr;
-    if (functions_.code(gif_, &size, &block) != GIF_OK) return false;
+    if (DGifGetCode(gif_, &size, &block) != GIF_OK) return false;
     while (block) {
-      if (functions_.nextCode(gif_, &block) != GIF_OK) return false;
+      if (DGifGetCodeNext(gif_, &block) != GIF_OK) return false;
     }
     return true;
   }
@@ -103,7 +93,7 @@ class GifReader {
     constexpr std::pair<int, int> kPasses[] = {{0, 1}, {0, 8}, {4, 8}, {2, 4}, {1, 2}};  // the first one if plain
     for (const auto& [first, step] : std::span(kPasses).subspan(frame.Interlace ? 1 : 0, frame.Interlace ? 4 : 1)) {
       for (int y = first; y < frame.Height; y += step) {
-        if (functions_.line(gif_, line.data(), frame.Width) != GIF_OK) return nullptr;
+        if (DGifGetLine(gif_, line.data(), frame.Width) != GIF_OK) return nullptr;
         auto* to = rowOf(*pixels, frame.Top + y) + static_cast<std::ptrdiff_t>(frame.Left) * 4;
         for (const int index : line) {
           if (index != clearColour_ && index < colours->ColorCount) {
@@ -118,7 +108,6 @@ class GifReader {
     return pixels;
   }
 
-  GifFunctions functions_{};
   Bytes rest_;
   GifFileType* gif_ = nullptr;
   int clearColour_ = -1;
@@ -126,9 +115,6 @@ class GifReader {
 
 }  // namespace
 
-std::optional<Image> decodeGif(Bytes bytes) {
-  if (auto pixels = GifReader(bytes).read()) return imageOf(std::move(pixels));
-  return std::nullopt;
-}
+std::optional<Image> decodeGif(Bytes bytes) { return imageOf(GifReader(bytes).read()); }
 
 }  // namespace quill

@@ -2,7 +2,6 @@
 
 #include "byte_reader.h"
 #include "codecs.h"
-#include "image_format.h"
 
 namespace quill {
 
@@ -20,14 +19,14 @@ std::optional<Image> decodeIco(Bytes bytes) {
     const std::size_t at = file.u32(entry + 12);
     if (!file.has(entry, kEntry) || !file.has(at, size)) return std::nullopt;
     const auto picture = bytes.subspan(at, size);
-    const bool isPng = recogniseFormat(picture) == ImageFormat::png;
+    const bool isPng = asText(picture).starts_with(kPngStart);
     const std::pair rank(side(entry) * side(entry + 1), isPng ? 32 : ByteReader(picture).u16(14));
     if (rank > bestRank) {
       best = picture;
       bestRank = rank;
     }
   }
-  return recogniseFormat(best) == ImageFormat::png ? decodePng(best) : decodeBitmap(best, 0, true);
+  return asText(best).starts_with(kPngStart) ? decodePng(best) : decodeBitmap(best, 0, true);
 }
 
 }  // namespace quill

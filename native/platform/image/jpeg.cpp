@@ -9,6 +9,7 @@
 #include "codecs.h"
 #include "long_jump.h"
 #include "pixels.h"
+#include "shared_library.h"
 
 namespace quill {
 namespace {
@@ -19,18 +20,30 @@ constexpr int kMaxScans = 32;
 constexpr long kMaxMemory = 128L * 1024 * 1024;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 
-class JpegReader {
+struct JpegLibrary : SharedLibrary {
+  JpegLibrary() : SharedLibrary(QUILL_JPEG_LIBRARY) {}
+  QUILL_FUNCTION(jpeg_std_error);
+  QUILL_FUNCTION(jpeg_CreateDecompress);
+  QUILL_FUNCTION(jpeg_destroy_decompress);
+  QUILL_FUNCTION(jpeg_mem_src);
+  QUILL_FUNCTION(jpeg_save_markers);
+  QUILL_FUNCTION(jpeg_read_header);
+  QUILL_FUNCTION(jpeg_start_decompress);
+  QUILL_FUNCTION(jpeg_read_scanlines);
+  QUILL_FUNCTION(jpeg_finish_decompress);
+};
+
+class JpegReader : JpegLibrary {
  public:
   explicit JpegReader(Bytes bytes) : bytes_(bytes) {}
-  JpegReader(const JpegReader&) = delete;
-  JpegReader& operator=(const JpegReader&) = delete;
-  ~JpegReader() { jpeg_destroy_decompress(&jpeg_); }
+  ~JpegReader() {
+    if (jpeg_.err) jpeg_destroy_decompress(&jpeg_);
+  }
 
   std::shared_ptr<Pixels> read() {
-    if (!finishes(jump_, [this] { readHeader(); })) return nullptr;
+    if (!isComplete() || !finishes(jump_, [this] { readHeader(); })) return nullptr;
     auto pixels = makePixels(jpeg_.image_width, jpeg_.image_height);
     if (!pixels || !finishes(jump_, [this, to = pixels.get()] { readRows(*to); })) return nullptr;
-    if (jpeg_.out_color_space == JCS_CMYK) fromInks(*pixels);
     putUpright(*pixels, orientation_);
     return pixels;
   }
@@ -66,26 +79,13 @@ class JpegReader {
   }
 
   void readRows(Pixels& pixels) {
-    const bool hasInks = jpeg_.jpeg_color_space == JCS_CMYK || jpeg_.jpeg_color_space == JCS_YCCK;
-    jpeg_.out_color_space = hasInks ? JCS_CMYK : JCS_EXT_RGBA;
+    jpeg_.out_color_space = JCS_EXT_RGBA;  // which refuses a picture made of inks
     jpeg_start_decompress(&jpeg_);
     while (jpeg_.output_scanline < jpeg_.output_height) {
       JSAMPROW row = rowOf(pixels, static_cast<int>(jpeg_.output_scanline));
       jpeg_read_scanlines(&jpeg_, &row, 1);
     }
     jpeg_finish_decompress(&jpeg_);
-  }
-
-  /// Four inks take the place of the four channels. The program that writes nearly all such files turns them round.
-  void fromInks(Pixels& pixels) const {
-    const unsigned turn = jpeg_.saw_Adobe_marker ? 0 : 255;
-    auto& rgba = pixels.rgba;
-    for (std::size_t i = 0; i < rgba.size(); i += 4) {
-      const unsigned light = rgba[i + 3] ^ turn;
-      for (std::size_t ink = i; ink < i + 3; ++ink)
-        rgba[ink] = static_cast<std::uint8_t>((rgba[ink] ^ turn) * light / 255);
-      rgba[i + 3] = 255;
-    }
   }
 
   unsigned orientation() const {
@@ -120,9 +120,6 @@ class JpegReader {
 
 }  // namespace
 
-std::optional<Image> decodeJpeg(Bytes bytes) {
-  if (auto pixels = JpegReader(bytes).read()) return imageOf(std::move(pixels));
-  return std::nullopt;
-}
+std::optional<Image> decodeJpeg(Bytes bytes) { return imageOf(JpegReader(bytes).read()); }
 
 }  // namespace quill

@@ -15,7 +15,8 @@ std::shared_ptr<Pixels> makePixels(std::int64_t width, std::int64_t height) {
   return pixels;
 }
 
-Image imageOf(std::shared_ptr<const Pixels> pixels) {
+std::optional<Image> imageOf(std::shared_ptr<const Pixels> pixels) {
+  if (!pixels) return std::nullopt;
   const Size size{static_cast<double>(pixels->width), static_cast<double>(pixels->height)};
   return Image(std::move(pixels), size);
 }

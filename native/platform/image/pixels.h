@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "image.h"
 
@@ -19,8 +20,8 @@ inline std::uint8_t* rowOf(Pixels& pixels, int y) {
   return pixels.rgba.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(pixels.width) * 4;
 }
 
-/// One point a pixel.
-Image imageOf(std::shared_ptr<const Pixels> pixels);
+/// One point a pixel; none for null.
+std::optional<Image> imageOf(std::shared_ptr<const Pixels> pixels);
 
 /// Turns and mirrors by the number that TIFF and EXIF have for it, 1 to 8; any other leaves the picture as it is.
 void putUpright(Pixels& pixels, unsigned orientation);

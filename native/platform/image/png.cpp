@@ -10,7 +10,7 @@ namespace quill {
 namespace {
 
 /// Of one chunk besides the picture's own: none that is needed is larger than a palette.
-constexpr png_alloc_size_t kMaxChunk = 64 * 1024;
+constexpr png_alloc_size_t kMaxChunk = 65'536;
 
 class PngReader {
  public:
@@ -73,9 +73,6 @@ class PngReader {
 
 }  // namespace
 
-std::optional<Image> decodePng(Bytes bytes) {
-  if (auto pixels = PngReader(bytes).read()) return imageOf(std::move(pixels));
-  return std::nullopt;
-}
+std::optional<Image> decodePng(Bytes bytes) { return imageOf(PngReader(bytes).read()); }
 
 }  // namespace quill

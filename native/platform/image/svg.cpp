@@ -18,58 +18,44 @@ namespace {
 /// However large it says it is, it is drawn with this many pixels on its longer side: twice what the sharpest bars
 /// show.
 constexpr int kVectorSide = 88;
-constexpr std::size_t kMaxText = 1024 * 1024;
+constexpr std::size_t kMaxText = 1'048'576;  // bytes
 /// The library reads nested selectors, and follows masks of masks, by calling itself, and the longest text can hold two
 /// hundred thousand of them. Of this only what is used takes memory, and that until the picture is drawn.
 constexpr std::size_t kStackSize = std::size_t{2} * 1024 * 1024 * 1024;
 
-/// What would take memory without bound, or leave threads in the process: they are left out, before anything of them is
-/// made. Tiles and embedded pictures are as large as they say; filters and fonts have threads of their own.
+/// What would harm a host is left out before anything of it is made: filters start threads that stay, and may never
+/// end; fonts print warnings; tiles and embedded pictures take as much memory as they say.
 constexpr std::string_view kLeftOut =
     "*{filter:none!important}"
     "image,text,pattern>*{display:none!important}";
 
-struct RsvgFunctions {
-  SharedLibrary library{QUILL_RSVG_LIBRARY};
-  decltype(&rsvg_handle_new_from_data) open;
-  decltype(&rsvg_handle_set_stylesheet) setStylesheet;
-  decltype(&rsvg_handle_get_intrinsic_size_in_pixels) sizeInPixels;
-  decltype(&rsvg_handle_get_intrinsic_dimensions) dimensions;
-  decltype(&rsvg_handle_get_geometry_for_layer) geometry;
-  decltype(&rsvg_handle_render_document) render;
-  decltype(&cairo_image_surface_create_for_data) makeSurface;
-  decltype(&cairo_surface_destroy) destroySurface;
-  decltype(&cairo_create) makeContext;
-  decltype(&cairo_destroy) destroyContext;
-
-  bool load() {
-    return library.find("rsvg_handle_new_from_data", open) &&
-           library.find("rsvg_handle_set_stylesheet", setStylesheet) &&
-           library.find("rsvg_handle_get_intrinsic_size_in_pixels", sizeInPixels) &&
-           library.find("rsvg_handle_get_intrinsic_dimensions", dimensions) &&
-           library.find("rsvg_handle_get_geometry_for_layer", geometry) &&
-           library.find("rsvg_handle_render_document", render) &&
-           library.find("cairo_image_surface_create_for_data", makeSurface) &&
-           library.find("cairo_surface_destroy", destroySurface) && library.find("cairo_create", makeContext) &&
-           library.find("cairo_destroy", destroyContext);
-  }
+struct RsvgLibrary : SharedLibrary {
+  RsvgLibrary() : SharedLibrary(QUILL_RSVG_LIBRARY) {}
+  QUILL_FUNCTION(rsvg_handle_new_from_data);
+  QUILL_FUNCTION(rsvg_handle_set_stylesheet);
+  QUILL_FUNCTION(rsvg_handle_get_intrinsic_size_in_pixels);
+  QUILL_FUNCTION(rsvg_handle_get_intrinsic_dimensions);
+  QUILL_FUNCTION(rsvg_handle_get_geometry_for_layer);
+  QUILL_FUNCTION(rsvg_handle_render_document);
+  QUILL_FUNCTION(cairo_image_surface_create_for_data);
+  QUILL_FUNCTION(cairo_surface_destroy);
+  QUILL_FUNCTION(cairo_create);
+  QUILL_FUNCTION(cairo_destroy);
 };
 
 /// Without an address to start from, the library reads no file and no network.
-class SvgReader {
+class SvgReader : RsvgLibrary {
  public:
   explicit SvgReader(Bytes bytes) : bytes_(bytes) {}
-  SvgReader(const SvgReader&) = delete;
-  SvgReader& operator=(const SvgReader&) = delete;
   ~SvgReader() {
     if (svg_) g_object_unref(svg_);
   }
 
   std::optional<Image> read() {
-    if (!functions_.load()) return std::nullopt;
-    svg_ = functions_.open(bytes_.data(), bytes_.size(), nullptr);
+    if (!isComplete()) return std::nullopt;
+    svg_ = rsvg_handle_new_from_data(bytes_.data(), bytes_.size(), nullptr);
     const auto* const leftOut = reinterpret_cast<const guint8*>(kLeftOut.data());  // NOLINT(*-reinterpret-cast)
-    if (!svg_ || !functions_.setStylesheet(svg_, leftOut, kLeftOut.size(), nullptr)) return std::nullopt;
+    if (!svg_ || !rsvg_handle_set_stylesheet(svg_, leftOut, kLeftOut.size(), nullptr)) return std::nullopt;
     const auto size = naturalSize();
     const double longer = std::max(size.width, size.height);
     if (!(longer <= static_cast<double>(kMaxSide)) || !(std::min(size.width, size.height) > 0)) return std::nullopt;
@@ -83,26 +69,26 @@ class SvgReader {
   /// Of a picture that gives none, that of its view box, or as far as its shapes reach.
   Size naturalSize() const {
     Size size;
-    if (functions_.sizeInPixels(svg_, &size.width, &size.height)) return size;
+    if (rsvg_handle_get_intrinsic_size_in_pixels(svg_, &size.width, &size.height)) return size;
     gboolean has = FALSE;
     RsvgLength ignored{};
     RsvgRectangle box{};
-    functions_.dimensions(svg_, nullptr, &ignored, nullptr, &ignored, &has, &box);
+    rsvg_handle_get_intrinsic_dimensions(svg_, nullptr, &ignored, nullptr, &ignored, &has, &box);
     if (has) return {box.width, box.height};
     const RsvgRectangle viewport{0, 0, kVectorSide, kVectorSide};
-    if (!functions_.geometry(svg_, nullptr, &viewport, &box, nullptr, nullptr)) return {};
+    if (!rsvg_handle_get_geometry_for_layer(svg_, nullptr, &viewport, &box, nullptr, nullptr)) return {};
     return {box.x + box.width, box.y + box.height};
   }
 
   bool draw(Pixels& pixels) const {
     auto& rgba = pixels.rgba;
-    auto* const surface =
-        functions_.makeSurface(rgba.data(), CAIRO_FORMAT_ARGB32, pixels.width, pixels.height, pixels.width * 4);
-    auto* const context = functions_.makeContext(surface);
+    auto* const surface = cairo_image_surface_create_for_data(rgba.data(), CAIRO_FORMAT_ARGB32, pixels.width,
+                                                              pixels.height, pixels.width * 4);
+    auto* const context = cairo_create(surface);
     const RsvgRectangle viewport{0, 0, static_cast<double>(pixels.width), static_cast<double>(pixels.height)};
-    const bool isDrawn = functions_.render(svg_, context, &viewport, nullptr);
-    functions_.destroyContext(context);
-    functions_.destroySurface(surface);
+    const bool isDrawn = rsvg_handle_render_document(svg_, context, &viewport, nullptr);
+    cairo_destroy(context);
+    cairo_surface_destroy(surface);
     for (std::size_t i = 0; i < rgba.size(); i += 4) {
       std::uint32_t argb = 0;
       std::memcpy(&argb, &rgba[i], 4);
@@ -114,7 +100,6 @@ class SvgReader {
   }
 
   Bytes bytes_;
-  RsvgFunctions functions_{};
   RsvgHandle* svg_ = nullptr;
 };
 

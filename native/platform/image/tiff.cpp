@@ -16,53 +16,42 @@ namespace {
 /// One allocation of the library's: a strip may hold the whole picture, with 16 bits a channel.
 constexpr tmsize_t kMaxAllocation = kMaxSide * kMaxSide * 8;
 
-struct TiffFunctions {
-  SharedLibrary library{QUILL_TIFF_LIBRARY};
-  decltype(&TIFFOpenOptionsAlloc) makeOptions;
-  decltype(&TIFFOpenOptionsFree) freeOptions;
-  decltype(&TIFFOpenOptionsSetMaxSingleMemAlloc) setMaxAllocation;
-  decltype(&TIFFOpenOptionsSetErrorHandlerExtR) setErrorHandler;
-  decltype(&TIFFOpenOptionsSetWarningHandlerExtR) setWarningHandler;
-  decltype(&TIFFClientOpenExt) open;
-  decltype(&TIFFClose) close;
-  decltype(&TIFFGetFieldDefaulted) field;
-  decltype(&TIFFReadRGBAImageOriented) readImage;
-
-  bool load() {
-    return library.find("TIFFOpenOptionsAlloc", makeOptions) && library.find("TIFFOpenOptionsFree", freeOptions) &&
-           library.find("TIFFOpenOptionsSetMaxSingleMemAlloc", setMaxAllocation) &&
-           library.find("TIFFOpenOptionsSetErrorHandlerExtR", setErrorHandler) &&
-           library.find("TIFFOpenOptionsSetWarningHandlerExtR", setWarningHandler) &&
-           library.find("TIFFClientOpenExt", open) && library.find("TIFFClose", close) &&
-           library.find("TIFFGetFieldDefaulted", field) && library.find("TIFFReadRGBAImageOriented", readImage);
-  }
+struct TiffLibrary : SharedLibrary {
+  TiffLibrary() : SharedLibrary(QUILL_TIFF_LIBRARY) {}
+  QUILL_FUNCTION(TIFFOpenOptionsAlloc);
+  QUILL_FUNCTION(TIFFOpenOptionsFree);
+  QUILL_FUNCTION(TIFFOpenOptionsSetMaxSingleMemAlloc);
+  QUILL_FUNCTION(TIFFOpenOptionsSetErrorHandlerExtR);
+  QUILL_FUNCTION(TIFFOpenOptionsSetWarningHandlerExtR);
+  QUILL_FUNCTION(TIFFClientOpenExt);
+  QUILL_FUNCTION(TIFFClose);
+  QUILL_FUNCTION(TIFFGetFieldDefaulted);
+  QUILL_FUNCTION(TIFFReadRGBAImageOriented);
 };
 
 /// The file as the library sees it.
-class TiffReader {
+class TiffReader : TiffLibrary {
  public:
   explicit TiffReader(Bytes bytes) : bytes_(bytes) {}
-  TiffReader(const TiffReader&) = delete;
-  TiffReader& operator=(const TiffReader&) = delete;
   ~TiffReader() {
-    if (tiff_) functions_.close(tiff_);
+    if (tiff_) TIFFClose(tiff_);
   }
 
   std::shared_ptr<Pixels> read() {
-    if (!functions_.load() || !open()) return nullptr;
+    if (!isComplete() || !open()) return nullptr;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
     std::uint16_t compression = 0;
     std::uint16_t orientation = 0;
-    functions_.field(tiff_, TIFFTAG_IMAGEWIDTH, &width);
-    functions_.field(tiff_, TIFFTAG_IMAGELENGTH, &height);
-    functions_.field(tiff_, TIFFTAG_COMPRESSION, &compression);
-    functions_.field(tiff_, TIFFTAG_ORIENTATION, &orientation);
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_IMAGEWIDTH, &width);
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_IMAGELENGTH, &height);
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_COMPRESSION, &compression);
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_ORIENTATION, &orientation);
     auto pixels = isUsual(compression) ? makePixels(width, height) : nullptr;
     if (!pixels) return nullptr;
     // A pixel is a number whose lowest byte is red: in memory red comes first but on big-endian machines.
     auto* const raster = reinterpret_cast<std::uint32_t*>(pixels->rgba.data());  // NOLINT(*-reinterpret-cast)
-    if (functions_.readImage(tiff_, width, height, raster, orientation, 1) == 0 || hasFailed_) return nullptr;
+    if (TIFFReadRGBAImageOriented(tiff_, width, height, raster, orientation, 1) == 0 || hasFailed_) return nullptr;
     if constexpr (std::endian::native == std::endian::big) {
       for (std::size_t i = 0; i < pixels->rgba.size(); i += 4) std::reverse(&pixels->rgba[i], &pixels->rgba[i] + 4);
     }
@@ -79,14 +68,14 @@ class TiffReader {
   }
 
   bool open() {
-    auto* const options = functions_.makeOptions();
+    auto* const options = TIFFOpenOptionsAlloc();
     if (!options) return false;
-    functions_.setMaxAllocation(options, kMaxAllocation);
-    functions_.setErrorHandler(options, failed, this);
-    functions_.setWarningHandler(
+    TIFFOpenOptionsSetMaxSingleMemAlloc(options, kMaxAllocation);
+    TIFFOpenOptionsSetErrorHandlerExtR(options, failed, this);
+    TIFFOpenOptionsSetWarningHandlerExtR(
         options, [](TIFF*, void*, const char*, const char*, va_list) { return 1; }, nullptr);
-    tiff_ = functions_.open("", "r", this, read, write, seek, close, size, map, unmap, options);
-    functions_.freeOptions(options);
+    tiff_ = TIFFClientOpenExt("", "r", this, read, write, seek, close, size, map, unmap, options);
+    TIFFOpenOptionsFree(options);
     return tiff_ != nullptr;
   }
 
@@ -99,8 +88,7 @@ class TiffReader {
   static tmsize_t read(thandle_t handle, void* to, tmsize_t count) {
     auto& reader = self(handle);
     const auto from = std::min<std::uint64_t>(reader.at_, reader.bytes_.size());
-    const auto taken =
-        std::min<std::uint64_t>(reader.bytes_.size() - from, static_cast<std::uint64_t>(std::max<tmsize_t>(count, 0)));
+    const auto taken = std::min(static_cast<std::uint64_t>(count), reader.bytes_.size() - from);  // never below 0
     if (taken > 0) std::memcpy(to, reader.bytes_.data() + from, taken);
     reader.at_ = from + taken;
     return static_cast<tmsize_t>(taken);
@@ -113,6 +101,7 @@ class TiffReader {
   }
   static int close(thandle_t) { return 0; }
   static toff_t size(thandle_t handle) { return self(handle).bytes_.size(); }
+  /// What is not mapped is read in blocks of 1 KiB, and smaller tiles are refused for it.
   static int map(thandle_t handle, void** base, toff_t* count) {
     *base = const_cast<std::uint8_t*>(self(handle).bytes_.data());  // NOLINT(*-const-cast): opened to be read only
     *count = self(handle).bytes_.size();
@@ -120,7 +109,6 @@ class TiffReader {
   }
   static void unmap(thandle_t, void*, toff_t) {}
 
-  TiffFunctions functions_{};
   Bytes bytes_;
   std::uint64_t at_ = 0;
   bool hasFailed_ = false;
@@ -129,9 +117,6 @@ class TiffReader {
 
 }  // namespace
 
-std::optional<Image> decodeTiff(Bytes bytes) {
-  if (auto pixels = TiffReader(bytes).read()) return imageOf(std::move(pixels));
-  return std::nullopt;
-}
+std::optional<Image> decodeTiff(Bytes bytes) { return imageOf(TiffReader(bytes).read()); }
 
 }  // namespace quill

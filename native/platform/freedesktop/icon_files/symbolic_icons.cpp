@@ -14,17 +14,17 @@ constexpr std::size_t kFirstPrune = 64;
 
 SymbolicIcon::SymbolicIcon(Shape shape) : shape_(std::move(shape)) {}
 
-void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder) {
+void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder, PanelKind panel) {
   const std::lock_guard lock(mutex_);
   if (folder_.lock() == folder) return;
   folder_ = folder;
-  const auto svg = symbolicSvg(shape_);
+  const auto svg = symbolicSvg(shape_, panel);
   file_ = svg.empty() ? nullptr : folder->file(symbolicName(svg), svg);
 }
 
-std::string SymbolicIcon::nameIn(const std::shared_ptr<IconFolder>& folder) const {
+std::shared_ptr<const IconFile> SymbolicIcon::fileIn(const std::shared_ptr<IconFolder>& folder) const {
   const std::lock_guard lock(mutex_);
-  return file_ && folder_.lock() == folder ? file_->name() : std::string();
+  return folder_.lock() == folder ? file_ : nullptr;
 }
 
 SymbolicIcons::SymbolicIcons() : pruneAt_(kFirstPrune) {}
@@ -37,19 +37,20 @@ void SymbolicIcons::add(const std::shared_ptr<SymbolicIcon>& icon) {
     pruneAt_ = std::max(kFirstPrune, 2 * icons_.size());
   }
   icons_.push_back(icon);
-  if (const auto folder = folder_.lock()) icon->writeTo(folder);
+  if (const auto folder = folder_.lock()) icon->writeTo(folder, panel_);
 }
 
-std::shared_ptr<IconFolder> SymbolicIcons::open() {
+std::shared_ptr<IconFolder> SymbolicIcons::open(PanelKind panel) {
   const std::lock_guard lock(mutex_);
   if (isClosed_) return nullptr;
   auto folder = folder_.lock();
-  if (folder) return folder;
+  if (folder && panel == panel_) return folder;
   folder = IconFolder::make();
   if (!folder) return nullptr;
   folder_ = folder;
+  panel_ = panel;
   for (const auto& known : icons_) {
-    if (const auto icon = known.lock()) icon->writeTo(folder);
+    if (const auto icon = known.lock()) icon->writeTo(folder, panel_);
   }
   return folder;
 }

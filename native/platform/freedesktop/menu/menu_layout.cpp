@@ -13,31 +13,12 @@ namespace {
 
 /// A bus takes messages that nest 64 deep, and each menu inside another is three levels.
 constexpr int kMaxDepth = 16;
+/// Where menus hold each other, or hold more entries than a message could, the rest is left out.
+constexpr std::size_t kMaxEntries = 1'000'000;
 
 constexpr std::array<std::string_view, kEntryProperties> kNames = {
     "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display", "icon-name"};
 constexpr std::int32_t kNoToggleState = -1;
-constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
-
-/// A title shown literally: the protocol takes an underscore for a mnemonic unless it is doubled,
-/// and has no U+0000.
-std::string labelFor(const std::string& fullTitle, std::optional<std::size_t> fullMnemonic) {
-  const auto [title, mnemonic] = panelTitle(fullTitle, fullMnemonic);
-  std::string label;
-  label.reserve(title.size() + 1);
-  for (std::size_t at = 0; at < title.size(); ++at) {
-    const char c = title[at];
-    if (at == mnemonic) label += '_';
-    if (c == '_') {
-      label += "__";
-    } else if (c == '\0') {
-      label += kReplacementCharacter;
-    } else {
-      label += c;
-    }
-  }
-  return label;
-}
 
 std::optional<std::string> keyNameFor(const std::string& key) {
   if (key == "+") return "plus";
@@ -65,7 +46,7 @@ std::optional<Shortcut> shortcutFor(const std::string& keyEquivalent, ModifierFl
 
 void collect(const Menu& menu, int depth, PlacedItems& placed) {
   for (auto& item : menu.items()) {
-    if (placed.size() >= MenuLayout::kMaxEntries) return;
+    if (placed.size() >= kMaxEntries) return;
     if (!item) continue;
     const auto submenu = item->submenu;
     placed.push_back({std::move(item), depth});
@@ -130,14 +111,14 @@ EntryValue defaultOf(EntryProperty property) {
   return std::string();
 }
 
-std::optional<EntryValue> MenuEntry::value(EntryProperty property) const {
+std::optional<EntryValue> MenuEntry::value(EntryProperty property, PanelKind panel) const {
   using Value = std::optional<EntryValue>;
   const bool isRoot = item == nullptr;
   switch (property) {
     case EntryProperty::type:
       return look.isSeparator ? Value(std::string("separator")) : std::nullopt;
     case EntryProperty::label:
-      return isRoot || look.isSeparator ? std::nullopt : Value(labelFor(look.title, look.mnemonic));
+      return isRoot || look.isSeparator ? std::nullopt : Value(panelLabel(look.title, look.mnemonic, panel));
     case EntryProperty::enabled:
       return isChoosable ? std::nullopt : Value(false);
     case EntryProperty::visible:
@@ -202,8 +183,8 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Placed
     take(entry, *item);
     Change change{idOf(i), {}, {}};
     EntryProperties::all().forEach([&](EntryProperty property) {
-      const auto value = entry.value(property);
-      if (value == before.value(property)) return;
+      const auto value = entry.value(property, PanelKind::other);
+      if (value == before.value(property, PanelKind::other)) return;
       // Some panels leave an entry grey that is merely no longer told to be disabled.
       (value || property == EntryProperty::enabled ? change.updated : change.removed).insert(property);
     });
@@ -220,8 +201,7 @@ MenuHistory::Update MenuHistory::show(const Menu* menu) {
   if (auto changes = current_.takeOver(items)) return {std::move(*changes), false};
   auto firstId = current_.nextId();
   // Ids start over before they run out; those of the menus on show are 2^31 newer by then.
-  if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(MenuLayout::kMaxEntries))
-    firstId = 1;
+  if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(kMaxEntries)) firstId = 1;
   auto before = std::exchange(current_, MenuLayout(items, static_cast<std::int32_t>(firstId)));
   if (std::exchange(isRead_, false)) readBefore_ = std::move(before);
   ++revision_;

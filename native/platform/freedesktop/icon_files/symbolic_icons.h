@@ -3,11 +3,11 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include "icon_folder.h"
 #include "owner_process.h"
+#include "panel_kind.h"
 #include "shape.h"
 
 namespace quill::freedesktop {
@@ -17,10 +17,11 @@ class SymbolicIcon {
  public:
   explicit SymbolicIcon(Shape shape);
 
-  /// Once for each folder, also where that fails: a tick shows what is there, and tries nothing.
-  void writeTo(const std::shared_ptr<IconFolder>& folder);
-  /// What a panel finds it by in `folder`; empty where it is not there.
-  std::string nameIn(const std::shared_ptr<IconFolder>& folder) const;
+  /// In the form for a panel, once for each folder, also where that fails: a tick shows what is there, and tries
+  /// nothing.
+  void writeTo(const std::shared_ptr<IconFolder>& folder, PanelKind panel);
+  /// Its file in `folder`; null where it is not there.
+  std::shared_ptr<const IconFile> fileIn(const std::shared_ptr<IconFolder>& folder) const;
 
  private:
   const Shape shape_;
@@ -36,8 +37,9 @@ class SymbolicIcons {
 
   /// Writes it where there is a folder now, else with the others once there is one.
   void add(const std::shared_ptr<SymbolicIcon>& icon);
-  /// The folder with all of them, which stays while somebody holds it; null where none can be made.
-  std::shared_ptr<IconFolder> open();
+  /// The folder with all of them in the form for a panel, which stays while somebody holds it; null where none can be
+  /// made.
+  std::shared_ptr<IconFolder> open(PanelKind panel);
   /// Removes the folder, for good: the process ends.
   void close();
   /// Removes what killed processes have left, the first time only.
@@ -49,6 +51,7 @@ class SymbolicIcons {
   bool isSwept_ = false;
   bool isClosed_ = false;
   std::weak_ptr<IconFolder> folder_;
+  PanelKind panel_ = PanelKind::other;  // whose form they have in it
   std::vector<std::weak_ptr<SymbolicIcon>> icons_;
   std::size_t pruneAt_;
 };

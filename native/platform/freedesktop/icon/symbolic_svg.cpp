@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <utility>
 #include <vector>
 
 namespace quill::freedesktop {
@@ -12,8 +13,18 @@ namespace {
 
 constexpr std::string_view kHead = R"(<svg xmlns="http://www.w3.org/2000/svg" width="22" height="22" viewBox="0 0 )";
 constexpr std::string_view kStyle =
-    R"("><style type="text/css" id="current-color-scheme">.ColorScheme-Text { color:#232629; }</style>)";
+    R"("><style type="text/css" id="current-color-scheme">.ColorScheme-Text { color:#232629; })"
+    R"(.ColorScheme-Background { color:#eff0f1; }</style>)";
 constexpr std::string_view kPath = R"(<path class="ColorScheme-Text" fill="currentColor" fill-opacity=")";
+
+/// The line around the shape lies half beneath it: 1.5 of 22 pixels are seen, of which a panel that scales the icon
+/// down to 16 leaves one.
+constexpr std::string_view kOutline =
+    R"(<path class="ColorScheme-Background" fill="currentColor" stroke="currentColor" stroke-linejoin="round" )"
+    R"(stroke-width=")";
+constexpr int kOutlineWidth = 3;
+/// A pixel covered at least this much has the outline around it.
+constexpr int kOutlined = 96;
 
 /// One layer of the picture: every pixel covered at least this much is painted once more, so strongly
 /// that all layers up to it together give the level's opacity. Layers lie on one another rather than
@@ -90,16 +101,27 @@ class Outliner {
   std::vector<bool> walked_;
 };
 
+std::vector<std::uint8_t> framedLargest(const Shape& shape) {
+  auto coverage = framedCoverage(shape);
+  return std::move(coverage.large.empty() ? coverage.small : coverage.large);
+}
+
 }  // namespace
 
-std::string symbolicSvg(const Shape& shape) {
-  const auto coverage = shapeCoverage(shape);
-  if (coverage.empty()) return {};
+std::string symbolicSvg(const Shape& shape, PanelKind panel) {
   const int side = largestSide(shape);
+  const bool isOutlined = panel == PanelKind::plasma;
+  const auto coverage = isOutlined ? framedLargest(shape) : shapeCoverage(shape);
+  if (coverage.empty()) return {};
 
   const auto grid = std::to_string(side);
   std::string svg(kHead);
   svg.append(grid).append(" ").append(grid).append(kStyle);
+  if (isOutlined) {
+    const auto width = std::to_string(kOutlineWidth * side / kSmallSide);
+    svg.append(kOutline).append(width).append(R"(" d=")").append(Outliner(coverage, side, kOutlined).path());
+    svg.append(R"("/>)");
+  }
   bool isEmpty = true;
   for (const auto& layer : kLayers) {
     const auto path = Outliner(coverage, side, layer.leastCoverage).path();

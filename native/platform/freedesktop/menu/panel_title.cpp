@@ -15,6 +15,8 @@ constexpr int kMaxColumns = 60;
 constexpr std::string_view kEllipsis = "\u2026";
 constexpr int kEllipsisColumns = 1;
 
+constexpr std::string_view kReplacementCharacter = "\uFFFD";
+
 /// A user-perceived character: where it ends in the title, and how wide the title is up to there.
 struct Character {
   std::size_t end;
@@ -66,6 +68,33 @@ PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemoni
   if (mnemonic && *mnemonic < headEnd) shortened.mnemonic = mnemonic;
   if (mnemonic && *mnemonic >= tailStart) shortened.mnemonic = *mnemonic - tailStart + headEnd + kEllipsis.size();
   return shortened;
+}
+
+std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, PanelKind panel) {
+  const auto shown = panelTitle(title, mnemonic);
+  const auto& text = shown.text;
+  // GNOME's shell has no access keys: it takes out the first underscore that another character follows, and shows all
+  // others. Elsewhere a doubled one stands for itself.
+  bool isTaken = false;
+  const auto isMark = [&](std::size_t at) {
+    if (panel != PanelKind::gnome) return true;
+    return !isTaken && at + 1 < text.size() && text[at + 1] != '_';
+  };
+  std::string label;
+  label.reserve(text.size() + 1);
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (at == shown.mnemonic && panel != PanelKind::gnome) label += '_';
+    if (text[at] == '\0') {
+      label += kReplacementCharacter;
+      continue;
+    }
+    if (text[at] == '_' && isMark(at)) {
+      label += '_';
+      isTaken = true;
+    }
+    label += text[at];
+  }
+  return label;
 }
 
 }  // namespace quill::freedesktop

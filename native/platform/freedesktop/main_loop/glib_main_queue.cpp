@@ -4,6 +4,9 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <utility>
+#include <vector>
+
 #include "file_descriptor.h"
 #include "owner_process.h"
 
@@ -52,6 +55,36 @@ SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSou
   return source;
 }
 
+/// Collects what the calling thread posts during one call, and not from within a main loop that runs inside of it.
+class Collected {
+ public:
+  Collected() : outer_(std::exchange(current_, this)) {}
+  Collected(const Collected&) = delete;
+  Collected& operator=(const Collected&) = delete;
+  ~Collected() { current_ = outer_; }
+
+  /// Null where nothing is collected.
+  static Collected* here() { return current_ != nullptr && current_->depth_ == g_main_depth() ? current_ : nullptr; }
+  std::vector<std::function<void()>> work;
+
+ private:
+  static inline thread_local Collected* current_ = nullptr;
+  Collected* outer_;
+  int depth_ = g_main_depth();
+};
+
+/// What a tick posts, to show a frame, runs right after it: a turn of the main context for that alone costs more
+/// than the frame itself.
+void runTick(const std::function<void()>& tick) {
+  std::vector<std::function<void()>> posted;
+  {
+    Collected collected;
+    tick();
+    posted.swap(collected.work);
+  }
+  for (const auto& work : posted) work();
+}
+
 /// Driven by the kernel's timer, since the main context's own waits are whole milliseconds.
 class PreciseTimer : public Timer {
  public:
@@ -66,7 +99,7 @@ class PreciseTimer : public Timer {
         [this, tick = std::move(tick)] {
           if (!owner_.isCurrent()) return source_.reset();  // a fork's child must not take its parent's ticks
           std::uint64_t ticks = 0;                          // more than one: some were missed
-          if (read(file_.number(), &ticks, sizeof ticks) > 0) tick();  // may end this timer
+          if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
         },
         whenReadable, -1);
     g_source_set_can_recurse(source_.get(), TRUE);  // as for the bus
@@ -118,8 +151,10 @@ bool GlibMainQueue::isCurrent() const {
 
 GlibMainQueue::Dispatches::Thread GlibMainQueue::Dispatches::callingThread() {
   static std::atomic<std::uint32_t> latest{0};
-  thread_local const std::uint32_t number = ++latest;
-  return {number, gettid()};
+  // Kept, since the system is asked anew each time. A forked child keeps its parent's: nobody lives under that id
+  // there, which leaves the process's first thread, and that is the one that forked.
+  thread_local const Thread self{++latest, gettid()};
+  return self;
 }
 
 bool GlibMainQueue::Dispatches::isExpectedHere() const {
@@ -130,6 +165,10 @@ bool GlibMainQueue::Dispatches::isExpectedHere() const {
 }
 
 void GlibMainQueue::post(std::function<void()> work) {
+  if (auto* const collected = Collected::here()) {
+    collected->work.push_back(std::move(work));
+    return;
+  }
   static constinit GSourceFuncs once =
       functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) -> gboolean {
         callback(data);

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "panel_kind.h"
+
 namespace quill::freedesktop {
 
 /// A menu title as a panel is given it.
@@ -17,5 +19,9 @@ struct PanelTitle {
 /// character is kept or left out as a whole; one of full width counts two columns. `title` is UTF-8, `mnemonic` an
 /// offset into it. Pure.
 PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemonic);
+
+/// That title as the menu's protocol has it, so that it is shown literally, with its access key underlined where the
+/// panel has such: an underscore marks one there, and there is no U+0000. Pure.
+std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, PanelKind panel);
 
 }  // namespace quill::freedesktop

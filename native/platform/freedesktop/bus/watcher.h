@@ -8,6 +8,7 @@
 #include "backoff.h"
 #include "glib_main_queue.h"
 #include "name_owner.h"
+#include "panel_kind.h"
 #include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
@@ -17,8 +18,8 @@ namespace quill::freedesktop {
 class Watcher {
  public:
   /// `path` is that of the object to announce. `found` is called before it is announced to another
-  /// watcher, and told whether that one's panel is known to recolour symbolic icons.
-  Watcher(GlibMainQueue& queue, std::string path, std::function<void(bool recolours)> found);
+  /// watcher, and told whose that one is.
+  Watcher(GlibMainQueue& queue, std::string path, std::function<void(PanelKind panel)> found);
   Watcher(const Watcher&) = delete;
   Watcher& operator=(const Watcher&) = delete;
 
@@ -27,7 +28,7 @@ class Watcher {
   void leave();
 
  private:
-  static constexpr std::size_t kRecolouringPanels = 3;
+  static constexpr std::size_t kKnownPanels = 3;
 
   static int onPanelOwner(sd_bus_message* message, void* self, sd_bus_error* error);
   static int onRegistered(sd_bus_message* message, void* self, sd_bus_error* error);
@@ -37,12 +38,12 @@ class Watcher {
   void retryLater();
 
   std::string path_;
-  std::function<void(bool)> found_;
+  std::function<void(PanelKind)> found_;
   sd_bus* bus_ = nullptr;  // not owned
   NameOwner owner_;
-  std::array<SlotHandle, kRecolouringPanels> panelOwners_;
+  std::array<SlotHandle, kKnownPanels> panelOwners_;
   std::size_t unanswered_ = 0;
-  bool recolours_ = false;
+  PanelKind panel_ = PanelKind::other;
   Backoff backoff_;
   int attempts_ = 0;
   DueCall retry_;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "menu.h"
+#include "panel_kind.h"
 
 namespace quill::freedesktop {
 
@@ -83,8 +84,8 @@ struct MenuEntry {
   bool isChoosable = true;
   bool hasSubmenu = false;
 
-  /// Empty where the default holds.
-  std::optional<EntryValue> value(EntryProperty property) const;
+  /// As `panel` is told it; empty where the default holds.
+  std::optional<EntryValue> value(EntryProperty property, PanelKind panel) const;
 };
 
 /// A menu and all menus below it in one list, each entry before those below it, under ids that are
@@ -92,8 +93,6 @@ struct MenuEntry {
 class MenuLayout {
  public:
   static constexpr std::int32_t kRootId = 0;
-  /// Where menus hold each other, or hold more entries than a message could, the rest is left out.
-  static constexpr std::size_t kMaxEntries = 1'000'000;
 
   /// `firstId` is the id of the first entry after the root. The items are kept, but not the menu: who replaces it
   /// decides when it goes.

@@ -13,14 +13,17 @@ constexpr std::chrono::milliseconds kLongestDelay{10'000};
 /// The first attempt and seven more within 13 s.
 constexpr int kAttempts = 8;
 
-/// Names whose owner, where it is the watcher too, draws symbolic icons in the bar's own colour, also
-/// after its theme was switched: GNOME's shell, and the daemons of Plasma 5 and 6. Xfce's panel is not
-/// among them: it recolours an icon when it loads it, and leaves it in that colour when the bar changes.
-constexpr std::array kRecolouring = {"org.gnome.Shell", "org.kde.kded5", "org.kde.kded6"};
+struct KnownPanel {
+  const char* name;  ///< which it owns beside the watcher's: GNOME's shell itself, Plasma's daemon
+  PanelKind kind;
+};
+constexpr std::array kPanels = {KnownPanel{"org.gnome.Shell", PanelKind::gnome},
+                                KnownPanel{"org.kde.kded5", PanelKind::plasma},
+                                KnownPanel{"org.kde.kded6", PanelKind::plasma}};
 
 }  // namespace
 
-Watcher::Watcher(GlibMainQueue& queue, std::string path, std::function<void(bool recolours)> found)
+Watcher::Watcher(GlibMainQueue& queue, std::string path, std::function<void(PanelKind panel)> found)
     : path_(std::move(path)),
       found_(std::move(found)),
       owner_(kWatcher, [this] { ownerChanged(); }),
@@ -40,10 +43,13 @@ void Watcher::leave() {
 int Watcher::onPanelOwner(sd_bus_message* message, void* self, sd_bus_error*) {
   auto& watcher = *static_cast<Watcher*>(self);
   if (const char* owner = nameOwnerIn(message); owner != nullptr && owner == watcher.owner_.get()) {
-    watcher.recolours_ = true;
+    const sd_bus_slot* answered = sd_bus_get_current_slot(sd_bus_message_get_bus(message));
+    for (std::size_t i = 0; i < kPanels.size(); ++i) {
+      if (watcher.panelOwners_[i].get() == answered) watcher.panel_ = kPanels[i].kind;
+    }
   }
   if (--watcher.unanswered_ == 0) {
-    watcher.found_(watcher.recolours_);
+    watcher.found_(watcher.panel_);
     watcher.registerItem();
   }
   return 0;
@@ -60,13 +66,13 @@ void Watcher::ownerChanged() {
   retry_.cancel();
   backoff_.reset();
   attempts_ = 0;
-  recolours_ = false;
+  panel_ = PanelKind::other;
   for (auto& call : panelOwners_) call.reset();
   if (owner_.get().empty()) return;
-  static_assert(kRecolouring.size() == kRecolouringPanels);
-  unanswered_ = kRecolouring.size();
-  for (std::size_t i = 0; i < kRecolouring.size(); ++i) {
-    panelOwners_[i] = askNameOwner(bus_, kRecolouring[i], onPanelOwner, this);
+  static_assert(kPanels.size() == kKnownPanels);
+  unanswered_ = kPanels.size();
+  for (std::size_t i = 0; i < kPanels.size(); ++i) {
+    panelOwners_[i] = askNameOwner(bus_, kPanels[i].name, onPanelOwner, this);
   }
 }
 
