@@ -158,6 +158,8 @@ TEST_F(HostTest, ThreadsAnimateWhileTheMenuIsReplaced) {
 }
 
 TEST_F(HostTest, AChildForkedDuringTheFirstCallsCanCallEverything) {
+  // GLib's allocator has locks of its own before this version, which no fork waits for.
+  if (glib_check_version(2, 76, 0) != nullptr) GTEST_SKIP() << "SKIPPED: needs GLib 2.76";
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "a sanitizer's own allocator hangs in such a child";
 #endif
