@@ -5,7 +5,7 @@ list(GET gcc_directories -1 gcc_directory)
 
 add_library(quill_gnustep_flags INTERFACE)
 target_compile_options(quill_gnustep_flags INTERFACE "$<$<COMPILE_LANGUAGE:OBJCXX>:SHELL:
-  -fobjc-runtime=gcc -fconstant-string-class=NSConstantString -fexceptions -fobjc-exceptions
+  -Wno-sign-conversion -fobjc-runtime=gcc -fconstant-string-class=NSConstantString -fexceptions -fobjc-exceptions
   -isystem /usr/include/GNUstep -isystem ${CMAKE_CURRENT_LIST_DIR}/standin -idirafter ${gcc_directory}/include
   -include ${CMAKE_CURRENT_LIST_DIR}/standin/standin.h>")
 target_compile_definitions(quill_gnustep_flags INTERFACE

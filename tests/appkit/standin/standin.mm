@@ -3,6 +3,7 @@
 #include <dispatch/dispatch.h>
 
 #include <algorithm>
+#include <concepts>
 
 namespace standin {
 std::vector<std::string> record;
@@ -14,7 +15,10 @@ bool refuses = false, throws = false;
 namespace {
 
 void note(const char* what, NSString* value) { standin::record.push_back(std::string(what) + " " + [value UTF8String]); }
-void note(const char* what, double value) { note(what, [NSString stringWithFormat:@"%g", value]); }
+template <std::convertible_to<double> Number>
+void note(const char* what, Number value) {
+  note(what, [NSString stringWithFormat:@"%g", static_cast<double>(value)]);
+}
 
 NSArray* commonModes() {
   return @[ NSDefaultRunLoopMode, @"NSEventTrackingRunLoopMode", @"NSModalPanelRunLoopMode" ];
