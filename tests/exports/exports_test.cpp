@@ -105,14 +105,18 @@ TEST(Exports, ATypicalRun) {
   EXPECT_EQ(desktop.shown.size(), 1U);
   desktop.click();
   takeLines();
-  quillTrayManagerSetMenuItemsJson(R"([{"id":"3","title":"三","keyEquivalent":"Alt+3"},{}])");
+  quillTrayManagerSetMenuItemsJson(R"([{"id":"3","title":"三)"
+                                   "\xFF\",\"keyEquivalent\":\"Alt+3\"},{}]");
   quillTrayManagerSetMenuItemsJson("[");
-  EXPECT_TRUE(desktop.choose("三")) << "a rejected text leaves the menu as it was";
+  EXPECT_TRUE(desktop.choose("三\uFFFD")) << "a rejected text leaves the menu as it was";
+  quillTrayManagerOpenUrl("http://x/\xFF");
+  quillTrayManagerSetMenuPtr(nullptr);
+  EXPECT_THAT(desktop.urlsOpened, ElementsAre("http://x/%EF%BF%BD"));
   EXPECT_THAT(told, ElementsAre("click", "3"));
   EXPECT_THAT(takeLines(), ElementsAre("DEBUG 已设置快捷键：Alt+3 -> keyEquivalent: 3, modifiers: "
                                        "NSEventModifierFlags(rawValue: 524288)",
                                        "INFO 菜单已更新，菜单项数量: 1", "INFO 已设置菜单项数据，数量: 1",
-                                       "ERROR 设置菜单项数据失败：JSON 解析失败"));
+                                       "ERROR 设置菜单项数据失败：JSON 解析失败", "INFO 已打开 URL: http://x/\uFFFD"));
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <array>
+#include <future>
 #include <thread>
 
 #include "manager_fixture.h"
@@ -42,7 +44,11 @@ TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
   createWithIcon();
   for (const int count : {1, 3, 30, 30}) {  // the frames outlive the animation
     addFramesUpTo(count);
+    auto& button = *manager->statusItem->button();
+    spoilLook(button);
     start();
+    EXPECT_EQ(look(button), kImageOnly);
+    button.setBordered(true);
     EXPECT_THAT(takeLines(), ElementsAre("DEBUG 设置动画第一帧，图像: <Image 30x22 pixels>",
                                          "INFO 开始动画，总帧数: " + std::to_string(count) + "，直接更新按钮图像"));
     queue.advance(35ms * count - 1ns);
@@ -55,7 +61,7 @@ TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
     // The last frame gives way to the main icon within its own tick.
     EXPECT_THAT(takeShown(), ElementsAre(std::to_string(35 * count) + ":22"));
     EXPECT_THAT(takeLines(), ElementsAre(restored));
-    EXPECT_TRUE(idle() && manager->currentFrameIndex == 0);
+    EXPECT_TRUE(idle() && manager->currentFrameIndex == 0 && look(button) == kImageOnly);
     EXPECT_EQ(desktop.prepared, 1 + count) << "a frame is turned into what the bar reads once, when it is added";
   }
 }
@@ -101,8 +107,16 @@ TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   takeLines();
   manager->stopAnimation();
   manager->resetAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre(restored, restored, "INFO 动画已重置，动画帧数: 0"));
+  manager->perform(selectors::kUpdateAnimation, nullptr);  // with no frame, not running
+  EXPECT_THAT(takeLines(), ElementsAre(restored, restored, "INFO 动画已重置，动画帧数: 0", restored));
   EXPECT_TRUE(idle() && manager->animationFrames.empty());
+  addFramesUpTo(2);
+  manager->perform(selectors::kUpdateAnimation, nullptr);  // not running
+  EXPECT_EQ(manager->currentFrameIndex, 0);
+  start();
+  manager->animationFrames.clear();
+  queue.advance(35ms);
+  EXPECT_TRUE(idle());
 }
 
 TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
@@ -119,7 +133,7 @@ TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
   EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32"));
 }
 
-TEST_F(AnimationTest, TheTimerSendsItsActionByName) {
+TEST_F(AnimationTest, TheTimerSendsItsActionByNameOtherThreadsPostIt) {
   struct Named : Manager {
     using Manager::Manager;
     bool perform(Selector selector, const MenuItem* sender) override {
@@ -129,27 +143,29 @@ TEST_F(AnimationTest, TheTimerSendsItsActionByName) {
   };
   manager = Manager::make<Named>(desktop);
   createWithIcon();
-  addFramesUpTo(2);
+  addFramesUpTo(3);
   start();
-  queue.advance(1s);
-  EXPECT_THAT(told, ElementsAre("updateAnimation", "updateAnimation"));
+  queue.advance(35ms);
+  EXPECT_THAT(told, ElementsAre("updateAnimation"));
+  std::thread([&] { manager->perform(selectors::kUpdateAnimation, nullptr); }).join();
+  EXPECT_EQ(manager->currentFrameIndex, 1);
+  queue.runAll();
+  EXPECT_EQ(manager->currentFrameIndex, 2);
 }
 
 TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
   createWithIcon();
-  std::thread worker([&] {
-    manager->addAnimationFrame(image(30));
-    manager->startAnimation();
-    manager->perform(selectors::kUpdateAnimation, nullptr);
-    manager->stopAnimation();
-    manager->resetAnimation();
-  });
-  ASSERT_TRUE(queue.waitAndRunOne());
-  EXPECT_TRUE(manager->animationFrames.size() == 1 && !manager->isAnimating);
-  while (!manager->isAnimating) ASSERT_TRUE(queue.waitAndRunOne());
-  while (!manager->animationFrames.empty()) ASSERT_TRUE(queue.waitAndRunOne());
-  worker.join();
-  EXPECT_TRUE(idle());
+  const auto steps = std::to_array<std::pair<std::function<void()>, std::function<bool()>>>(
+      {{[&] { manager->addAnimationFrame(image(30)); }, [&] { return manager->animationFrames.size() == 1; }},
+       {[&] { manager->startAnimation(); }, [&] { return manager->isAnimating; }},
+       {[&] { manager->stopAnimation(); }, [&] { return !manager->isAnimating; }},
+       {[&] { manager->resetAnimation(); }, [&] { return manager->animationFrames.empty(); }}});
+  for (const auto& [call, isDone] : steps) {
+    auto called = std::async(std::launch::async, call);
+    EXPECT_TRUE(queue.waitAndRunOne() && isDone());
+    called.get();
+    queue.runAll();
+  }
 }
 
 }  // namespace

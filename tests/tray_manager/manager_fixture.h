@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -17,20 +18,15 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Lines = std::vector<std::string>;
 
-/// What was logged since the last call, as "LEVEL message" without the tag, which each line must have; addresses are
-/// cut out of descriptions: "<StatusItem>".
+/// What was logged since the last call, as "LEVEL message" without the tag, which each line must have behind its
+/// module; addresses are cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
-  const std::string tag = "[TrayManager] ";
-  Lines lines;
-  for (auto text : memory::Environment::current().logged()) {
-    EXPECT_THAT(text, ::testing::HasSubstr(' ' + tag));
-    for (auto at = text.find(tag); at != std::string::npos; at = text.find(tag, at)) text.erase(at, tag.size());
-    for (auto at = text.find(": 0x"); at != std::string::npos; at = text.find(": 0x", at)) {
-      text.erase(at, text.find_first_not_of("0123456789abcdef", at + 4) - at);
-    }
-    lines.push_back(text);
-  }
-  memory::Environment::current().clear();
+  static const std::regex cut(R"(\[TrayManager\] |: 0x[0-9a-f]+)");
+  auto& environment = memory::Environment::current();
+  auto lines = environment.logged();
+  for (auto& line : lines) line = std::regex_replace(line, cut, "");
+  EXPECT_THAT(environment.console(), ::testing::Each(::testing::StartsWith("[TrayManager] [TrayManager] ")));
+  environment.clear();
   return lines;
 }
 
@@ -47,6 +43,17 @@ inline Image image(int width, int height = 22) {
   return {std::make_shared<Pixels>(Pixels{width, height, {}}), {1.0 * width, 1.0 * height}};
 }
 
+/// All that a host can change about how a button looks, but for its image.
+inline auto look(const StatusBarButton& button) {
+  return std::tuple(button.imagePosition(), button.isBordered(), button.isTransparent(), button.isHidden(),
+                    button.alphaValue());
+}
+inline const std::tuple kImageOnly{ImagePosition::imageOnly, false, false, false, 1.0};
+inline void spoilLook(StatusBarButton& button) {
+  button.setImagePosition(ImagePosition::none), button.setBordered(true), button.setTransparent(true);
+  button.setHidden(true), button.setAlphaValue(0.5);
+}
+
 /// What the host was told since it was last looked at.
 inline Lines told;
 inline void tellClick() { told.emplace_back("click"); }
@@ -54,7 +61,8 @@ inline void tellChoice(const char* identifier) { told.emplace_back(identifier); 
 
 class ManagerTest : public ::testing::Test {
  protected:
-  ManagerTest() { told.clear(), takeLines(); }
+  ManagerTest() { told.clear(); }
+  ~ManagerTest() override { takeLines(); }
 
   memory::Desktop desktop;
   std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);

@@ -1,4 +1,5 @@
 #include "manager_fixture.h"
+#include "shortcut.h"
 
 namespace quill::testing {
 namespace {
@@ -20,10 +21,19 @@ Lines created(const std::string& menuLine, bool withButton = true) {
           withButton ? "DEBUG 按钮尺寸: 22.0x22.0" : "DEBUG 按钮尺寸: 0.0x0.0"};
 }
 
-TEST_F(ManagerTest, StartsEmptyWithTheHiddenIconViewGroup) {
-  EXPECT_FALSE(manager->statusItem || manager->mainIcon || manager->menu || manager->animationTimer);
-  EXPECT_THAT(manager->animatedView->subviews(), ElementsAre(manager->mainIconView, manager->animatedIconView));
-  EXPECT_TRUE(manager->animatedView->isHidden());
+TEST_F(ManagerTest, StartsWithTheHiddenIconViewGroup) {
+  const auto& [group, icon, animated] =
+      std::tie(manager->animatedView, manager->mainIconView, manager->animatedIconView);
+  EXPECT_THAT(group->subviews(), ElementsAre(icon, animated));
+  EXPECT_TRUE(group->isHidden() && group->layer() != nullptr && group->layer()->backgroundColor == kClearColor);
+  for (const View* view : std::initializer_list<const View*>{group.get(), icon.get(), animated.get()})
+    EXPECT_EQ(view->frame(), (Rect{{}, kIconSize}));
+  for (const auto& view : {icon, animated}) {
+    EXPECT_TRUE(view->isHidden() && view->alphaValue() == 0.0);
+    EXPECT_TRUE(view->autoresizingMask() == (kWidthSizable | kHeightSizable) &&
+                view->imageScaling() == ImageScaling::proportionallyUpOrDown);
+  }
+  EXPECT_NE(animated->layer(), nullptr);
 }
 
 TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
@@ -33,6 +43,8 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   manager->createTray();
   EXPECT_EQ(takeLines(), created("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), basic);
+  for (const auto orientation : {Orientation::horizontal, Orientation::vertical})
+    EXPECT_EQ(manager->statusItem->button()->contentHuggingPriority(orientation), kRequiredLayoutPriority);
 
   desktop.refusesStatusItems = true;
   manager->createTray();
@@ -44,6 +56,23 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   EXPECT_EQ(manager->menu, basic) << "records wait for the status item";
   manager->createTray();
   EXPECT_EQ(takeLines(), created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 2", false));
+
+  struct Own : Manager {
+    using Manager::Manager;
+    std::shared_ptr<Menu> createStandardMenu() override {
+      auto made = Manager::createStandardMenu();
+      return made->minimumWidth = 5, made;
+    }
+    std::shared_ptr<Menu> createBasicMenu() override {
+      auto made = Manager::createBasicMenu();
+      return made->addItem(MenuItem::separator()), made;
+    }
+  };
+  manager = Manager::make<Own>(desktop);
+  manager->createTray();
+  EXPECT_TRUE(manager->menu->minimumWidth == 5 && manager->menu->items().size() == 4);
+  manager->setMenuItems({});
+  EXPECT_EQ(manager->menu->minimumWidth, 5);
 }
 
 TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
@@ -60,8 +89,11 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
 
   desktop.application->effectiveAppearance = Appearance::dark;
   desktop.rightClick();
+  desktop.application->currentEvent = Event{EventType::rightMouseDown};
+  manager->perform(selectors::kHandleClick, nullptr);
+  desktop.application->currentEvent.reset();
   EXPECT_THAT(told, IsEmpty());
-  ASSERT_EQ(desktop.poppedUp.size(), 1U);
+  ASSERT_EQ(desktop.poppedUp.size(), 2U);
   EXPECT_TRUE(desktop.poppedUp[0].menu == manager->menu.get() && desktop.poppedUp[0].at == (Point{0.0, 22.0}));
   EXPECT_EQ(manager->menu->appearance, Appearance::dark);
 
@@ -139,12 +171,15 @@ TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
   using namespace std::string_literals;
   manager->setMenuItems({{"a", "A", true, "Cmd+"},
                          {"", "empty", true, "Hyper+Cmd+K"},
-                         {"x\0y"s, "nul", true, ""},
+                         {"x\0y"s, "nul", true, "K"},
                          {"off", "disabled", false, ""}});
   EXPECT_THAT(takeLines(), ElementsAre("WARN 无法解析快捷键：Cmd+，按键部分无效", "WARN 未知的修饰键：HYPER",
                                        "DEBUG 已设置快捷键：Hyper+Cmd+K -> keyEquivalent: k, modifiers: "
                                        "NSEventModifierFlags(rawValue: 1048576)",
+                                       "DEBUG 已设置快捷键：K -> keyEquivalent: k, modifiers: "
+                                       "NSEventModifierFlags(rawValue: 0)",
                                        "INFO 菜单已更新，菜单项数量: 4"));
+  EXPECT_EQ(manager->menu->items()[2]->keyEquivalentModifierMask, ModifierFlags{});
 
   desktop.choose("A");
   manager->setMenuItemCallback(tellChoice);
@@ -164,22 +199,25 @@ TEST_F(ManagerTest, AHostMenuGetsTheLibrarysLookAndGivesWayToRecords) {
   const auto item = MenuItem::make("plain", {}, "x");
   item->attributedTitle = AttributedTitle{"styled", {30.0}};
   hostMenu->addItem(item);
-  manager->setMenu(hostMenu);
-  EXPECT_TRUE(hostMenu->font == Font{13.0} && hostMenu->minimumWidth == 250.0);
-  EXPECT_TRUE(item->attributedTitle->text == "plain" && item->attributedTitle->font == Font{13.0});
-
   manager->createTray();
   takeLines();
-  manager->setMenu(std::make_shared<Menu>());
-  EXPECT_EQ(manager->statusItem->announcedMenu(), manager->menu);
+  desktop.application->effectiveAppearance = Appearance::dark;
+  manager->statusItem->button()->sendActionOn(0);
+  manager->setMenu(hostMenu);
+  EXPECT_TRUE(hostMenu->font == Font{13.0} && hostMenu->minimumWidth == 250.0 &&
+              hostMenu->appearance == Appearance::dark);
+  EXPECT_TRUE(item->attributedTitle->text == "plain" && item->attributedTitle->font == Font{13.0});
+  EXPECT_EQ(manager->statusItem->button()->actionMask(), kClickEvents);
+  EXPECT_EQ(manager->statusItem->announcedMenu(), hostMenu);
   manager->setMenuItems({});
-  EXPECT_THAT(takeLines(), ElementsAre("INFO 菜单已设置，菜单项数量: 0", "INFO 菜单已更新，菜单项数量: 0"));
-  EXPECT_EQ(manager->menu->minimumWidth, 0.0);
+  EXPECT_THAT(takeLines(), ElementsAre("INFO 菜单已设置，菜单项数量: 1", "INFO 菜单已更新，菜单项数量: 0"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), manager->menu);
+  EXPECT_TRUE(manager->menu->minimumWidth == 0.0 && manager->menu->appearance == Appearance::dark);
 }
 
 TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   const auto source = image(64, 32);
+  manager->animatedIconView->setAlphaValue(1.0);
   manager->setMainIcon(source);
   Lines expected{"DEBUG 设置主图标，原始图标: <Image 64x32 pixels>",
                  "DEBUG 原始图标尺寸: 64.0x32.0",
@@ -192,6 +230,7 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_TRUE(manager->mainIcon->isTemplate() && manager->mainIcon->size() == kIconSize);
   EXPECT_FALSE(source.isTemplate() || source.size() == kIconSize);
   EXPECT_TRUE(manager->mainIconView->image() == manager->mainIcon && manager->mainIconView->alphaValue() == 1.0);
+  EXPECT_EQ(manager->animatedIconView->alphaValue(), 0.0);
   manager->setMainIcon(Image(std::make_shared<Pixels>(), {100'000, 0.00005}));
   EXPECT_THAT(takeLines()[1], "DEBUG 原始图标尺寸: 100000.0x0.00005");
 
@@ -199,7 +238,7 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   const auto button = manager->statusItem->button();
   EXPECT_EQ(button->image(), std::nullopt) << "an earlier icon is not put on a new button";
   button->setFrame({{3, 4}, {30, 22}});
-  button->setHidden(true);
+  spoilLook(*button);
   takeLines();
   manager->setMainIcon(source);
   expected[5] = "DEBUG statusItem: <StatusItem>";
@@ -209,13 +248,42 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_EQ(takeLines(), expected);
   EXPECT_EQ(button->frame(), (Rect{{3, 4}, {22, 22}}));
   EXPECT_EQ(button->image(), manager->mainIcon);
-  EXPECT_TRUE(!button->isHidden() && !button->isBordered() && !button->isTransparent());
+  EXPECT_EQ(look(*button), kImageOnly);
 
   manager->setMainIcon(source);
   expected.erase(expected.begin() + 7);
   EXPECT_EQ(takeLines(), expected) << "no reset line for a button of the right size";
   desktop.mainQueue().runAll();
   EXPECT_EQ(desktop.presentations, 1) << "many settings, one presentation";
+}
+
+TEST(Shortcut, ReadsModifiersAndKey) {
+  const std::tuple<std::string, std::string, ModifierFlags, std::vector<std::string>> cases[] = {
+      {"K", "k", {}, {}},
+      {"shift+Command+K", "k", kCommand | kShift, {}},
+      {"Ctrl+Alt+Delete", "Delete", kControl | kOption, {}},
+      {"Cmd+Cmd+Option+Control+Shift+I", "i", kCommand | kOption | kControl | kShift, {}},
+      {" \u3000Cmd\u00A0\t+K", "k", kCommand, {}},
+      {"\nCmd+K", "k", {}, {"\nCMD"}},
+      {"Cmd + K", " K", kCommand, {}},
+      {"Cmd+ ", " ", kCommand, {}},
+      {"Hyper+Cmd++K", "k", kCommand, {"HYPER", ""}},
+      {"+K", "k", {}, {""}},
+      {"Cmd+E\u0301", "e\u0301", kCommand, {}},
+      {"Cmd+\u00C9", "\u00E9", kCommand, {}},
+      {"Cmd+\U0001F1E8\U0001F1F3", "\U0001F1E8\U0001F1F3", kCommand, {}},
+      {"Cmd+\u0130", "i\u0307", kCommand, {}},
+      {"stra\u00DFe+K", "k", {}, {"STRASSE"}},
+      {std::string("Cmd+\0K", 6), std::string("\0K", 2), kCommand, {}},
+  };
+  for (const auto& [text, key, modifiers, unknown] : cases) {
+    SCOPED_TRACE(text);
+    const auto shortcut = parseShortcut(text).value();
+    EXPECT_EQ(shortcut.keyEquivalent, key);
+    EXPECT_EQ(shortcut.modifiers, modifiers);
+    EXPECT_EQ(shortcut.unknownModifiers, unknown);
+  }
+  for (const auto* text : {"Cmd+", "+", "Cmd++"}) EXPECT_FALSE(parseShortcut(text)) << text;
 }
 
 }  // namespace
