@@ -215,7 +215,7 @@ const std::optional<Image>& iconAt(std::int64_t number) {
     std::array<std::optional<Image>, 3> made;
     for (const int side : {16, 48}) {
       const auto bytes = static_cast<std::size_t>(side * side * 4);
-      Image icon(std::make_shared<Pixels>(Pixels{side, side, std::vector<std::uint8_t>(bytes, 255)}), {22, 22});
+      Image icon(std::make_shared<Pixels>(Pixels{side, side, std::pmr::vector<std::uint8_t>(bytes, 255)}), {22, 22});
       icon.setTemplate(side == 48);
       icon.setRendering(freedesktop::iconRenderingOf(icon));
       made[side == 16 ? 1 : 2] = icon;

@@ -22,7 +22,7 @@ Image imageOf(std::string_view text) {
     text.remove_prefix(end + 1);
   }
   auto pixels = std::make_shared<Pixels>(Pixels{static_cast<int>(width), static_cast<int>(rows.size()),
-                                                std::vector<std::uint8_t>(width * rows.size() * 4)});
+                                                std::pmr::vector<std::uint8_t>(width * rows.size() * 4)});
   for (std::size_t y = 0; y < rows.size(); ++y) {
     for (std::size_t x = 0; x < rows[y].size(); ++x) {
       const char c = rows[y][x];

@@ -5,6 +5,7 @@
  *   example_cpp
  */
 #include <gio/gio.h>
+#include <glib-unix.h>
 #include <quill_tray_manager.h>
 
 #include <cstdio>
@@ -87,5 +88,10 @@ int main() {
   quill_tray_manager_create();
   quill_tray_manager_set_main_icon(icon_png, sizeof icon_png);
 
+  // What ends the process from outside, a session's end for one, ends the loop, and with it main.
+  g_unix_signal_add(
+      SIGTERM,
+      [](gpointer ended) -> gboolean { return g_main_loop_quit(static_cast<GMainLoop*>(ended)), G_SOURCE_CONTINUE; },
+      loop.get());
   g_main_loop_run(loop.get());
 }

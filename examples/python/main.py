@@ -17,6 +17,7 @@ import zlib
 glib = ctypes.CDLL("libglib-2.0.so.0")
 tray = ctypes.CDLL("libquill_tray_manager.so.1")
 
+SourceFunction = ctypes.CFUNCTYPE(ctypes.c_int, ctypes.c_void_p)
 ClickCallback = ctypes.CFUNCTYPE(None)
 MenuItemCallback = ctypes.CFUNCTYPE(None, ctypes.c_char_p)
 
@@ -24,6 +25,7 @@ glib.g_main_loop_new.argtypes = [ctypes.c_void_p, ctypes.c_int]
 glib.g_main_loop_new.restype = ctypes.c_void_p
 for function in (glib.g_main_loop_run, glib.g_main_loop_quit, glib.g_main_loop_unref):
     function.argtypes, function.restype = [ctypes.c_void_p], None
+glib.g_unix_signal_add.argtypes = [ctypes.c_int, SourceFunction, ctypes.c_void_p]
 for function in (tray.quill_tray_manager_set_main_icon, tray.quill_tray_manager_add_animation_frame):
     function.argtypes, function.restype = [ctypes.c_char_p, ctypes.c_ssize_t], None
 tray.quill_tray_manager_set_menu_items_json.argtypes = [ctypes.c_char_p]
@@ -103,6 +105,16 @@ ITEMS = [
 
 signal.signal(signal.SIGINT, signal.SIG_DFL)  # Python handles signals between its own instructions only
 loop = glib.g_main_loop_new(None, False)
+
+
+@SourceFunction
+def on_terminate(_):
+    """A session's end, or Quit of a menu that the library offers by itself: the loop ends, and with it the process."""
+    glib.g_main_loop_quit(loop)
+    return True  # the source stays
+
+
+glib.g_unix_signal_add(signal.SIGTERM, on_terminate, None)
 icon = dial(0)
 tray.quill_tray_manager_set_menu_items_json(json.dumps(ITEMS).encode())
 tray.quill_tray_manager_set_click_callback(on_click)  # functions at module level: they must outlive their use

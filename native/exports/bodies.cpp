@@ -28,31 +28,29 @@ void callShared(void (TrayManager::*operation)(Parameters...), Arguments&&... ar
 
 }  // namespace
 
-void quillTrayManagerCreate() noexcept { callShared(&TrayManager::createTray); }
+void quillTrayManagerCreate() { callShared(&TrayManager::createTray); }
 
-void quillTrayManagerSetMainIcon(const std::uint8_t* iconData, std::intptr_t iconLength) noexcept {
+void quillTrayManagerSetMainIcon(const std::uint8_t* iconData, std::intptr_t iconLength) {
   if (const auto image = imageFromBytes(iconData, iconLength)) callShared(&TrayManager::setMainIcon, *image);
 }
 
-void quillTrayManagerAddAnimationFrame(const std::uint8_t* frameData, std::intptr_t frameLength) noexcept {
+void quillTrayManagerAddAnimationFrame(const std::uint8_t* frameData, std::intptr_t frameLength) {
   if (const auto image = imageFromBytes(frameData, frameLength)) callShared(&TrayManager::addAnimationFrame, *image);
 }
 
-void quillTrayManagerStartAnimation() noexcept { callShared(&TrayManager::startAnimation); }
+void quillTrayManagerStartAnimation() { callShared(&TrayManager::startAnimation); }
 
-void quillTrayManagerStopAnimation() noexcept { callShared(&TrayManager::stopAnimation); }
+void quillTrayManagerStopAnimation() { callShared(&TrayManager::stopAnimation); }
 
-void quillTrayManagerResetAnimation() noexcept { callShared(&TrayManager::resetAnimation); }
+void quillTrayManagerResetAnimation() { callShared(&TrayManager::resetAnimation); }
 
-void quillTrayManagerSetMenuPtr(const void* menuPtr) noexcept {
+void quillTrayManagerSetMenuPtr(const void* menuPtr) {
   if (auto menu = Desktop::current().adoptMenu(menuPtr)) callShared(&TrayManager::setMenu, std::move(menu));
 }
 
-void quillTrayManagerSetClickCallback(void (*callback)()) noexcept {
-  callShared(&TrayManager::setClickCallback, callback);
-}
+void quillTrayManagerSetClickCallback(void (*callback)()) { callShared(&TrayManager::setClickCallback, callback); }
 
-void quillTrayManagerSetMenuItemsJson(const char* jsonData) noexcept {
+void quillTrayManagerSetMenuItemsJson(const char* jsonData) {
   if (!jsonData) {
     logError("[TrayManager] 设置菜单项数据失败：JSON 数据为空", kLogModule);
     return;
@@ -67,11 +65,11 @@ void quillTrayManagerSetMenuItemsJson(const char* jsonData) noexcept {
   logInfo("[TrayManager] 已设置菜单项数据，数量: " + std::to_string(count), kLogModule);
 }
 
-void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*)) noexcept {
+void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*)) {
   callShared(&TrayManager::setMenuItemCallback, callback);
 }
 
-void quillTrayManagerOpenUrl(const char* urlString) noexcept {
+void quillTrayManagerOpenUrl(const char* urlString) {
   if (!urlString) {
     logError("[TrayManager] 打开 URL 失败：URL 字符串为空", kLogModule);
     return;

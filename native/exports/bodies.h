@@ -6,20 +6,19 @@ namespace quill {
 
 // What stands behind the exported functions: converts the arguments and calls one operation of
 // TrayManager::shared(), on the caller's thread. An argument that cannot be converted does not make
-// the tray manager come into being. No exception leaves them: they end the process on one that is
-// not expected, which is no more than memory that ran out.
+// the tray manager come into being. Each may throw std::bad_alloc, and nothing else.
 
-void quillTrayManagerCreate() noexcept;
-void quillTrayManagerSetMainIcon(const std::uint8_t* iconData, std::intptr_t iconLength) noexcept;
-void quillTrayManagerAddAnimationFrame(const std::uint8_t* frameData, std::intptr_t frameLength) noexcept;
-void quillTrayManagerStartAnimation() noexcept;
-void quillTrayManagerStopAnimation() noexcept;
-void quillTrayManagerResetAnimation() noexcept;
-void quillTrayManagerSetMenuPtr(const void* menuPtr) noexcept;
-void quillTrayManagerSetClickCallback(void (*callback)()) noexcept;
-void quillTrayManagerSetMenuItemsJson(const char* jsonData) noexcept;
-void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*)) noexcept;
+void quillTrayManagerCreate();
+void quillTrayManagerSetMainIcon(const std::uint8_t* iconData, std::intptr_t iconLength);
+void quillTrayManagerAddAnimationFrame(const std::uint8_t* frameData, std::intptr_t frameLength);
+void quillTrayManagerStartAnimation();
+void quillTrayManagerStopAnimation();
+void quillTrayManagerResetAnimation();
+void quillTrayManagerSetMenuPtr(const void* menuPtr);
+void quillTrayManagerSetClickCallback(void (*callback)());
+void quillTrayManagerSetMenuItemsJson(const char* jsonData);
+void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*));
 /// Neither touches nor makes the tray manager.
-void quillTrayManagerOpenUrl(const char* urlString) noexcept;
+void quillTrayManagerOpenUrl(const char* urlString);
 
 }  // namespace quill

@@ -1,34 +1,60 @@
-// The C entries: each hands its arguments on as they are.
+// The C entries: each hands its arguments on as they are. No exception leaves them.
+
+#include <new>
 
 #include "bodies.h"
+#include "log.h"
 #include "quill_tray_manager.h"
+#include "tray_manager.h"
 
-void quill_tray_manager_create(void) { quill::quillTrayManagerCreate(); }
+namespace {
+
+void reportNoMemory() noexcept {
+  try {
+    quill::logError("[TrayManager] 内存不足", quill::kLogModule);
+  } catch (const std::bad_alloc&) {  // then there is none for a line either
+  }
+}
+
+template <typename... Parameters>
+void run(void (*body)(Parameters...), Parameters... arguments) noexcept {
+  try {
+    body(arguments...);
+  } catch (const std::bad_alloc&) {
+    reportNoMemory();
+  }
+}
+
+}  // namespace
+
+void quill_tray_manager_create(void) { run(quill::quillTrayManagerCreate); }
 
 void quill_tray_manager_set_main_icon(const uint8_t* iconData, intptr_t iconLength) {
-  quill::quillTrayManagerSetMainIcon(iconData, iconLength);
+  run(quill::quillTrayManagerSetMainIcon, iconData, iconLength);
 }
 
 void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength) {
-  quill::quillTrayManagerAddAnimationFrame(frameData, frameLength);
+  run(quill::quillTrayManagerAddAnimationFrame, frameData, frameLength);
 }
 
-void quill_tray_manager_start_animation(void) { quill::quillTrayManagerStartAnimation(); }
+void quill_tray_manager_start_animation(void) { run(quill::quillTrayManagerStartAnimation); }
 
-void quill_tray_manager_stop_animation(void) { quill::quillTrayManagerStopAnimation(); }
+void quill_tray_manager_stop_animation(void) { run(quill::quillTrayManagerStopAnimation); }
 
-void quill_tray_manager_reset_animation(void) { quill::quillTrayManagerResetAnimation(); }
+void quill_tray_manager_reset_animation(void) { run(quill::quillTrayManagerResetAnimation); }
 
-void quill_tray_manager_set_menu_ptr(const void* menuPtr) { quill::quillTrayManagerSetMenuPtr(menuPtr); }
+void quill_tray_manager_set_menu_ptr(const void* menuPtr) { run(quill::quillTrayManagerSetMenuPtr, menuPtr); }
 
-void quill_tray_manager_set_click_callback(void (*callback)(void)) {
-  quill::quillTrayManagerSetClickCallback(callback);
+void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback callback) {
+  run(quill::quillTrayManagerSetClickCallback, callback);
 }
 
-void quill_tray_manager_set_menu_items_json(const char* jsonData) { quill::quillTrayManagerSetMenuItemsJson(jsonData); }
-
-void quill_tray_manager_set_menu_item_callback(void (*callback)(const char* identifier)) {
-  quill::quillTrayManagerSetMenuItemCallback(callback);
+void quill_tray_manager_set_menu_items_json(const char* jsonData) {
+  run(quill::quillTrayManagerSetMenuItemsJson, jsonData);
 }
 
-void quill_tray_manager_open_url(const char* urlString) { quill::quillTrayManagerOpenUrl(urlString); }
+void quill_tray_manager_set_menu_item_callback(quill_tray_manager_menu_item_callback callback) {
+  run(quill::quillTrayManagerSetMenuItemCallback, callback);
+}
+
+void quill_tray_manager_open_url(const char* urlString) { run(quill::quillTrayManagerOpenUrl, urlString); }

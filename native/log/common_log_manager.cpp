@@ -1,5 +1,6 @@
 #include "common_log_manager.h"
 
+#include <new>
 #include <utility>
 
 #include "log_line.h"
@@ -41,7 +42,7 @@ void CommonLogManager::log(std::string_view message, std::string_view level, std
                      home = environment_.homeVariable()]() mutable { self->append(text, std::move(home)); });
 }
 
-void CommonLogManager::append(const std::string& line, std::string home) {
+void CommonLogManager::append(const std::string& line, std::string home) try {
   home_ = std::move(home);
   const auto file = getLogFileURL();
   if (!file) return;
@@ -51,6 +52,7 @@ void CommonLogManager::append(const std::string& line, std::string home) {
   if (const auto error = environment_.append(*file, line, missing, flush)) {
     reportFailure(exists ? "无法打开日志文件" : "无法创建日志文件", error);
   }
+} catch (const std::bad_alloc&) {  // not stored, as on a full disk
 }
 
 void CommonLogManager::reportFailure(std::string_view what, const std::error_code& error) {

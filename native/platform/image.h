@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <memory_resource>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,12 +24,12 @@ struct Picture {
 /// premultiplied; `rgba` holds width × height × 4 bytes.
 struct Pixels : Picture {
   Pixels() = default;
-  Pixels(int pixelsWide, int pixelsHigh, std::vector<std::uint8_t> bytes) : rgba(std::move(bytes)) {
+  Pixels(int pixelsWide, int pixelsHigh, std::pmr::vector<std::uint8_t> bytes) : rgba(std::move(bytes)) {
     width = pixelsWide;
     height = pixelsHigh;
   }
 
-  std::vector<std::uint8_t> rgba;
+  std::pmr::vector<std::uint8_t> rgba;
 };
 
 /// A cheap value: copies share the picture, while size and template flag belong to each copy.

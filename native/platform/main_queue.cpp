@@ -5,14 +5,14 @@
 namespace quill {
 
 void MainQueue::runAndWait(std::function<void()> work) {
-  // A queue that drops the work instead of running it destroys the promise, which ends the wait too.
-  auto done = std::make_shared<std::promise<void>>();
-  const auto finished = done->get_future();
-  post([work = std::move(work), done = std::move(done)] {
-    work();
-    done->set_value();
-  });
-  finished.wait();
+  // A queue that drops the work instead of running it destroys the task, which ends the wait too.
+  auto task = std::make_shared<std::packaged_task<void()>>(std::move(work));
+  auto finished = task->get_future();
+  post([task = std::move(task)] { (*task)(); });
+  try {
+    finished.get();
+  } catch (const std::future_error&) {  // dropped
+  }
 }
 
 std::chrono::nanoseconds nextDue(std::chrono::nanoseconds start, std::chrono::nanoseconds period,

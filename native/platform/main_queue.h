@@ -26,7 +26,7 @@ class MainQueue {
   /// Ticks lie on the grid start + k × period (see nextDue).
   virtual std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) = 0;
 
-  /// Posts `work` and waits until it has run. Not from the main thread.
+  /// Posts `work` and waits until it has run; what it throws is thrown here. Not from the main thread.
   void runAndWait(std::function<void()> work);
 };
 

@@ -28,12 +28,10 @@ class NoDestructor {
   Object& get(Make make) {
     if (auto* const object = object_.load(std::memory_order_acquire)) return *object;
     const std::lock_guard lock(FirstUse::mutex);
-    auto* object = object_.load(std::memory_order_relaxed);
-    if (object == nullptr) {
-      object = ::new (static_cast<void*>(storage_)) Object(make());
-      object_.store(object, std::memory_order_release);
+    if (object_.load(std::memory_order_relaxed) == nullptr) {
+      object_.store(::new (static_cast<void*>(storage_)) Object(make()), std::memory_order_release);
     }
-    return *object;
+    return *object_.load(std::memory_order_relaxed);
   }
 
  private:

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "log.h"
 #include "shortcut.h"
 #include "tray_manager.h"
@@ -5,9 +7,15 @@
 namespace quill {
 
 void TrayManager::setMenuItems(std::vector<MenuItemData> items) {
-  menuItems = std::move(items);
+  auto before = std::exchange(menuItems, std::move(items));
   if (!statusItem) return;
-  const auto replacement = createMenuFromData();
+  std::shared_ptr<Menu> replacement;
+  try {
+    replacement = createMenuFromData();
+  } catch (...) {  // for which there is no memory
+    menuItems = std::move(before);
+    throw;
+  }
   replacement->appearance = effectiveAppearance();
   replaceMenu(replacement);
   logInfo("[TrayManager] 菜单已更新，菜单项数量: " + std::to_string(replacement->items().size()), kLogModule);

@@ -101,7 +101,7 @@ TEST(IconPixels, SizesComeFromTheSourcesOwnPixels) {
 
 TEST(IconPixels, ColoursAreWhiteOverBlackAlsoWhereBothAreSoft) {
   // Fading out all the way to the rim, so that there are pixels which the outline does not cover whole either.
-  auto fading = shapeOf({22, 22, std::vector<std::uint8_t>(std::size_t{22} * 22 * 4)});
+  auto fading = shapeOf({22, 22, std::pmr::vector<std::uint8_t>(std::size_t{22} * 22 * 4)});
   for (std::size_t i = 0; i < fading.alpha.size(); ++i) fading.alpha[i] = static_cast<std::uint8_t>(i % 22 * 12);
   const auto icon = templateIconPixels(fading).front();
   const auto coverage = framedCoverage(fading).small;

@@ -10,6 +10,7 @@
 
 #include "freedesktop_desktop.h"
 #include "gobject_handles.h"
+#include "page_memory.h"
 #include "private_bus.h"
 #include "tray_manager.h"
 
@@ -157,7 +158,7 @@ class PanelTest : public ::testing::Test {
   /// Different for each number.
   static Pixels pixels(int number, int side = 44) {
     const auto width = static_cast<std::size_t>(side);
-    Pixels made(side, side, std::vector<std::uint8_t>(width * width * 4));
+    Pixels made(side, side, std::pmr::vector<std::uint8_t>(width * width * 4, posix::pageMemory()));
     for (std::size_t i = 0; i < width * static_cast<std::size_t>(number); ++i) made.rgba[i * 4 + 3] = 255;
     return made;
   }

@@ -1,3 +1,5 @@
+#include <glib.h>
+
 #include <memory>
 
 #include "freedesktop_desktop.h"
@@ -18,6 +20,13 @@ class FileRemover {
  private:
   freedesktop::Desktop& desktop_;
 };
+
+/// Up to version 2.74 GLib sets its allocator up at the first use, under a lock that a child forked meanwhile would find
+/// locked for ever. So that is done when the library is loaded.
+[[gnu::constructor]] void setUpAllocator() {
+  constexpr gsize kSize = 64;
+  g_slice_free1(kSize, g_slice_alloc(kSize));
+}
 
 }  // namespace
 

@@ -4,15 +4,15 @@
 #include <cstring>
 #include <utility>
 
+#include "page_memory.h"
+
 namespace quill {
 
 std::shared_ptr<Pixels> makePixels(std::int64_t width, std::int64_t height) {
   if (std::min(width, height) < 1 || std::max(width, height) > kMaxSide) return nullptr;
-  auto pixels = std::make_shared<Pixels>();
-  pixels->width = static_cast<int>(width);
-  pixels->height = static_cast<int>(height);
-  pixels->rgba.resize(static_cast<std::size_t>(width * height) * 4);
-  return pixels;
+  return std::make_shared<Pixels>(
+      static_cast<int>(width), static_cast<int>(height),
+      std::pmr::vector<std::uint8_t>(static_cast<std::size_t>(width * height) * 4, posix::pageMemory()));
 }
 
 std::optional<Image> imageOf(std::shared_ptr<const Pixels> pixels) {
@@ -27,7 +27,7 @@ void putUpright(Pixels& pixels, unsigned orientation) {
   const bool isFromRight = orientation == 2 || orientation == 3 || orientation == 7 || orientation == 8;
   const bool isFromBottom = orientation == 3 || orientation == 4 || orientation == 6 || orientation == 7;
 
-  Pixels upright = pixels;
+  Pixels upright(pixels.width, pixels.height, {pixels.rgba, pixels.rgba.get_allocator()});
   if (isTransposed) std::swap(upright.width, upright.height);
   auto* to = upright.rgba.data();
   for (int row = 0; row < upright.height; ++row) {

@@ -36,6 +36,13 @@ std::string addressOf(const std::string& path) {
   return std::string("unix:path=") + GCharPointer(g_dbus_address_escape_value(path.c_str())).get();
 }
 
+/// Empty for a wrong escape. GLib, whose allocator a fork may find locked, is asked only where there is an escape.
+std::optional<std::string> unescapedValue(std::string_view value) {
+  if (value.find('%') == std::string_view::npos) return std::string(value);
+  const GCharPointer text(g_uri_unescape_segment(value.data(), value.data() + value.size(), nullptr));
+  return text ? std::optional<std::string>(text.get()) : std::nullopt;
+}
+
 /// One alternative of an address as sd-bus takes it; empty for one that it does not take. sd-bus itself tells that only
 /// when it connects, and then of all alternatives at once.
 std::optional<std::string> usableAlternative(std::string_view alternative) {
@@ -48,10 +55,9 @@ std::optional<std::string> usableAlternative(std::string_view alternative) {
     const auto pair = rest.substr(0, rest.find(','));
     rest.remove_prefix(std::min(pair.size() + 1, rest.size()));
     const auto key = pair.substr(0, pair.find('='));
-    const auto value = pair.substr(std::min(key.size() + 1, pair.size()));
-    const GCharPointer unescaped(g_uri_unescape_segment(value.data(), value.data() + value.size(), nullptr));
-    if (!unescaped || key.size() == pair.size()) return std::nullopt;
-    const std::string_view text(unescaped.get());
+    const auto value = unescapedValue(pair.substr(std::min(key.size() + 1, pair.size())));
+    if (!value || key.size() == pair.size()) return std::nullopt;
+    const std::string_view text = *value;
     if (key == "path" || key == "abstract") {
       // A path ends with a NUL in the kernel's structure, an abstract name begins with one besides.
       const auto room = sizeof(sockaddr_un::sun_path) - (key == "path" ? 1 : 2);

@@ -102,7 +102,7 @@ class TemplatePainter {
   /// Each pixel's strongest neighbour below the disc. A disc is a stack of lines: each row is spread to
   /// lines of the widths that the disc has, which are then laid on the rows above and below.
   void growOutline() {
-    std::array<Lines, kSide> lines;
+    std::array<Lines, kSide> lines;  // NOLINT(cppcoreguidelines-pro-type-member-init): each is written next
     for (std::size_t y = 0; y < kSide; ++y) spreadRow(shape_[y], lines[y], std::make_index_sequence<kRadius + 1>());
     for (std::size_t y = 0; y < kSide; ++y) {
       Row grown = lines[y][0];

@@ -7,6 +7,8 @@
 #include <span>
 #include <utility>
 
+#include "page_memory.h"
+
 namespace quill::freedesktop {
 namespace {
 
@@ -29,7 +31,7 @@ class LineFilter {
  public:
   /// `scale` is target pixels for each source pixel; the source's line lies in the middle of the target's.
   LineFilter(int source, int target, double scale) {
-    weights_.reserve(static_cast<std::size_t>(source) + 2 * kLargeSide);
+    weights_.reserve(static_cast<std::size_t>(source) + std::size_t{2} * kLargeSide);
     const double start = (target - source * scale) / 2.0;
     for (std::size_t i = 0; i < static_cast<std::size_t>(target); ++i) {
       const double from = std::max((static_cast<double>(i) - start) / scale, 0.0);
@@ -56,8 +58,10 @@ class LineFilter {
   /// The exact average over the source from `from` to `to`.
   std::size_t addAreas(double from, double to, double scale) {
     const auto first = static_cast<std::size_t>(from);
-    double left = static_cast<double>(first);
-    for (; left < to; left += 1.0) add((std::min(left + 1.0, to) - std::max(left, from)) * scale);
+    for (auto i = first; static_cast<double>(i) < to; ++i) {
+      const auto left = static_cast<double>(i);
+      add((std::min(left + 1.0, to) - std::max(left, from)) * scale);
+    }
     return first;
   }
 
@@ -103,7 +107,7 @@ std::vector<Fixed> resample(const Shape& shape, int side, double scale) {
 
   // Both steps sum whole rows, the second one of what was turned.
   const auto stride = (width + kTile - 1) / kTile * kTile;
-  std::vector<Fixed> rows(stride * kStride);
+  std::pmr::vector<Fixed> rows(stride * kStride, posix::pageMemory());
   for (std::size_t y = 0; y < n; ++y) {
     Fixed* const sums = rows.data() + y * stride;
     const std::uint8_t* alpha = shape.alpha.data() + down.source(y) * width;
@@ -114,7 +118,7 @@ std::vector<Fixed> resample(const Shape& shape, int side, double scale) {
       alpha += width;
     }
   }
-  std::vector<Fixed> columns(rows.size());
+  std::pmr::vector<Fixed> columns(rows.size(), posix::pageMemory());
   turn(rows.data(), stride, columns.data());
 
   std::array<Fixed, kStride * kStride> turned{};
@@ -201,7 +205,7 @@ Shape shapeOf(const Pixels& source) {
   if (source.width < 1 || source.height < 1) return {};
   const auto count = static_cast<std::size_t>(source.width) * static_cast<std::size_t>(source.height);
   if (source.rgba.size() / 4 < count) return {};
-  Shape shape{source.width, source.height, std::vector<std::uint8_t>(count)};
+  Shape shape{source.width, source.height, std::pmr::vector<std::uint8_t>(count, posix::pageMemory())};
   const std::uint8_t* const from = source.rgba.data() + 3;
   std::uint8_t* const to = shape.alpha.data();
   for (std::size_t i = 0; i < count; ++i) to[i] = from[i * 4];
@@ -210,7 +214,8 @@ Shape shapeOf(const Pixels& source) {
 
 Shape keptOf(Shape shape) {
   if (std::max(shape.width, shape.height) <= kMaxKeptSide) return shape;
-  return {kLargeSide, kLargeSide, shapeCoverage(shape)};
+  const auto coverage = shapeCoverage(shape);
+  return {kLargeSide, kLargeSide, {coverage.begin(), coverage.end()}};
 }
 
 int largestSide(const Shape& shape) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory_resource>
 #include <vector>
 
 #include "image.h"
@@ -11,7 +12,7 @@ namespace quill::freedesktop {
 struct Shape {
   int width = 0;
   int height = 0;
-  std::vector<std::uint8_t> alpha;
+  std::pmr::vector<std::uint8_t> alpha;
 };
 
 /// The sides of the squares that a panel is given of a picture, in pixels.
