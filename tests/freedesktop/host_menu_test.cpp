@@ -16,61 +16,35 @@ void append(const MenuPointer& menu, const char* label, const char* action = nul
 
 /// What the host does whenever one of its objects is asked something, activated or gone.
 std::function<void()> hostIsCalled;
-void callHost() {
-  if (hostIsCalled) hostIsCalled();
+void callHost(gpointer asked) {
+  if (hostIsCalled && g_object_get_data(G_OBJECT(asked), "calls") != nullptr) hostIsCalled();
 }
 
-GType derive(GType parent, const char* name, GClassInitFunc initialize) {
-  GTypeQuery sizes;
-  g_type_query(parent, &sizes);
-  return g_type_register_static_simple(parent, name, static_cast<guint>(sizes.class_size), initialize,
-                                       static_cast<guint>(sizes.instance_size), nullptr, {});
-}
-
-MenuPointer makeCallingMenu() {
-  static GMenuModelClass usual;
-  static const GType type = derive(G_TYPE_MENU, "CallingMenu", [](gpointer table, gpointer) {
-    auto& own = *static_cast<GMenuModelClass*>(table);
-    usual = own;
-    own.get_n_items = [](GMenuModel* menu) { return callHost(), usual.get_n_items(menu); };
-    own.get_item_attributes = [](GMenuModel* menu, int index, GHashTable** attributes) {
-      usual.get_item_attributes(menu, index, attributes), callHost();
-    };
-    own.get_item_links = [](GMenuModel* menu, int index, GHashTable** links) {
-      usual.get_item_links(menu, index, links), callHost();
-    };
-    own.parent_class.finalize = [](GObject* menu) { usual.parent_class.finalize(menu), callHost(); };
+/// Has all menus and groups of actions call the host that were given to this function.
+template <typename Pointer>
+Pointer calling(Pointer object) {
+  static auto* const menus = static_cast<GMenuModelClass*>(g_type_class_ref(G_TYPE_MENU));
+  static auto* const groups = static_cast<GActionGroupInterface*>(
+      g_type_interface_peek(g_type_class_ref(G_TYPE_SIMPLE_ACTION_GROUP), G_TYPE_ACTION_GROUP));
+  static const GMenuModelClass menu = *menus;
+  static const GActionGroupInterface group = *groups;
+  menus->get_n_items = [](GMenuModel* self) { return callHost(self), menu.get_n_items(self); };
+  menus->get_item_attributes = [](GMenuModel* self, int index, GHashTable** attributes) {
+    menu.get_item_attributes(self, index, attributes), callHost(self);
+  };
+  menus->get_item_links = [](GMenuModel* self, int index, GHashTable** links) {
+    menu.get_item_links(self, index, links), callHost(self);
+  };
+  groups->query_action = [](GActionGroup* self, auto... out) {
+    return callHost(self), group.query_action(self, out...);
+  };
+  groups->activate_action = [](GActionGroup* self, const char* name, GVariant* target) {
+    callHost(self), group.activate_action(self, name, target);
+  };
+  g_object_set_data_full(G_OBJECT(object.get()), "calls", object.get(), [](gpointer) {
+    if (hostIsCalled) hostIsCalled();
   });
-  return MenuPointer(G_MENU(g_object_new(type, nullptr)));
-}
-
-ObjectPointer<GActionGroup> makeCallingActions() {
-  static GActionGroupInterface usual;
-  static GObjectClass usualObject;
-  static const GType type = [] {
-    const GType derived = derive(G_TYPE_SIMPLE_ACTION_GROUP, "CallingActions", [](gpointer table, gpointer) {
-      auto& own = *static_cast<GObjectClass*>(table);
-      usualObject = own;
-      own.finalize = [](GObject* group) { usualObject.finalize(group), callHost(); };
-    });
-    const GInterfaceInfo actions{[](gpointer table, gpointer) {
-                                   auto& own = *static_cast<GActionGroupInterface*>(table);
-                                   usual = own;
-                                   own.query_action = [](GActionGroup* group, const char* name, gboolean* enabled,
-                                                         const GVariantType** parameter, const GVariantType** state,
-                                                         GVariant** hint, GVariant** value) {
-                                     callHost();
-                                     return usual.query_action(group, name, enabled, parameter, state, hint, value);
-                                   };
-                                   own.activate_action = [](GActionGroup* group, const char* name, GVariant* target) {
-                                     callHost(), usual.activate_action(group, name, target);
-                                   };
-                                 },
-                                 nullptr, nullptr};
-    g_type_add_interface_static(derived, G_TYPE_ACTION_GROUP, &actions);
-    return derived;
-  }();
-  return ObjectPointer<GActionGroup>(G_ACTION_GROUP(g_object_new(type, nullptr)));
+  return object;
 }
 
 class HostMenuTest : public PanelTest {
@@ -83,8 +57,7 @@ class HostMenuTest : public PanelTest {
       const GActionEntry entry{name, note, parameter, state, nullptr, {}};
       g_action_map_add_action_entries(G_ACTION_MAP(actions.get()), &entry, 1, nullptr);
     }
-    g_object_set_data_full(G_OBJECT(model.get()), "quill-tray-manager-action-group-tray", g_object_ref(actions.get()),
-                           g_object_unref);
+    nameActions(model, actions);
   }
   ~HostMenuTest() override { hostIsCalled = nullptr; }
 
@@ -94,18 +67,21 @@ class HostMenuTest : public PanelTest {
   static void note(GSimpleAction* action, GVariant* target, gpointer) {
     told.push_back(g_action_get_name(G_ACTION(action)) + (target != nullptr ? " " + text(target) : ""));
   }
+  static void nameActions(const MenuPointer& menu, const ObjectPointer<GSimpleActionGroup>& group) {
+    g_object_set_data_full(G_OBJECT(menu.get()), "quill-tray-manager-action-group-tray", g_object_ref(group.get()),
+                           g_object_unref);
+  }
   /// A model of two items and the actions that they name, all of which call the host.
   static MenuPointer callingModel() {
-    const auto group = makeCallingActions();
+    const auto group = calling(ObjectPointer<GSimpleActionGroup>(g_simple_action_group_new()));
     const GActionEntry entry{"do_it", note, nullptr, nullptr, nullptr, {}};
     g_action_map_add_action_entries(G_ACTION_MAP(group.get()), &entry, 1, nullptr);
-    auto made = makeCallingMenu();
-    const auto inner = makeCallingMenu();
-    append(inner, "Inner", "tray.do_it");
+    auto made = calling(MenuPointer(g_menu_new()));
+    const auto sub = calling(MenuPointer(g_menu_new()));
+    append(sub, "Inner", "tray.do_it");
     append(made, "Plain", "tray.do_it");
-    g_menu_append_submenu(made.get(), "Sub", G_MENU_MODEL(inner.get()));
-    g_object_set_data_full(G_OBJECT(made.get()), "quill-tray-manager-action-group-tray", g_object_ref(group.get()),
-                           g_object_unref);
+    g_menu_append_submenu(made.get(), "Sub", G_MENU_MODEL(sub.get()));
+    nameActions(made, group);
     return made;
   }
   void showModel() {

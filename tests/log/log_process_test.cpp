@@ -26,6 +26,7 @@ namespace {
 using namespace std::chrono_literals;
 
 auto syncTime = 0ms;  // what the disk takes to flush
+std::atomic<int> syncs = 0;
 
 off_t sizeOf(int file) {
   struct stat status {};
@@ -39,7 +40,7 @@ off_t sizeOf(int file) {
 // In place of the C library's.
 extern "C" int fsync(int file) {
   std::this_thread::sleep_for(quill::testing::syncTime);
-  return static_cast<int>(syscall(SYS_fsync, file));
+  return ++quill::testing::syncs, static_cast<int>(syscall(SYS_fsync, file));
 }
 extern "C" int ftruncate(int file, off_t size) noexcept {
   const auto before = quill::testing::sizeOf(file);
@@ -80,7 +81,7 @@ class LoggingHost : public ForkedHost {
     return all;
   }
 
-  // How many lines each module has, by "[module]"; each must count up from 0.
+  /// How many lines each module has, by "[module]"; each must count up from 0.
   static std::map<std::string, int> countUp(const std::vector<std::string>& lines) {
     std::map<std::string, int> counts;
     for (const auto& line : lines) {
@@ -108,13 +109,16 @@ TEST_F(LoggingHost, LosesNothingOfABurstFromEightThreads) {
   EXPECT_EQ(countUp(lines(console)), expected);
 }
 
-TEST_F(LoggingHost, WritesAtExitWhatWasLoggedUpToTheEnd) {
-  run([] {
-    logNumbers("T", [](int line) { return line < 300; });
-    std::atexit([] { logInfo("300", "T"); });
-    linesAtTheEnd = 50;
+TEST_F(LoggingHost, SyncsEachLineAndFindsItsFileAnew) {
+  run([this] {
+    for (int line = 0; const auto& gone : {home / "nothing", file, directory}) {
+      fs::remove_all(gone);
+      logInfo(std::to_string(line++), "T");
+      while (syncs < line) std::this_thread::yield();
+      EXPECT_TRUE(fs::exists(file)) << gone;
+    }
   });
-  EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 301), Pair("[end]", 50)));
+  EXPECT_THAT(logged(), ElementsAre("[T] 2"));
 }
 
 TEST_F(LoggingHost, WritesAtItsEndWhatASlowDiskHasNotFlushedYet) {
@@ -122,8 +126,8 @@ TEST_F(LoggingHost, WritesAtItsEndWhatASlowDiskHasNotFlushedYet) {
     syncTime = 15ms;
     logNumbers("T", [](int line) { return line < 1000; });
   };
-  run([&] { log(), linesAtTheEnd = 200; });
-  EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 1000), Pair("[end]", 200)));
+  run([&] { log(), linesAtTheEnd = 200, std::atexit([] { logInfo("1000", "T"); }); });
+  EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 1001), Pair("[end]", 200)));
   fs::remove(file);
   run([&] { log(), freedesktop::terminateHost(); }, SIGTERM);
   EXPECT_THAT(countUp(logged()), ElementsAre(Pair("[T]", 1000)));
@@ -237,11 +241,10 @@ TEST_F(LoggingHost, WaitsOnceForAReaderThatDoesNotReadAndTearsNoLine) {
     readAll();
     std::ofstream(console) << text;
   });
-  auto all = lines(console);
+  const auto all = lines(console);
   EXPECT_EQ(all.back(), "[T] end");
-  all.pop_back();
-  EXPECT_GT(all.size(), 10U);
-  EXPECT_THAT(all, ::testing::Each("[T] " + message));
+  EXPECT_GT(std::count(all.begin(), all.end(), "[T] " + message), 10);
+  EXPECT_EQ(std::count(all.begin(), all.end(), "[T] " + message), std::ssize(all) - 1);
   EXPECT_EQ(logged().size(), 41U);
 }
 
@@ -268,8 +271,7 @@ TEST_F(LoggingHost, OutlivesAStandardOutputThatIsGone) {
       EXPECT_EQ(errno, EXDEV);
     });
     const auto all = logged();
-    ASSERT_GE(all.size(), 2U);
-    EXPECT_TRUE(all.front() == "[T] before" && all.back() == "[T] gone");
+    EXPECT_TRUE(all.size() >= 2 && all.front() == "[T] before" && all.back() == "[T] gone");
   }
   for (const bool waits : {false, true}) {  // a signal that the host holds back itself
     run([&] {
