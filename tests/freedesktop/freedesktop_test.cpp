@@ -116,32 +116,6 @@ TEST_F(Freedesktop, AnswersForEveryPropertyAndSignalsWhatIsNewOnce) {
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewTitle()", "NewToolTip()"));
 }
 
-TEST_F(Freedesktop, ShowsEachFrameInItsTick) {
-  showInPanel();
-  for (const int count : {3, 30}) {
-    Signals icons;
-    for (int number = 1; number <= count; ++number) {
-      const auto next = image(number);
-      manager->setMainIcon(next);
-      panel->takeSignals();
-      icons.push_back(panel->get("IconPixmap"));
-      // The last frame gives way to the main icon within its own tick.
-      manager->addAnimationFrame(number < count ? next : image(40));
-    }
-    const auto start = monotonicNow();
-    manager->startAnimation();
-    for (int i = 0; i < count; ++i) {
-      ASSERT_TRUE(runUntil([&] { return std::ssize(panel->signals) > i; }));
-      // The first tick finds the first frame on show, which is no news.
-      EXPECT_GE(monotonicNow() - start, i == 0 ? 0ms : 35ms * (i + 1));
-      EXPECT_TRUE(panel->get("IconPixmap") == icons[static_cast<std::size_t>(i)]) << i;
-    }
-    runFor(100ms);
-    EXPECT_EQ(panel->takeSignals(), Signals(icons.size(), "NewIcon()")) << "and then no more";
-    manager->resetAnimation();
-  }
-}
-
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // a sanitizer keeps what was given back
 TEST_F(Freedesktop, KeepsOfAFrameWhatAPanelReads) {
   constexpr long kPanelReads = (22 * 22 + 44 * 44) * 4;

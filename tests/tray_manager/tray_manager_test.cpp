@@ -117,33 +117,20 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
                                        ::testing::StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
 }
 
-TEST_F(ManagerTest, AMenuMayCallBackWhenItIsAskedAndWhenItEnds) {
-  struct Calling : Menu {
-    explicit Calling(std::function<void()> call) : call_(std::move(call)) { addItem(MenuItem::make("A", {}, "")); }
-    Calling(const Calling&) = delete;
-    Calling& operator=(const Calling&) = delete;
-    ~Calling() override { call_(); }
-    Items items() const override { return call_(), Menu::items(); }
+TEST_F(ManagerTest, AMenuMayCallBackWhenItEnds) {
+  struct Ending : Menu {
+    Ending() = default;
+    Ending(const Ending&) = delete;
+    Ending& operator=(const Ending&) = delete;
+    ~Ending() override { whenItEnds(); }
     using Menu::announceChange;
-    std::function<void()> call_;
+    std::function<void()> whenItEnds = [] {};
   };
-  const std::vector<Manager::MenuItemData> records(2, {"b", "B", true, ""});
-  const std::pair<std::function<void()>, std::vector<std::string>> calls[] = {
-      {[&] { manager->setMenuItems(records); }, {"INFO 菜单已更新，菜单项数量: 2", "INFO 菜单已设置，菜单项数量: 1"}},
-      {[&] { manager->setMenu(std::make_shared<Menu>()); },
-       {"INFO 菜单已设置，菜单项数量: 0", "INFO 菜单已设置，菜单项数量: 1"}}};
   manager->createTray();
-  for (const auto& [call, lines] : calls) {
-    takeLines();
-    manager->setMenu(std::make_shared<Calling>(call));
-    EXPECT_THAT(takeLines(), ElementsAreArray({lines[0], lines[1], lines[0]})) << "asked, then gone";
-    EXPECT_EQ(manager->statusItem->announcedMenu(), manager->menu);
-  }
-  manager->setMenuItems({});
-  manager->setMenu(std::make_shared<Calling>([&, called = 0]() mutable {
-    if (++called == 2) manager->createTray();  // when it ends
-  }));
-  const auto last = std::make_shared<Calling>([] {});
+  auto first = std::make_shared<Ending>();
+  first->whenItEnds = [&] { manager->createTray(); };
+  const auto last = std::make_shared<Ending>();
+  manager->setMenu(std::move(first));
   manager->setMenu(last);
   EXPECT_TRUE(manager->menu == last && manager->statusItem->announcedMenu() == last);
   desktop.mainQueue().runAll();
