@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <future>
-#include <regex>
 
 #include "memory_desktop.h"
 #include "panel_fixture.h"
@@ -71,11 +70,14 @@ struct OnFreedesktop {
   /// Id and title of each entry.
   std::vector<std::pair<int, std::string>> menu() {
     panel->takeSignals();
-    static const std::regex entry(R"(\((\d+), \{'label': <'([^']*)'>)");
     std::vector<std::pair<int, std::string>> all;
     const auto text = panel->menu();
-    for (std::sregex_iterator at(text.begin(), text.end(), entry), end; at != end; ++at)
-      all.emplace_back(std::stoi((*at)[1]), (*at)[2]);
+    const std::string label = ", {'label': <'";  // behind the id, before the title
+    for (auto at = text.find(label); at != std::string::npos; at = text.find(label, at + 1)) {
+      const auto title = at + label.size();
+      all.emplace_back(std::stoi(text.substr(text.rfind('(', at) + 1)),
+                       text.substr(title, text.find('\'', title) - title));
+    }
     return all;
   }
   Lines entries() {

@@ -17,8 +17,7 @@ class AnimationTest : public ManagerTest {
     }
   }
   void start() { started = queue.now(), manager->startAnimation(); }
-  /// What the bar showed, as "milliseconds:width" since the last start; the main icon is 22 pixels wide, frame k 30 +
-  /// k.
+  /// What the bar showed, as "milliseconds:width" since the last start; the main icon is 22 wide, frame k 30 + k.
   Lines takeShown() {
     Lines all;
     for (const auto& [at, image] : std::exchange(desktop.shown, {})) {
@@ -46,6 +45,7 @@ TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
     addFramesUpTo(count);
     auto& button = *manager->statusItem->button();
     spoilLook(button);
+    manager->currentFrameIndex = 1;
     start();
     EXPECT_EQ(look(button), kImageOnly);
     button.setBordered(true);
@@ -151,6 +151,8 @@ TEST_F(AnimationTest, TheTimerSendsItsActionByNameOtherThreadsPostIt) {
   EXPECT_EQ(manager->currentFrameIndex, 1);
   queue.runAll();
   EXPECT_EQ(manager->currentFrameIndex, 2);
+  queue.advance(1s);
+  EXPECT_TRUE(idle());
 }
 
 TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -21,11 +20,15 @@ using Lines = std::vector<std::string>;
 /// What was logged since the last call, as "LEVEL message" without the tag, which each line must have behind its
 /// module; addresses are cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
-  static const std::regex cut(R"(\[TrayManager\] |: 0x[0-9a-f]+)");
+  const std::string tag = "[TrayManager] ";
   auto& environment = memory::Environment::current();
   auto lines = environment.logged();
-  for (auto& line : lines) line = std::regex_replace(line, cut, "");
-  EXPECT_THAT(environment.console(), ::testing::Each(::testing::StartsWith("[TrayManager] [TrayManager] ")));
+  for (auto& line : lines) {
+    for (auto at = line.find(tag); at != std::string::npos; at = line.find(tag, at)) line.erase(at, tag.size());
+    for (auto at = line.find(": 0x"); at != std::string::npos; at = line.find(": 0x", at))
+      line.erase(at, line.find_first_not_of("0123456789abcdef", at + 4) - at);
+  }
+  EXPECT_THAT(environment.console(), ::testing::Each(::testing::StartsWith(tag + tag)));
   environment.clear();
   return lines;
 }

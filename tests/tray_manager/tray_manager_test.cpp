@@ -56,10 +56,15 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   EXPECT_EQ(manager->menu, basic) << "records wait for the status item";
   manager->createTray();
   EXPECT_EQ(takeLines(), created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 2", false));
+  desktop.application->currentEvent = Event{EventType::rightMouseUp};
+  manager->perform(selectors::kHandleClick, nullptr);  // there is no place to open the menu at
+  EXPECT_THAT(desktop.poppedUp, IsEmpty());
 
   struct Own : Manager {
     using Manager::Manager;
+    bool fails = false;
     std::shared_ptr<Menu> createStandardMenu() override {
+      if (fails) throw std::bad_alloc();
       auto made = Manager::createStandardMenu();
       return made->minimumWidth = 5, made;
     }
@@ -68,11 +73,18 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
       return made->addItem(MenuItem::separator()), made;
     }
   };
-  manager = Manager::make<Own>(desktop);
+  const auto own = Manager::make<Own>(desktop);
+  manager = own;
   manager->createTray();
   EXPECT_TRUE(manager->menu->minimumWidth == 5 && manager->menu->items().size() == 4);
-  manager->setMenuItems({});
+  manager->setMenuItems({{"a", "A", true, ""}});
   EXPECT_EQ(manager->menu->minimumWidth, 5);
+  own->fails = true;
+  EXPECT_THROW(manager->setMenuItems({}), std::bad_alloc);
+  own->fails = false;
+  takeLines();
+  manager->createTray();
+  EXPECT_EQ(takeLines(), created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 1", false)) << "the records from before";
 }
 
 TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
@@ -166,7 +178,8 @@ TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
                                        "DEBUG 已设置快捷键：K -> keyEquivalent: k, modifiers: "
                                        "NSEventModifierFlags(rawValue: 0)",
                                        "INFO 菜单已更新，菜单项数量: 4"));
-  EXPECT_EQ(manager->menu->items()[2]->keyEquivalentModifierMask, ModifierFlags{});
+  const auto& plain = *manager->menu->items()[2];
+  EXPECT_TRUE(plain.keyEquivalent == "k" && plain.keyEquivalentModifierMask == ModifierFlags{});
 
   desktop.choose("A");
   manager->setMenuItemCallback(tellChoice);
