@@ -43,6 +43,7 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   manager->createTray();
   EXPECT_EQ(takeLines(), created("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), basic);
+  EXPECT_FALSE(manager->statusItem->button()->isHidden());
   for (const auto orientation : {Orientation::horizontal, Orientation::vertical})
     EXPECT_EQ(manager->statusItem->button()->contentHuggingPriority(orientation), kRequiredLayoutPriority);
 

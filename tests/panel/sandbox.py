@@ -16,8 +16,8 @@ PORTAL_XML = """<node><interface name="org.freedesktop.portal.OpenURI"><method n
 
 
 class Sandbox:
-    def __init__(self, session, program, libraries):
-        """For a program and the folder of its libraries; NotInstalled where no sandbox can be made here."""
+    def __init__(self, session):
+        """NotInstalled where no sandbox can be made here."""
         missing = [program for program in ("bwrap", "xdg-dbus-proxy") if not shutil.which(program)]
         try:
             from gi.repository import Gio, GLib
@@ -37,8 +37,9 @@ class Sandbox:
         proxy = session.directory / "proxy"
         information = session.directory / "flatpak-info"
         information.write_text("[Application]\nname=quill.test.Host\n")
+        host = pathlib.Path(os.environ["PANEL_HOST"])
         shown = [path for path in ("/usr", "/etc", "/lib", "/lib64", "/bin") if os.path.exists(path)]
-        shown += [pathlib.Path(program).parent, libraries, *session.directory.glob("*.png")]
+        shown += [host.parent, os.environ["LIBRARY_PATH"], *session.directory.glob("*.png")]
         inside = session.environment["XDG_RUNTIME_DIR"] + "/bus"
         self.command = ["bwrap", "--unshare-pid", "--die-with-parent"]
         self.command += ["--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp"]
@@ -48,7 +49,7 @@ class Sandbox:
         probe = subprocess.run(session.prefix(self.command + ["/bin/true"]), stderr=subprocess.PIPE, text=True)
         if probe.returncode != 0:
             raise panel_session.NotInstalled(f"bwrap is refused: {probe.stderr.strip()}")
-        self.command += ["--bind", proxy, inside, "--setenv", "DBUS_SESSION_BUS_ADDRESS", "unix:path=" + inside, program]
+        self.command += ["--bind", proxy, inside, "--setenv", "DBUS_SESSION_BUS_ADDRESS", "unix:path=" + inside, host]
         talk = [f"--talk={name}" for name in (panel_session.WATCHER, "org.freedesktop.portal.*")]
         session.spawn(["xdg-dbus-proxy", outside, proxy, "--filter", *talk])
         panel_session.wait_for(proxy.exists, "filtered bus")
