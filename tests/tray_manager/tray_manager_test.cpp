@@ -43,9 +43,10 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   manager->createTray();
   EXPECT_EQ(takeLines(), created("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), basic);
-  EXPECT_FALSE(manager->statusItem->button()->isHidden());
+  const auto& button = *manager->statusItem->button();
+  EXPECT_TRUE(!button.isHidden() && button.action().selector == "handleClick");
   for (const auto orientation : {Orientation::horizontal, Orientation::vertical})
-    EXPECT_EQ(manager->statusItem->button()->contentHuggingPriority(orientation), kRequiredLayoutPriority);
+    EXPECT_EQ(button.contentHuggingPriority(orientation), kRequiredLayoutPriority);
 
   desktop.refusesStatusItems = true;
   manager->createTray();
@@ -159,6 +160,7 @@ TEST_F(ManagerTest, TheBasicMenuQuits) {
               ElementsAre(Pointee(Field(&MenuItem::title, "设置")), Pointee(Field(&MenuItem::isSeparator, true)),
                           Pointee(AllOf(Field(&MenuItem::title, "退出"), Field(&MenuItem::keyEquivalent, "q"),
                                         Field(&MenuItem::keyEquivalentModifierMask, kCommand)))));
+  EXPECT_EQ(manager->menu->items().back()->action.selector, "quitApplication");
   EXPECT_TRUE(desktop.choose("设置") && desktop.terminations == 0);
   EXPECT_TRUE(desktop.choose("退出") && desktop.terminations == 1);
   desktop.application.reset();
