@@ -114,7 +114,7 @@ TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   manager->perform(selectors::kUpdateAnimation, nullptr);  // not running
   EXPECT_EQ(manager->currentFrameIndex, 0);
   start();
-  manager->animationFrames.clear();
+  std::vector<Image>().swap(manager->animationFrames);
   queue.advance(35ms);
   EXPECT_TRUE(idle());
 }
