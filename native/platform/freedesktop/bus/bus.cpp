@@ -162,10 +162,7 @@ void Bus::open() {
   // A socket that is not there yet is waited for by inotify.
   if (result >= 0) result = sd_bus_set_watch_bind(bus, 1);
   if (result >= 0) result = handshake_ ? handshake_->start(bus) : sd_bus_start(bus);
-  if (result >= 0) {
-    handlers_.opened(bus);
-    return;
-  }
+  if (result >= 0) return;
   bus_.reset();
   if (result != -EINVAL) reconnect_->setDueIn(backoff_.next());  // a malformed address stays malformed
 }
@@ -243,15 +240,17 @@ void Bus::process() {
   isProcessing_ = false;
   if (result < 0) {
     lose();
-  } else if (sd_bus_is_ready(bus_.get()) > 0) {
+  } else if (!isThrough_ && sd_bus_is_ready(bus_.get()) > 0) {
+    isThrough_ = true;
     backoff_.reset();
+    handlers_.opened(bus_.get());
   }
 }
 
 void Bus::lose() {
   watchDescriptor(-1, 0);
   bus_.reset();
-  handlers_.lost();
+  if (std::exchange(isThrough_, false)) handlers_.lost();
   reconnect_->setDueIn(backoff_.next());
 }
 

@@ -21,7 +21,8 @@ std::optional<std::string> sessionBusAddress();
 class Bus {
  public:
   struct Handlers {
-    /// A new connection, which need not be through yet: what is sent now goes out once it is.
+    /// A new connection, to which the bus has given its name: xdg-dbus-proxy before its version 0.1.6 mixes up the
+    /// answers to what is sent before that.
     std::function<void(sd_bus*)> opened;
     /// That connection is closed; slots on it are to be given back.
     std::function<void()> lost;
@@ -66,6 +67,7 @@ class Bus {
   std::optional<std::chrono::nanoseconds> due_;
   std::optional<BusHandshake> handshake_;  // while there is no bus_ yet
   BusHandle bus_;
+  bool isThrough_ = false;  // the bus has answered the first message, by which it lets bus_ in
 };
 
 }  // namespace quill::freedesktop
