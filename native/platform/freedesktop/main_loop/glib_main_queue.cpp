@@ -24,21 +24,21 @@
 namespace quill::freedesktop {
 namespace {
 
+constexpr gint64 kNever = -1;  ///< a source's ready time
+
 struct Call {
   std::shared_ptr<GlibMainQueue::MainThreadTracker> mainThread;
   std::function<void()> call;
+  gboolean afterwards;  // G_SOURCE_CONTINUE or G_SOURCE_REMOVE
 };
 
-constexpr GSourceFuncs functionsWithDispatch(gboolean (*dispatch)(GSource*, GSourceFunc, gpointer)) {
-  GSourceFuncs functions{};
-  functions.dispatch = dispatch;
-  return functions;
-}
-
-/// A source of default priority that calls whenever its ready time has passed; it sets none itself.
-SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSourceFuncs& functions, gint64 readyTime) {
+/// A source of default priority that makes `call` when its ready time has passed or one of its descriptors is ready.
+SourceHandle attachSource(GlibMainQueue& queue, gint64 readyTime, gboolean afterwards, std::function<void()> call) {
+  static constinit GSourceFuncs functions = {
+      nullptr, nullptr, [](GSource*, GSourceFunc callback, gpointer data) { return callback(data); },
+      nullptr, nullptr, nullptr};
   SourceHandle source(g_source_new(&functions, sizeof(GSource)));
-  auto owned = std::make_unique<Call>(Call{queue.mainThread(), std::move(call)});
+  auto owned = std::make_unique<Call>(Call{queue.mainThread(), std::move(call), afterwards});
   QUILL_HAND_OVER(owned.get());
   g_source_set_callback(
       source.get(),
@@ -47,7 +47,7 @@ SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSou
         const auto& self = *static_cast<Call*>(data);
         self.mainThread->note();
         self.call();
-        return G_SOURCE_CONTINUE;
+        return self.afterwards;
       },
       owned.release(), [](gpointer data) { const std::unique_ptr<Call> ended(static_cast<Call*>(data)); });
   g_source_set_ready_time(source.get(), readyTime);
@@ -92,16 +92,11 @@ class PreciseTimer : public Timer {
       : file_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     const itimerspec setting{timespecOf(period), timespecOf(period)};
     if (!file_.isOpen() || timerfd_settime(file_.number(), 0, &setting, nullptr) != 0) return;
-    static constinit GSourceFuncs whenReadable =
-        functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) { return callback(data); });
-    source_ = attachSource(
-        queue,
-        [this, tick = std::move(tick)] {
-          if (!owner_.isCurrent()) return source_.reset();  // a fork's child must not take its parent's ticks
-          std::uint64_t ticks = 0;                          // more than one: some were missed
-          if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
-        },
-        whenReadable, -1);
+    source_ = attachSource(queue, kNever, G_SOURCE_CONTINUE, [this, tick = std::move(tick)] {
+      if (!owner_.isCurrent()) return source_.reset();  // a forked child must not take its parent's ticks
+      std::uint64_t ticks = 0;                          // more than one: some were missed
+      if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
+    });
     g_source_set_can_recurse(source_.get(), TRUE);  // as for the bus
     g_source_add_unix_fd(source_.get(), file_.number(), G_IO_IN);
   }
@@ -169,13 +164,8 @@ void GlibMainQueue::post(std::function<void()> work) {
     collected->work.push_back(std::move(work));
     return;
   }
-  static constinit GSourceFuncs once =
-      functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) -> gboolean {
-        callback(data);
-        return G_SOURCE_REMOVE;
-      });
   // The context keeps the source until it has run, so the reference alone is given back.
-  g_source_unref(attachSource(*this, std::move(work), once, 0).release());
+  g_source_unref(attachSource(*this, 0, G_SOURCE_REMOVE, std::move(work)).release());
 }
 
 std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, std::function<void()> tick) {
@@ -185,13 +175,10 @@ std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, st
 }
 
 OneShotTimer::OneShotTimer(GlibMainQueue& queue, std::function<void()> call) {
-  static constinit GSourceFuncs whenDue =
-      functionsWithDispatch([](GSource* source, GSourceFunc callback, gpointer data) -> gboolean {
-        g_source_set_ready_time(source, -1);
-        callback(data);
-        return G_SOURCE_CONTINUE;
-      });
-  source_ = attachSource(queue, std::move(call), whenDue, -1);
+  source_ = attachSource(queue, kNever, G_SOURCE_CONTINUE, [this, call = std::move(call)] {
+    cancel();
+    call();  // may end this timer
+  });
 }
 
 void OneShotTimer::setDue(std::chrono::nanoseconds due) {
@@ -200,7 +187,9 @@ void OneShotTimer::setDue(std::chrono::nanoseconds due) {
 
 void OneShotTimer::setDueIn(std::chrono::nanoseconds delay) { setDue(monotonicNow() + delay); }
 
-void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), -1); }
+void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), kNever); }
+
+bool OneShotTimer::isSet() const { return g_source_get_ready_time(source_.get()) != kNever; }
 
 std::chrono::nanoseconds monotonicNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 

@@ -44,10 +44,14 @@ class GlibMainQueue : public MainQueue {
 class OneShotTimer {
  public:
   OneShotTimer(GlibMainQueue& queue, std::function<void()> call);
+  OneShotTimer(const OneShotTimer&) = delete;
+  OneShotTimer& operator=(const OneShotTimer&) = delete;
   /// `due` is a point of CLOCK_MONOTONIC; an earlier setting is forgotten.
   void setDue(std::chrono::nanoseconds due);
   void setDueIn(std::chrono::nanoseconds delay);
   void cancel();
+  /// Whether a call is to come.
+  bool isSet() const;
 
  private:
   SourceHandle source_;
