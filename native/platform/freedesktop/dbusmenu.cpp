@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "bus_message.h"
+#include "member_callbacks.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -114,16 +115,13 @@ int refuseId(sd_bus_error* error, std::int32_t id) {
   return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS, "No menu entry has the id %d", id);
 }
 
-using Getter = int(sd_bus*, const char*, const char*, const char*, sd_bus_message*, void*, sd_bus_error*);
-
-constexpr Getter* kGetVersion = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                   sd_bus_error*) { return sd_bus_message_append(reply, "u", kVersion); };
-constexpr Getter* kGetTextDirection = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                         sd_bus_error*) { return sd_bus_message_append(reply, "s", "ltr"); };
-constexpr Getter* kGetStatus = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                  sd_bus_error*) { return sd_bus_message_append(reply, "s", "normal"); };
-constexpr Getter* kGetIconThemePath = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                         sd_bus_error*) { return sd_bus_message_append(reply, "as", 0); };
+// Properties that are the same for every menu.
+void appendVersion(MessageWriter& to) { to.append(kVersion); }
+void appendTextDirection(MessageWriter& to) { to.append("ltr"); }
+void appendStatus(MessageWriter& to) { to.append("normal"); }
+void appendIconThemePath(MessageWriter& to) {
+  to.container('a', "s", [] {});
+}
 
 }  // namespace
 
@@ -137,19 +135,16 @@ const sd_bus_vtable DBusMenu::kVtable[] = {
     SD_BUS_METHOD("EventGroup", "a(isvu)", "ai", call<&DBusMenu::eventGroup>, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("AboutToShow", "i", "b", call<&DBusMenu::aboutToShow>, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("AboutToShowGroup", "ai", "aiai", call<&DBusMenu::aboutToShowGroup>, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_PROPERTY("Version", "u", kGetVersion, 0, 0),
-    SD_BUS_PROPERTY("TextDirection", "s", kGetTextDirection, 0, 0),
-    SD_BUS_PROPERTY("Status", "s", kGetStatus, 0, 0),
-    SD_BUS_PROPERTY("IconThemePath", "as", kGetIconThemePath, 0, 0),
+    SD_BUS_PROPERTY("Version", "u", get<appendVersion>, 0, 0),
+    SD_BUS_PROPERTY("TextDirection", "s", get<appendTextDirection>, 0, 0),
+    SD_BUS_PROPERTY("Status", "s", get<appendStatus>, 0, 0),
+    SD_BUS_PROPERTY("IconThemePath", "as", get<appendIconThemePath>, 0, 0),
     SD_BUS_SIGNAL("ItemsPropertiesUpdated", "a(ia{sv})a(ias)", 0),
     SD_BUS_SIGNAL("LayoutUpdated", "ui", 0),
     SD_BUS_SIGNAL("ItemActivationRequested", "iu", 0),
     SD_BUS_VTABLE_END};
 
-void DBusMenu::exportOn(sd_bus* bus) {
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_add_object_vtable(bus, &slot, kPath, kInterface, kVtable, this) >= 0) slot_.reset(slot);
-}
+void DBusMenu::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
 
 void DBusMenu::show(const Menu* menu) {
   const auto update = history_.show(menu);
@@ -163,10 +158,9 @@ void DBusMenu::show(const Menu* menu) {
   }
 }
 
-int DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes) {
+void DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes) {
   sd_bus_message* created = nullptr;
-  const int result = sd_bus_message_new_signal(bus, &created, kPath, kInterface, "ItemsPropertiesUpdated");
-  if (result < 0) return result;
+  if (sd_bus_message_new_signal(bus, &created, kPath, kInterface, "ItemsPropertiesUpdated") < 0) return;
   const MessageHandle signal(created);
   MessageWriter to(created);
   const auto& layout = history_.current();
@@ -190,7 +184,7 @@ int DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& 
       });
     }
   });
-  return to.result() < 0 ? to.result() : sd_bus_send(bus, created, nullptr);
+  if (to.result() >= 0) sd_bus_send(bus, created, nullptr);
 }
 
 int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {

@@ -28,8 +28,6 @@ class DBusMenu {
   /// What is told from now on is told to this panel: one that comes later has read nothing yet.
   void offerTo(PanelKind panel) { panel_ = panel; }
   void exportOn(sd_bus* bus);
-  /// Forgets the connection, which is closed.
-  void withdraw() { slot_.reset(); }
 
  private:
   static const sd_bus_vtable kVtable[];
@@ -41,15 +39,10 @@ class DBusMenu {
   int eventGroup(sd_bus_message* call, sd_bus_error* error);
   int aboutToShow(sd_bus_message* call, sd_bus_error* error);
   int aboutToShowGroup(sd_bus_message* call, sd_bus_error* error);
-  /// A vtable's entry for a member function.
-  template <int (DBusMenu::*method)(sd_bus_message*, sd_bus_error*)>
-  static int call(sd_bus_message* message, void* self, sd_bus_error* error) {
-    return (static_cast<DBusMenu*>(self)->*method)(message, error);
-  }
 
   void chooseLater(std::shared_ptr<const MenuItem> item);
   bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
-  int signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
+  void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
 
   /// What was chosen and is not told yet. It outlives the menu, which the host may replace in between.
   struct Choices {
@@ -62,7 +55,6 @@ class DBusMenu {
   std::shared_ptr<Choices> choices_;
   MenuHistory history_;
   PanelKind panel_ = PanelKind::other;
-  SlotHandle slot_;
 };
 
 }  // namespace quill::freedesktop

@@ -2,10 +2,10 @@
 
 #include <utility>
 
-#include "bus.h"
 #include "host_application.h"
 #include "host_menu.h"
 #include "icon_rendering.h"
+#include "session_bus_address.h"
 #include "status_notifier.h"
 
 namespace quill::freedesktop {

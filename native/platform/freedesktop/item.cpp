@@ -1,12 +1,12 @@
 #include "item.h"
 
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 #include "bus_message.h"
 #include "dbusmenu.h"
 #include "host_application.h"
+#include "member_callbacks.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -28,19 +28,6 @@ void appendMenuPath(MessageWriter& to) { to.appendPath(DBusMenu::kPath); }
 void appendItemIsMenu(MessageWriter& to) { to.append(false); }
 
 }  // namespace
-
-template <auto append>
-int Item::get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*) {
-  MessageWriter to(reply);
-  if constexpr (std::is_invocable_v<decltype(append), MessageWriter&>) {
-    append(to);
-  } else if constexpr (std::is_member_object_pointer_v<decltype(append)>) {
-    to.append(static_cast<const Item*>(self)->*append);
-  } else {
-    (static_cast<const Item*>(self)->*append)(to);
-  }
-  return to.result();
-}
 
 const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_VTABLE_START(0),
@@ -81,10 +68,7 @@ const sd_bus_vtable Item::kVtable[] = {
 Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
     : bus_(bus), clicked_(std::move(clicked)), replaced_(queue) {}
 
-void Item::exportOn(sd_bus* bus) {
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_add_object_vtable(bus, &slot, kPath, kInterface, kVtable, this) >= 0) slot_.reset(slot);
-}
+void Item::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
 
 void Item::show(const StatusItem& item) {
   if (id_.empty()) id_ = hostId();
@@ -147,7 +131,7 @@ int Item::click(sd_bus_message* call, EventType type) {
   return result;
 }
 
-int Item::provideXdgActivationToken(sd_bus_message* call) {
+int Item::provideXdgActivationToken(sd_bus_message* call, sd_bus_error*) {
   const char* token = nullptr;
   if (const int result = sd_bus_message_read(call, "s", &token); result < 0) return result;
   if (const std::string_view given(token); given.size() <= kMaxToken) activationToken_ = given;

@@ -31,8 +31,6 @@ class Item {
   /// Takes over what `item` shows, and signals what is new about it.
   void show(const StatusItem& item);
   void exportOn(sd_bus* bus);
-  /// Forgets the connection, which is closed.
-  void withdraw() { slot_.reset(); }
   /// Whose the panel is, and where it finds the symbolic icons of templates; null for one that does not
   /// recolour them: many of those show a broken image for a name that they cannot draw.
   void offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder);
@@ -44,24 +42,17 @@ class Item {
  private:
   static const sd_bus_vtable kVtable[];
 
-  int contextMenu(sd_bus_message* call) { return click(call, EventType::rightMouseUp); }
-  int activate(sd_bus_message* call) { return click(call, EventType::leftMouseUp); }
+  int contextMenu(sd_bus_message* call, sd_bus_error*) { return click(call, EventType::rightMouseUp); }
+  int activate(sd_bus_message* call, sd_bus_error*) { return click(call, EventType::leftMouseUp); }
   int click(sd_bus_message* call, EventType type);
-  int ignore(sd_bus_message* call) { return sd_bus_reply_method_return(call, nullptr); }
-  int provideXdgActivationToken(sd_bus_message* call);
-  template <int (Item::*method)(sd_bus_message*)>
-  static int call(sd_bus_message* message, void* self, sd_bus_error*) {
-    return (static_cast<Item*>(self)->*method)(message);
-  }
+  int ignore(sd_bus_message* call, sd_bus_error*) { return sd_bus_reply_method_return(call, nullptr); }
+  int provideXdgActivationToken(sd_bus_message* call, sd_bus_error*);
 
   void appendStatus(MessageWriter& to) const;
   void appendIconName(MessageWriter& to) const;
   void appendIconThemePath(MessageWriter& to) const;
   void appendIcon(MessageWriter& to) const;
   void appendToolTip(MessageWriter& to) const;
-  /// A vtable's getter for a function, a member function or a member.
-  template <auto append>
-  static int get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*);
 
   void writeSymbolicIcon() const;
   /// Null where the panel reads pixels.
@@ -79,7 +70,6 @@ class Item {
   std::shared_ptr<IconFolder> symbolicIcons_;
   ReplacedIcons replaced_;
   std::string activationToken_;
-  SlotHandle slot_;
 };
 
 }  // namespace quill::freedesktop

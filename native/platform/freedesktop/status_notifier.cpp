@@ -12,18 +12,15 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Sy
            {[this](sd_bus* bus) {
               item_.exportOn(bus);
               menu_.exportOn(bus);
-              themeChanges_.follow(bus);
               watcher_.follow(bus);
             },
             [this] {
-              item_.withdraw();
-              menu_.withdraw();
               watcher_.leave();
               themeChanges_.leave();
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, queue),
-      themeChanges_(queue, [this] { item_.repaint(); }),
+      themeChanges_(bus_, queue, [this] { item_.repaint(); }),
       watcher_(queue, Item::kPath, [this, &symbolicIcons](PanelKind panel) {
         item_.offerTo(panel, panel != PanelKind::other ? symbolicIcons.open(panel) : nullptr);
         menu_.offerTo(panel);

@@ -12,10 +12,6 @@
 
 namespace quill::freedesktop {
 
-/// Where the session bus listens, as the environment says now; empty where it names none that can be connected to
-/// without waiting: other transports than "unix:" look up host names or start programs.
-std::optional<std::string> sessionBusAddress();
-
 /// A private connection to the session bus, driven by the default main context. It never waits: a
 /// bus that is missing, refuses or goes away is connected to once it is there. Main thread.
 class Bus {
@@ -42,16 +38,18 @@ class Bus {
  private:
   struct Source;
   static GSourceFuncs sourceFunctions;
+  static constexpr gint64 kNever = -1;
 
   void connect();
   void open();
   bool isForked() const;
   bool isCongested() const;
-  bool prepare(int& timeoutMilliseconds);
-  bool isReadyToProcess() const;
+  void prepare();
   void process();
   void lose();
-  void watchDescriptor(int descriptor, int events);
+  /// Has process() called when `descriptor` has one of `events` (-1: none), or at a time of CLOCK_MONOTONIC in
+  /// microseconds.
+  void wait(int descriptor, int events, gint64 readyTime = kNever);
 
   GlibMainQueue& queue_;
   std::string address_;
@@ -64,7 +62,6 @@ class Bus {
   int descriptor_ = -1;
   int events_ = 0;
   bool isProcessing_ = false;  // sd-bus handles one message at a time, also where a main loop runs inside of one
-  std::optional<std::chrono::nanoseconds> due_;
   std::optional<BusHandshake> handshake_;  // while there is no bus_ yet
   BusHandle bus_;
   bool isThrough_ = false;  // the bus has answered the first message, by which it lets bus_ in

@@ -9,9 +9,8 @@
 
 namespace quill::freedesktop {
 
-/// A connection to the bus behind a sandbox's filter, up to the first message. sd-bus sends this whole
-/// part at once, without waiting for answers, and xdg-dbus-proxy took that for garbage before its
-/// version 0.1.6. Any thread, one at a time.
+/// A connection to the bus behind a sandbox's filter, up to the first message. sd-bus sends its handshake at once,
+/// without waiting for answers, which xdg-dbus-proxy refuses before its version 0.1.6. Any thread, one at a time.
 class BusHandshake {
  public:
   /// Connects to the first socket that takes a connection now, and asks to be let in. Never waits.

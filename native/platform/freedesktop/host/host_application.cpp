@@ -49,6 +49,11 @@ std::string hostName() {
 
 bool isSandboxed() { return isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0; }
 
+std::optional<std::string> runtimeDirectory() {
+  const char* const directory = std::getenv("XDG_RUNTIME_DIR");
+  return directory != nullptr && *directory == '/' ? std::optional<std::string>(directory) : std::nullopt;
+}
+
 void terminateHost() {
   if (auto* const application = g_application_get_default(); application != nullptr) {
     auto* const quit = g_action_map_lookup_action(G_ACTION_MAP(application), "quit");

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 namespace quill::freedesktop {
@@ -11,6 +12,8 @@ std::string hostId();
 std::string hostName();
 /// In a sandbox or a container, where the user's files and programs are others. Any thread.
 bool isSandboxed();
+/// The user's runtime directory, as the environment says now; empty without an absolute path. Any thread.
+std::optional<std::string> runtimeDirectory();
 /// Asks the application to end, in the way it offers: its own `quit` action, its quit, or the
 /// signal that it can handle. It may refuse.
 void terminateHost();

@@ -23,13 +23,8 @@ constexpr auto kUnfinished = "unfinished";
 /// A folder that has just been made may be taken for a left one, once for each process that starts then.
 constexpr int kAttempts = 4;
 
-/// Where the panel would look under the same path; empty: nowhere.
-std::optional<std::string> sharedRuntimeDirectory() {
-  const char* directory = std::getenv("XDG_RUNTIME_DIR");
-  if (directory == nullptr || *directory != '/') return std::nullopt;
-  if (isSandboxed()) return std::nullopt;
-  return directory;
-}
+/// The runtime directory where panels find it under the same path; empty: they do not.
+std::optional<std::string> sharedRuntimeDirectory() { return isSandboxed() ? std::nullopt : runtimeDirectory(); }
 
 int openDirectory(const std::string& path) {
   return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);

@@ -7,13 +7,13 @@
 #include <chrono>
 #include <utility>
 
-#include "bus.h"
 #include "bus_handshake.h"
 #include "detached_program.h"
 #include "file_descriptor.h"
 #include "glib_handles.h"
 #include "host_application.h"
 #include "sd_bus_handles.h"
+#include "session_bus_address.h"
 #include "url_handler.h"
 
 namespace quill::freedesktop {
