@@ -217,7 +217,7 @@ const std::optional<Image>& iconAt(std::int64_t number) {
       const auto bytes = static_cast<std::size_t>(side * side * 4);
       Image icon(std::make_shared<Pixels>(Pixels{side, side, std::pmr::vector<std::uint8_t>(bytes, 255)}), {22, 22});
       icon.setTemplate(side == 48);
-      icon.setRendering(freedesktop::iconRenderingOf(icon));
+      icon.setPicture(freedesktop::iconRenderingOf(icon));
       made[side == 16 ? 1 : 2] = icon;
     }
     return made;

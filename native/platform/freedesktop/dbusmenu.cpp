@@ -311,7 +311,7 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
 int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t id = 0;
   if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
-  if (!history_.knows(id)) return refuseId(error, id);
+  if (!history_.find(id).isKnown) return refuseId(error, id);
   return reply(call, [](MessageWriter& to) { to.append(false); });  // what changed was signalled
 }
 
@@ -320,7 +320,7 @@ int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
   if (const int result = readIds(call, ids, error); result < 0) return result;
   std::vector<std::int32_t> unknown;
   for (const auto id : ids) {
-    if (!history_.knows(id)) unknown.push_back(id);
+    if (!history_.find(id).isKnown) unknown.push_back(id);
   }
   if (!ids.empty() && unknown.size() == ids.size()) return refuseId(error, unknown.front());
   return reply(call, [&](MessageWriter& to) {

@@ -80,9 +80,7 @@ void Item::show(const StatusItem& item) {
   const auto& button = item.button();
   if (const bool isActive = item.isVisible() && button && !button->isHidden(); isActive != isActive_) {
     isActive_ = isActive;
-    if (sd_bus* bus = bus_.forSignals()) {
-      sd_bus_emit_signal(bus, kPath, kInterface, "NewStatus", "s", statusName(isActive_));
-    }
+    signal("NewStatus", statusName(isActive_));
   }
   const auto image = button ? button->image() : std::nullopt;
   if (image == image_) return;
@@ -101,10 +99,7 @@ void Item::offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder) {
   symbolicIcons_ = std::move(folder);
   writeSymbolicIcon();
   // For those who have read the item already: panels that were there before their watcher.
-  if (sd_bus* bus = bus_.forSignals()) {
-    sd_bus_emit_signal(bus, kPath, kInterface, "NewIconThemePath", "s",
-                       symbolicIcons_ ? symbolicIcons_->path().c_str() : "");
-  }
+  signal("NewIconThemePath", symbolicIcons_ ? symbolicIcons_->path().c_str() : "");
   signal("NewIcon");
 }
 
@@ -121,8 +116,9 @@ std::shared_ptr<const IconFile> Item::symbolicFile() const {
   return symbolicIcons_ && icon_ ? icon_->symbolic()->fileIn(symbolicIcons_) : nullptr;
 }
 
-void Item::signal(const char* member) {
-  if (sd_bus* bus = bus_.forSignals()) sd_bus_emit_signal(bus, kPath, kInterface, member, nullptr);
+void Item::signal(const char* member, const char* argument) {
+  sd_bus* const bus = bus_.forSignals();
+  if (bus != nullptr) sd_bus_emit_signal(bus, kPath, kInterface, member, argument != nullptr ? "s" : nullptr, argument);
 }
 
 int Item::click(sd_bus_message* call, EventType type) {

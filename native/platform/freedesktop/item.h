@@ -57,7 +57,8 @@ class Item {
   void writeSymbolicIcon() const;
   /// Null where the panel reads pixels.
   std::shared_ptr<const IconFile> symbolicFile() const;
-  void signal(const char* member);
+  /// `argument` may be null: none.
+  void signal(const char* member, const char* argument = nullptr);
 
   Bus& bus_;
   std::function<void(EventType)> clicked_;

@@ -1,6 +1,6 @@
 #include "status_notifier.h"
 
-#include "activation_scope.h"
+#include "host_application.h"
 
 namespace quill::freedesktop {
 
@@ -38,9 +38,7 @@ void StatusNotifier::present(const StatusItem& item) {
 void StatusNotifier::clicked(EventType type) {
   queue_.post([&desktop = desktop_, presented = presented_, token = item_.takeActivationToken(), type] {
     const auto item = presented.lock();
-    if (!item) return;
-    const ActivationScope scope(token);
-    desktop.deliver(type, *item);
+    if (item) runWithActivationToken(token, [&] { desktop.deliver(type, *item); });
   });
 }
 

@@ -9,6 +9,7 @@
 #include <system_error>
 
 #include "glib_handles.h"
+#include "gobject_handles.h"
 #include "no_destructor.h"
 #include "worker_queue.h"
 
@@ -52,6 +53,21 @@ bool isSandboxed() { return isSet("SNAP") || isSet("container") || access("/.fla
 std::optional<std::string> runtimeDirectory() {
   const char* const directory = std::getenv("XDG_RUNTIME_DIR");
   return directory != nullptr && *directory == '/' ? std::optional<std::string>(directory) : std::nullopt;
+}
+
+void runWithActivationToken(const std::string& token, const std::function<void()>& work) {
+  auto* const current = g_application_get_default();
+  if (token.empty() || current == nullptr || g_application_get_is_registered(current) == FALSE) return work();
+  const auto application = holdObject(current);  // the host may let go of it meanwhile
+  GVariantDict data;
+  g_variant_dict_init(&data, nullptr);
+  g_variant_dict_insert(&data, "activation-token", "s", token.c_str());
+  g_variant_dict_insert(&data, "desktop-startup-id", "s", token.c_str());
+  const VariantPointer platformData(g_variant_ref_sink(g_variant_dict_end(&data)));
+  const auto* const functions = G_APPLICATION_GET_CLASS(application.get());
+  functions->before_emit(application.get(), platformData.get());
+  work();
+  functions->after_emit(application.get(), platformData.get());
 }
 
 void terminateHost() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -14,6 +15,10 @@ std::string hostName();
 bool isSandboxed();
 /// The user's runtime directory, as the environment says now; empty without an absolute path. Any thread.
 std::optional<std::string> runtimeDirectory();
+/// Calls `work` as something that the user asked for: the default GApplication is told the panel's activation token, as
+/// it is for what arrives from another process, so that a window which `work` presents may be raised. Without a token
+/// or a registered application it only calls `work`, which must not throw. Main thread.
+void runWithActivationToken(const std::string& token, const std::function<void()>& work);
 /// Asks the application to end, in the way it offers: its own `quit` action, its quit, or the
 /// signal that it can handle. It may refuse.
 void terminateHost();

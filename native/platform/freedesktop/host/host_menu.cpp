@@ -98,10 +98,7 @@ class Reading {
 /// Walks the model once. All that it makes is its own until it is done.
 class HostMenu::Builder {
  public:
-  explicit Builder(const HostMenu& menu)
-      : menu_(menu), self_(const_cast<HostMenu*>(&menu)), target_(self_->weak_from_this()) {
-    addTo(entries, menu_.model_.get(), 0);
-  }
+  explicit Builder(HostMenu& menu) : menu_(menu) { addTo(entries, menu_.model_.get(), 0); }
 
   Items entries;
   std::vector<SignalConnection> connections;
@@ -156,7 +153,7 @@ class HostMenu::Builder {
 
   /// False: there is no such action.
   bool setAction(MenuItem& item, const std::string& action, GVariant* target) {
-    item.action = {kActivate, target_};
+    item.action = {kActivate, menu_.weak_from_this()};
     item.representedObject = detailedName(action, target);
     item.enabled = false;
 
@@ -182,13 +179,11 @@ class HostMenu::Builder {
   void follow(gpointer sender, std::initializer_list<const char*> signals) {
     if (!followed_.insert(sender).second) return;
     for (const auto* signal : signals) {
-      connections.emplace_back(sender, signal, G_CALLBACK(&HostMenu::changed), self_);
+      connections.emplace_back(sender, signal, G_CALLBACK(&HostMenu::changed), &menu_);
     }
   }
 
-  const HostMenu& menu_;
-  HostMenu* self_;
-  std::weak_ptr<Responder> target_;
+  HostMenu& menu_;
   std::set<gpointer> followed_;
   int visited_ = 0;
 };
@@ -196,20 +191,17 @@ class HostMenu::Builder {
 std::shared_ptr<HostMenu> HostMenu::adopt(const void* menu, std::shared_ptr<HostMenuReads> reads) {
   auto* const object = const_cast<void*>(menu);
   if (!G_IS_MENU_MODEL(object)) return nullptr;
-  struct Adopted : HostMenu {
-    Adopted(GMenuModel* model, std::shared_ptr<HostMenuReads> reads) : HostMenu(model, std::move(reads)) {}
-  };
-  return std::make_shared<Adopted>(G_MENU_MODEL(object), std::move(reads));
+  return std::make_shared<HostMenu>(G_MENU_MODEL(object), std::move(reads));
 }
 
 Menu::Items HostMenu::items() const {
   const bool isCurrent = !isOutdated_ && lastRead_ == readsBegun_;
   if (isCurrent || reads_->total >= kMaxReads) return built_;
-  const auto self = shared_from_this();  // the host may replace the menu while it is read
+  const auto self = std::const_pointer_cast<HostMenu>(shared_from_this());  // the host may replace it meanwhile
   const Reading reading(*reads_);
   isOutdated_ = false;
   const auto number = ++readsBegun_;
-  Builder built(*this);
+  Builder built(*self);
   // One that began later, from inside this one, has seen what is newer.
   if (number == readsBegun_) {
     lastRead_ = number;

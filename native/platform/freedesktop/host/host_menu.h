@@ -29,15 +29,15 @@ class HostMenu : public Menu, public Responder, public std::enable_shared_from_t
   /// Null for a null pointer and for an object that is no GMenuModel. `reads` is shared by all menus of a desktop.
   static std::shared_ptr<HostMenu> adopt(const void* menu, std::shared_ptr<HostMenuReads> reads);
 
+  /// adopt() is what to call.
+  HostMenu(GMenuModel* model, std::shared_ptr<HostMenuReads> reads)
+      : model_(holdObject(model)), reads_(std::move(reads)) {}
+
   /// Asked from inside too many other reads, it answers with what was read last.
   Items items() const override;
   std::string description() const override;
   /// The action of an item of the model.
   bool perform(Selector selector, const MenuItem* sender) override;
-
- protected:
-  HostMenu(GMenuModel* model, std::shared_ptr<HostMenuReads> reads)
-      : model_(holdObject(model)), reads_(std::move(reads)) {}
 
  private:
   class Builder;

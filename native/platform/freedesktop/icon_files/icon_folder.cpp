@@ -117,6 +117,7 @@ bool IconFolder::write(const std::string& fileName, std::string_view text) const
 }
 
 void IconFolder::release(const std::string& name) {
+  if (!owner_.isCurrent()) return;
   const std::lock_guard lock(mutex_);
   const auto known = files_.find(name);
   if (isRemoved_ || known == files_.end() || !known->second.expired()) return;  // written again meanwhile
@@ -124,11 +125,7 @@ void IconFolder::release(const std::string& name) {
   unlinkat(directory_.number(), (name + kSuffix).c_str(), 0);
 }
 
-IconFile::IconFile(std::weak_ptr<IconFolder> folder, std::string name)
-    : folder_(std::move(folder)), name_(std::move(name)) {}
-
 IconFile::~IconFile() {
-  if (!owner_.isCurrent()) return;
   if (const auto folder = folder_.lock()) folder->release(name_);
 }
 

@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "file_descriptor.h"
 #include "owner_process.h"
@@ -52,7 +53,7 @@ class IconFolder : public std::enable_shared_from_this<IconFolder> {
 /// One icon in a folder; its file goes with the object.
 class IconFile {
  public:
-  IconFile(std::weak_ptr<IconFolder> folder, std::string name);
+  IconFile(std::weak_ptr<IconFolder> folder, std::string name) : folder_(std::move(folder)), name_(std::move(name)) {}
   IconFile(const IconFile&) = delete;
   IconFile& operator=(const IconFile&) = delete;
   ~IconFile();
@@ -63,7 +64,6 @@ class IconFile {
  private:
   std::weak_ptr<IconFolder> folder_;
   std::string name_;
-  posix::OwnerProcess owner_;
 };
 
 }  // namespace quill::freedesktop

@@ -6,13 +6,6 @@
 #include "symbolic_svg.h"
 
 namespace quill::freedesktop {
-namespace {
-
-constexpr std::size_t kFirstPrune = 64;
-
-}  // namespace
-
-SymbolicIcon::SymbolicIcon(Shape shape) : shape_(std::move(shape)) {}
 
 void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder, PanelKind panel) {
   const std::lock_guard lock(mutex_);
@@ -26,8 +19,6 @@ std::shared_ptr<const IconFile> SymbolicIcon::fileIn(const std::shared_ptr<IconF
   const std::lock_guard lock(mutex_);
   return folder_.lock() == folder ? file_ : nullptr;
 }
-
-SymbolicIcons::SymbolicIcons() : pruneAt_(kFirstPrune) {}
 
 void SymbolicIcons::add(const std::shared_ptr<SymbolicIcon>& icon) {
   if (!owner_.isCurrent()) return;  // a forked child, in which nobody may be left to unlock

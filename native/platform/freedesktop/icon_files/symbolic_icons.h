@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "icon_folder.h"
@@ -15,7 +16,7 @@ namespace quill::freedesktop {
 /// A template's shape as a file for panels that recolour it. Any thread.
 class SymbolicIcon {
  public:
-  explicit SymbolicIcon(Shape shape);
+  explicit SymbolicIcon(Shape shape) : shape_(std::move(shape)) {}
 
   /// In the form for a panel, once for each folder, also where that fails: a tick shows what is there, and tries
   /// nothing.
@@ -33,8 +34,6 @@ class SymbolicIcon {
 /// The templates in use, and the folder that they are in while a panel reads it. Any thread.
 class SymbolicIcons {
  public:
-  SymbolicIcons();
-
   /// Writes it where there is a folder now, else with the others once there is one.
   void add(const std::shared_ptr<SymbolicIcon>& icon);
   /// The folder with all of them in the form for a panel, which stays while somebody holds it; null where none can be
@@ -53,7 +52,8 @@ class SymbolicIcons {
   std::weak_ptr<IconFolder> folder_;
   PanelKind panel_ = PanelKind::other;  // whose form they have in it
   std::vector<std::weak_ptr<SymbolicIcon>> icons_;
-  std::size_t pruneAt_;
+  static constexpr std::size_t kFirstPrune = 64;
+  std::size_t pruneAt_ = kFirstPrune;  // at this size, icons_ loses those that are gone
 };
 
 }  // namespace quill::freedesktop

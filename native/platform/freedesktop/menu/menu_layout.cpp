@@ -18,7 +18,6 @@ constexpr std::size_t kMaxEntries = 1'000'000;
 
 constexpr std::array<std::string_view, kEntryProperties> kNames = {
     "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display", "icon-name"};
-constexpr std::int32_t kNoToggleState = -1;
 
 std::optional<std::string> keyNameFor(const std::string& key) {
   if (key == "+") return "plus";
@@ -97,18 +96,14 @@ EntryValue defaultOf(EntryProperty property) {
     case EntryProperty::visible:
       return true;
     case EntryProperty::toggleState:
-      return kNoToggleState;
+      return std::int32_t{-1};  // neither on nor off
     case EntryProperty::shortcut:
       return KeyNames{};
     case EntryProperty::type:
       return std::string("standard");
-    case EntryProperty::label:
-    case EntryProperty::toggleType:
-    case EntryProperty::childrenDisplay:
-    case EntryProperty::iconName:
+    default:
       return std::string();
   }
-  return std::string();
 }
 
 std::optional<EntryValue> MenuEntry::value(EntryProperty property, PanelKind panel) const {
@@ -206,10 +201,6 @@ MenuHistory::Update MenuHistory::show(const Menu* menu) {
   if (std::exchange(isRead_, false)) readBefore_ = std::move(before);
   ++revision_;
   return {{}, true};
-}
-
-bool MenuHistory::knows(std::int32_t id) const {
-  return current_.indexOf(id) || (readBefore_ && readBefore_->indexOf(id));
 }
 
 MenuHistory::Found MenuHistory::find(std::int32_t id) const {

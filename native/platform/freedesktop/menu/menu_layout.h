@@ -137,8 +137,6 @@ class MenuHistory {
   /// A panel has read from the current layout.
   void noteRead() { isRead_ = true; }
 
-  /// Whether find() knows the id.
-  bool knows(std::int32_t id) const;
   /// The item under an id of the current layout, or of the last earlier one that a panel has read.
   struct Found {
     bool isKnown = false;
