@@ -21,8 +21,8 @@ class FileRemover {
   freedesktop::Desktop& desktop_;
 };
 
-/// Up to version 2.74 GLib sets its allocator up at the first use, under a lock that a child forked meanwhile would find
-/// locked for ever. So that is done when the library is loaded.
+/// Up to version 2.74 GLib sets its allocator up at the first use, under a lock that a child forked meanwhile would
+/// find locked for ever. So the library has it set up when it is loaded.
 [[gnu::constructor]] void setUpAllocator() {
   constexpr gsize kSize = 64;
   g_slice_free1(kSize, g_slice_alloc(kSize));
@@ -34,7 +34,7 @@ Desktop& Desktop::current() {
   static constinit NoDestructor<std::unique_ptr<freedesktop::Desktop>> desktop;
   return *desktop.get([] {
     auto made = std::make_unique<freedesktop::Desktop>();
-    static const FileRemover remover(*made);  // in here, where a fork waits for its making
+    static const FileRemover remover(*made);  // made here, where a fork waits until it is done
     return made;
   });
 }

@@ -14,9 +14,9 @@ constexpr auto kInterface = "com.canonical.dbusmenu";
 constexpr std::uint32_t kVersion = 3;
 constexpr auto kEntrySignature = "ia{sv}av";
 constexpr std::string_view kClicked = "clicked";
-/// Names of properties in one call: there are nine.
+/// Property names in one call; nine exist.
 constexpr int kMaxNames = 256;
-/// Ids in one call; to look them up takes some milliseconds.
+/// Ids in one call, which take some milliseconds to look up.
 constexpr std::size_t kMaxIds = 250'000;
 
 void appendVariant(MessageWriter& to, const EntryValue& value) {
@@ -39,7 +39,7 @@ void appendVariant(MessageWriter& to, const EntryValue& value) {
   }
 }
 
-/// Those of `properties` that are not at their defaults, and those in `always`.
+/// Appends those of `properties` that differ from their defaults, and those in `always` in any case.
 void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
                       EntryProperties always = {}) {
   to.container('a', "{sv}", [&] {
@@ -55,7 +55,7 @@ void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel
   });
 }
 
-/// What the fields of an entry's structure hold, down to `depth` levels below it.
+/// Appends an entry's id, its properties and the entries below it, `depth` levels deep.
 void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
                  EntryProperties properties, std::int32_t depth) {
   const auto& entries = layout.entries();
@@ -71,12 +71,12 @@ void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index,
   });
 }
 
-/// For what would hold up the host's main loop.
+/// For a call that would hold up the host's main loop.
 int refuseSize(sd_bus_error* error) {
   return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "More than a menu is asked or told at once");
 }
 
-/// Reads a list of names, of which an empty one means all. Negative: the error.
+/// Reads a list of property names; an empty list means all. Negative: the error.
 int readProperties(sd_bus_message* from, EntryProperties& properties, sd_bus_error* error) {
   properties = {};
   int names = 0;
@@ -149,8 +149,8 @@ void DBusMenu::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kP
 void DBusMenu::show(const Menu* menu) {
   const auto update = history_.show(menu);
   if (!update.isNewLayout && update.changes.empty()) return;
-  sd_bus* const bus = bus_.forSignals();
-  if (bus == nullptr) return;  // who comes later reads it all
+  sd_bus* const bus = bus_.connection();
+  if (bus == nullptr) return;  // a panel that comes later reads everything
   if (update.isNewLayout) {
     sd_bus_emit_signal(bus, kPath, kInterface, "LayoutUpdated", "ui", history_.revision(), MenuLayout::kRootId);
   } else {
@@ -261,7 +261,7 @@ void DBusMenu::postNext(const std::shared_ptr<Choices>& choices) {
   choices->queue.post([choices] {
     const auto item = std::move(choices->items.front());
     choices->items.pop_front();
-    if (!choices->items.empty()) postNext(choices);  // before the host is told, which may run a loop inside
+    if (!choices->items.empty()) postNext(choices);  // first, since the host may run a main loop inside choose()
     item->choose();
   });
 }
@@ -312,7 +312,7 @@ int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t id = 0;
   if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
   if (!history_.find(id).isKnown) return refuseId(error, id);
-  return reply(call, [](MessageWriter& to) { to.append(false); });  // what changed was signalled
+  return reply(call, [](MessageWriter& to) { to.append(false); });  // every change was signalled
 }
 
 int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {

@@ -12,12 +12,12 @@ namespace quill::freedesktop {
 namespace {
 
 constexpr auto kInterface = "org.kde.StatusNotifierItem";
-/// Tokens are a few dozen bytes; a longer one is nobody's.
+/// Bytes; real tokens have a few dozen.
 constexpr std::size_t kMaxToken = 4096;
 
 const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
 
-// What is the same for every item.
+// Properties that are the same for every item.
 void appendEmpty(MessageWriter& to) { to.append(""); }
 void appendNoPixels(MessageWriter& to) {
   to.container('a', "(iiay)", [] {});
@@ -98,7 +98,7 @@ void Item::offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder) {
   if (folder == symbolicIcons_) return;
   symbolicIcons_ = std::move(folder);
   writeSymbolicIcon();
-  // For those who have read the item already: panels that were there before their watcher.
+  // For a panel that read the item before its watcher was there.
   signal("NewIconThemePath", symbolicIcons_ ? symbolicIcons_->path().c_str() : "");
   signal("NewIcon");
 }
@@ -107,7 +107,7 @@ void Item::repaint() {
   if (symbolicFile()) signal("NewIcon");
 }
 
-/// An image that was prepared is there already.
+/// A prepared image has its file already.
 void Item::writeSymbolicIcon() const {
   if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_, panel_);
 }
@@ -117,7 +117,7 @@ std::shared_ptr<const IconFile> Item::symbolicFile() const {
 }
 
 void Item::signal(const char* member, const char* argument) {
-  sd_bus* const bus = bus_.forSignals();
+  sd_bus* const bus = bus_.connection();
   if (bus != nullptr) sd_bus_emit_signal(bus, kPath, kInterface, member, argument != nullptr ? "s" : nullptr, argument);
 }
 

@@ -28,15 +28,15 @@ class Item {
   Item(const Item&) = delete;
   Item& operator=(const Item&) = delete;
 
-  /// Takes over what `item` shows, and signals what is new about it.
+  /// Copies what `item` shows, and signals what changed.
   void show(const StatusItem& item);
   void exportOn(sd_bus* bus);
-  /// Whose the panel is, and where it finds the symbolic icons of templates; null for one that does not
-  /// recolour them: many of those show a broken image for a name that they cannot draw.
+  /// Tells which panel shows the item, and in which folder it finds symbolic icons. Null for a panel that does not
+  /// recolour them: many such panels show a broken image for a name that they cannot draw.
   void offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder);
-  /// Has the panel draw the icon anew.
+  /// Makes the panel draw the icon again.
   void repaint();
-  /// What a panel gave since the last call, to raise a window with; empty: nothing.
+  /// The activation token that the panel gave since the last call; empty: none.
   std::string takeActivationToken() { return std::exchange(activationToken_, {}); }
 
  private:
@@ -65,7 +65,7 @@ class Item {
   std::string id_;
   std::string name_;
   bool isActive_ = false;
-  std::optional<Image> image_;                 // the one that icon_ shows
+  std::optional<Image> image_;                 // what icon_ was made of
   std::shared_ptr<const IconRendering> icon_;  // null: no icon
   PanelKind panel_ = PanelKind::other;
   std::shared_ptr<IconFolder> symbolicIcons_;

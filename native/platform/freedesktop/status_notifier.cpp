@@ -31,7 +31,7 @@ void StatusNotifier::present(const StatusItem& item) {
   presented_ = item.weak_from_this();
   item_.show(item);
   if (!bus_.isStarted()) bus_.start();
-  const auto menu = item.announcedMenu();  // to read it may call the host, which may announce another one
+  const auto menu = item.announcedMenu();  // kept, since reading it may call the host, which may announce another
   menu_.show(menu.get());
 }
 

@@ -12,10 +12,10 @@ namespace {
 
 constexpr std::chrono::milliseconds kFirstDelay{100};
 constexpr std::chrono::milliseconds kMaxDelay{30'000};
-/// How many messages are handled, and how long, before the host's own sources get their turn.
+/// What one dispatch may handle, and how long it may take, before the host's own sources get their turn.
 constexpr int kMaxMessages = 32;
 constexpr std::chrono::milliseconds kMaxTurn{5};
-/// Messages that a bus may leave unread; one that takes no more is given up and connected to anew.
+/// Messages that the bus may leave unread before the connection is given up and made anew.
 constexpr std::uint64_t kMaxUnsentMessages = 1024;
 
 }  // namespace
@@ -27,7 +27,7 @@ struct Bus::Source {
 
 GSourceFuncs Bus::sourceFunctions = {[](GSource* source, int*) -> gboolean {
                                        reinterpret_cast<Source*>(source)->bus->prepare();
-                                       return FALSE;  // not before the descriptor or the ready time is
+                                       return FALSE;  // GLib looks at the descriptor and the ready time
                                      },
                                      nullptr,
                                      [](GSource* source, GSourceFunc, gpointer) -> gboolean {
@@ -46,7 +46,8 @@ Bus::~Bus() = default;
 void Bus::start() {
   source_.reset(g_source_new(&sourceFunctions, sizeof(Source)));
   reinterpret_cast<Source*>(source_.get())->bus = this;
-  // Others are taken out of the poll while they are dispatched, which wakes the main context twice for each message.
+  // A source that cannot recurse leaves the poll while it is dispatched, which wakes the main context twice for each
+  // message.
   g_source_set_can_recurse(source_.get(), TRUE);
   g_source_attach(source_.get(), nullptr);
   reconnect_.emplace(queue_, [this] { connect(); });
@@ -76,7 +77,7 @@ void Bus::open() {
   bus_.reset(bus);
   if (result >= 0 && !handshake_) result = sd_bus_set_address(bus, address_.c_str());
   if (result >= 0) result = sd_bus_set_bus_client(bus, 1);
-  // Every method here is for everyone on the bus; without this sd-bus would ask who the caller is, and wait.
+  // Everyone on the bus may call every method here. Without this, sd-bus would ask who the caller is, and wait.
   if (result >= 0) result = sd_bus_set_trusted(bus, 1);
   // A socket that is not there yet is waited for by inotify.
   if (result >= 0) result = sd_bus_set_watch_bind(bus, 1);
@@ -86,10 +87,10 @@ void Bus::open() {
   if (result != -EINVAL) reconnect_->setDueIn(backoff_.next());  // a malformed address stays malformed
 }
 
-sd_bus* Bus::forSignals() {
+sd_bus* Bus::connection() {
   if (!bus_ || isForked() || sd_bus_is_ready(bus_.get()) <= 0) return nullptr;
   if (!isCongested()) return bus_.get();
-  sd_bus_close(bus_.get());  // the source sees that next, outside of whatever is being handled now
+  sd_bus_close(bus_.get());  // process() sees that next, outside of what is handled now
   return nullptr;
 }
 
@@ -139,8 +140,8 @@ void Bus::process() {
   isProcessing_ = false;
   if (result < 0) {
     lose();
-  } else if (!isThrough_ && sd_bus_is_ready(bus_.get()) > 0) {
-    isThrough_ = true;
+  } else if (!isOpen_ && sd_bus_is_ready(bus_.get()) > 0) {
+    isOpen_ = true;
     backoff_.reset();
     handlers_.opened(bus_.get());
   }
@@ -149,7 +150,7 @@ void Bus::process() {
 void Bus::lose() {
   wait(-1, 0);
   bus_.reset();
-  if (std::exchange(isThrough_, false)) handlers_.lost();
+  if (std::exchange(isOpen_, false)) handlers_.lost();
   reconnect_->setDueIn(backoff_.next());
 }
 

@@ -41,7 +41,7 @@ bool sendAll(int socket, std::string_view text) {
   return send(socket, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
 }
 
-/// Who asks is this process's user, whose number is told in hexadecimal digits of its decimal ones.
+/// Authenticates as this process's user: the decimal digits of the user's number, each in hexadecimal.
 std::string request() {
   std::string text("\0AUTH EXTERNAL ", 15);
   for (const char digit : std::to_string(geteuid())) text += {'3', digit};
@@ -51,7 +51,7 @@ std::string request() {
 }  // namespace
 
 BusHandshake::BusHandshake(const std::string& address) : socket_(connectedSocket(address)) {
-  if (isConnected()) sendAll(descriptor(), request());  // what does not go out is never answered
+  if (isConnected()) sendAll(descriptor(), request());  // a failure shows as a missing answer
 }
 
 int BusHandshake::advance() {

@@ -19,11 +19,12 @@ class BusHandshake {
   bool isConnected() const { return socket_.isOpen(); }
   /// Readable when there is something to do.
   int descriptor() const { return socket_.number(); }
-  /// Reads answers. Positive once they are complete, zero before; a negative errno ends it.
+  /// Reads answers. Positive: they are complete; zero: not yet; negative: the errno of a failure.
   int advance();
   /// The same, waiting for them.
   int finish(std::chrono::milliseconds timeout);
-  /// After that: starts `bus`, to which no address was given, on this connection. Answers as sd_bus_start.
+  /// Starts `bus`, which has no address, on this connection once the answers are complete. Returns what sd_bus_start
+  /// does.
   int start(sd_bus* bus);
 
  private:

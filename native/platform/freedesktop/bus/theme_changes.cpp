@@ -12,7 +12,7 @@ constexpr std::chrono::milliseconds kDelay{200};
 
 void ThemeChanges::listenTo(PanelKind panel) {
   match_.reset();
-  sd_bus* const bus = bus_.forSignals();
+  sd_bus* const bus = bus_.connection();
   if (panel != PanelKind::plasma || bus == nullptr) return;
   sd_bus_slot* slot = nullptr;
   sd_bus_match_signal_async(bus, &slot, nullptr, "/KGlobalSettings", "org.kde.KGlobalSettings", "notifyChange",

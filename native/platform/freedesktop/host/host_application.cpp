@@ -23,7 +23,7 @@ bool isSet(const char* variable) {
 
 std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
 
-/// Read once: it stays, and is asked for whenever something is shown.
+/// Read once, since it does not change.
 const std::string& executableName() {
   static constinit NoDestructor<std::string> name;
   return name.get([] {

@@ -6,12 +6,12 @@
 
 namespace quill::freedesktop {
 
-/// What tells this application from others, the same in every run: the default GApplication's id,
-/// else the name of the executable. Main thread, unless another is named.
+/// Identifies this application, the same in every run: the default GApplication's id, else the name of the executable.
+/// Main thread, unless said otherwise.
 std::string hostId();
 /// What people call this application; well-formed UTF-8.
 std::string hostName();
-/// In a sandbox or a container, where the user's files and programs are others. Any thread.
+/// Whether this is a sandbox or a container, which does not see the user's files and programs. Any thread.
 bool isSandboxed();
 /// The user's runtime directory, as the environment says now; empty without an absolute path. Any thread.
 std::optional<std::string> runtimeDirectory();

@@ -20,7 +20,7 @@ namespace {
 constexpr std::string_view kPrefix = "quill-tray-";
 constexpr auto kSuffix = ".svg";
 constexpr auto kUnfinished = "unfinished";
-/// A folder that has just been made may be taken for a left one, once for each process that starts then.
+/// Before a new folder is locked, a process that starts may take it for one left behind and remove it.
 constexpr int kAttempts = 4;
 
 /// The runtime directory where panels find it under the same path; empty: they do not.
@@ -34,7 +34,7 @@ bool lock(const posix::FileDescriptor& directory) {
   return directory.isOpen() && flock(directory.number(), LOCK_EX | LOCK_NB) == 0;
 }
 
-/// Whoever sweeps holds the lock until the folder is gone.
+/// False for a folder that was swept away before it was locked.
 bool isLinked(const posix::FileDescriptor& directory) {
   struct stat status {};
   return fstat(directory.number(), &status) == 0 && status.st_nlink > 0;
@@ -83,7 +83,7 @@ IconFolder::~IconFolder() { remove(); }
 
 void IconFolder::remove() {
   if (!owner_.isCurrent()) return;
-  const std::unique_lock lock(mutex_, std::try_to_lock);  // may come from an exit in the midst of anything
+  const std::unique_lock lock(mutex_, std::try_to_lock);  // an exit may come from inside another call
   if (lock && !std::exchange(isRemoved_, true)) removeFolder(path_);
 }
 

@@ -21,7 +21,7 @@ std::shared_ptr<const IconFile> SymbolicIcon::fileIn(const std::shared_ptr<IconF
 }
 
 void SymbolicIcons::add(const std::shared_ptr<SymbolicIcon>& icon) {
-  if (!owner_.isCurrent()) return;  // a forked child, in which nobody may be left to unlock
+  if (!owner_.isCurrent()) return;  // in a forked child nobody may be left to unlock it
   const std::lock_guard lock(mutex_);
   if (icons_.size() >= pruneAt_) {
     std::erase_if(icons_, [](const auto& known) { return known.expired(); });
@@ -48,7 +48,7 @@ std::shared_ptr<IconFolder> SymbolicIcons::open(PanelKind panel) {
 
 void SymbolicIcons::close() {
   if (!owner_.isCurrent()) return;
-  // A host may exit from wherever it is. What is left then goes at the next start.
+  // A host may exit from inside another call here. What then stays is swept at the next start.
   const std::unique_lock lock(mutex_, std::try_to_lock);
   if (!lock) return;
   isClosed_ = true;

@@ -10,8 +10,8 @@
 #include "file_descriptor.h"
 #include "owner_process.h"
 
-// GLib's lock hands a call from the thread that posts it to the one that runs it; the thread
-// sanitizer cannot see into GLib, so it is told.
+// GLib's lock hands a call from the thread that posts it to the one that runs it. The thread sanitizer cannot see into
+// GLib, so it is told.
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
 #define QUILL_HAND_OVER(call) __tsan_release(call)
@@ -55,7 +55,7 @@ SourceHandle attachSource(GlibMainQueue& queue, gint64 readyTime, gboolean after
   return source;
 }
 
-/// Collects what the calling thread posts during one call, and not from within a main loop that runs inside of it.
+/// Collects what the calling thread posts while this lives, except from a main loop that runs inside.
 class Collected {
  public:
   Collected() : outer_(std::exchange(current_, this)) {}
@@ -73,8 +73,8 @@ class Collected {
   int depth_ = g_main_depth();
 };
 
-/// What a tick posts, to show a frame, runs right after it: a turn of the main context for that alone costs more
-/// than the frame itself.
+/// Runs what a tick posts, to show a frame, right after it: another turn of the main context would cost more than the
+/// frame.
 void runTick(const std::function<void()>& tick) {
   std::vector<std::function<void()>> posted;
   {
@@ -138,7 +138,7 @@ class CoarseTimer : public Timer {
 bool GlibMainQueue::isCurrent() const {
   auto* const context = g_main_context_default();
   if (g_main_context_is_owner(context) != FALSE) return true;
-  // To ask for the context is to hold it for a moment, in which the main thread would be refused: no other may ask.
+  // Acquiring the context keeps the main thread out for a moment, so only the thread that is expected to be it tries.
   if (!mainThread_->isExpectedHere() || g_main_context_acquire(context) == FALSE) return false;
   g_main_context_release(context);
   return true;
@@ -146,8 +146,8 @@ bool GlibMainQueue::isCurrent() const {
 
 GlibMainQueue::MainThreadTracker::Thread GlibMainQueue::MainThreadTracker::callingThread() {
   static std::atomic<std::uint32_t> latest{0};
-  // Kept, since the system is asked anew each time. A forked child keeps its parent's: nobody lives under that id
-  // there, which leaves the process's first thread, and that is the one that forked.
+  // Kept, since gettid() asks the kernel each time. A forked child keeps its parent's id, under which it has no thread;
+  // then its first thread is the main thread, and that is the one that forked.
   thread_local const Thread self{++latest, gettid()};
   return self;
 }
