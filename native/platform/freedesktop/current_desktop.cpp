@@ -9,16 +9,8 @@ namespace quill {
 
 namespace {
 
-/// Removes a desktop's files when the process exits in an orderly way or the library is unloaded.
-class FileRemover {
- public:
-  explicit FileRemover(freedesktop::Desktop& desktop) : desktop_(desktop) {}
-  FileRemover(const FileRemover&) = delete;
-  FileRemover& operator=(const FileRemover&) = delete;
-  ~FileRemover() { desktop_.removeFiles(); }
-
- private:
-  freedesktop::Desktop& desktop_;
+struct FileRemoval {
+  void operator()(freedesktop::Desktop* desktop) const { desktop->removeFiles(); }
 };
 
 /// Up to version 2.74 GLib sets its allocator up at the first use, under a lock that a child forked meanwhile would
@@ -34,7 +26,8 @@ Desktop& Desktop::current() {
   static constinit NoDestructor<std::unique_ptr<freedesktop::Desktop>> desktop;
   return *desktop.get([] {
     auto made = std::make_unique<freedesktop::Desktop>();
-    static const FileRemover remover(*made);  // made here, where a fork waits until it is done
+    // When the process exits in an orderly way or the library is unloaded. Set up here, which a fork waits for.
+    static const std::unique_ptr<freedesktop::Desktop, FileRemoval> removal(made.get());
     return made;
   });
 }

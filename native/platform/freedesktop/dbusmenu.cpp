@@ -6,70 +6,18 @@
 
 #include "bus_message.h"
 #include "member_callbacks.h"
+#include "menu_entry_message.h"
 
 namespace quill::freedesktop {
 namespace {
 
 constexpr auto kInterface = "com.canonical.dbusmenu";
 constexpr std::uint32_t kVersion = 3;
-constexpr auto kEntrySignature = "ia{sv}av";
 constexpr std::string_view kClicked = "clicked";
 /// Property names in one call; nine exist.
 constexpr int kMaxNames = 256;
 /// Ids in one call, which take some milliseconds to look up.
 constexpr std::size_t kMaxIds = 250'000;
-
-void appendVariant(MessageWriter& to, const EntryValue& value) {
-  if (const auto* flag = std::get_if<bool>(&value)) {
-    to.container('v', "b", [&] { to.append(*flag); });
-  } else if (const auto* number = std::get_if<std::int32_t>(&value)) {
-    to.container('v', "i", [&] { to.append(*number); });
-  } else if (const auto* text = std::get_if<std::string>(&value)) {
-    to.container('v', "s", [&] { to.append(*text); });
-  } else {
-    to.container('v', "aas", [&] {
-      to.container('a', "as", [&] {
-        const auto& keys = std::get<KeyNames>(value);
-        if (keys.empty()) return;
-        to.container('a', "s", [&] {
-          for (const auto& key : keys) to.append(key);
-        });
-      });
-    });
-  }
-}
-
-/// Appends those of `properties` that differ from their defaults, and those in `always` in any case.
-void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
-                      EntryProperties always = {}) {
-  to.container('a', "{sv}", [&] {
-    properties.forEach([&](EntryProperty property) {
-      auto value = entry.value(property, panel);
-      if (!value && always.contains(property)) value = defaultOf(property);
-      if (!value) return;
-      to.container('e', "sv", [&] {
-        to.append(nameOf(property).data());
-        appendVariant(to, *value);
-      });
-    });
-  });
-}
-
-/// Appends an entry's id, its properties and the entries below it, `depth` levels deep.
-void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
-                 EntryProperties properties, std::int32_t depth) {
-  const auto& entries = layout.entries();
-  to.append(layout.idOf(index));
-  appendProperties(to, entries[index], panel, properties);
-  to.container('a', "v", [&] {
-    if (depth == 0) return;
-    for (auto child = index + 1; child < entries[index].end && to.result() >= 0; child = entries[child].end) {
-      to.container('v', "(ia{sv}av)", [&] {
-        to.container('r', kEntrySignature, [&] { appendEntry(to, layout, child, panel, properties, depth - 1); });
-      });
-    }
-  });
-}
 
 /// For a call that would hold up the host's main loop.
 int refuseSize(sd_bus_error* error) {
@@ -200,7 +148,7 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
   if (depth < 0) depth = std::numeric_limits<std::int32_t>::max();
   result = reply(call, [&](MessageWriter& to) {
     to.append(history_.revision());
-    to.container('r', kEntrySignature, [&] { appendEntry(to, layout, *index, panel_, properties, depth); });
+    appendEntry(to, layout, *index, panel_, properties, depth);
   });
   if (result >= 0) history_.noteRead();
   return result;

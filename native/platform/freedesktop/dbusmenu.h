@@ -44,7 +44,8 @@ class DBusMenu {
   bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
   void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
 
-  /// Choices that the host has not been told of. They outlive this object, which the host may replace meanwhile.
+  /// Choices that the host has not been told of. They outlive this object: the host may replace its status item
+  /// meanwhile.
   struct Choices {
     std::deque<std::shared_ptr<const MenuItem>> items;
     GlibMainQueue& queue;

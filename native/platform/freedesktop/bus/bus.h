@@ -38,7 +38,6 @@ class Bus {
  private:
   struct Source;
   static GSourceFuncs sourceFunctions;
-  static constexpr gint64 kNever = -1;
 
   void connect();
   void open();

@@ -1,5 +1,6 @@
 #include "watcher.h"
 
+#include <array>
 #include <utility>
 
 #include "member_callbacks.h"
@@ -103,13 +104,12 @@ void Watcher::setOwner(std::string owner) {
   backoff_.reset();
   attempts_ = 0;
   panel_ = PanelKind::other;
-  for (auto& query : panelQueries_) query.reset();
+  panelQueries_.clear();
   if (owner_.empty()) return;
-  static_assert(kPanels.size() == kKnownPanels);
-  unanswered_ = kPanels.size();
-  for (std::size_t i = 0; i < kPanels.size(); ++i) {
-    panelQueries_[i] = askOwner(bus_, kPanels[i].name, call<&Watcher::onPanelOwner>, this);
+  for (const auto& panel : kPanels) {
+    panelQueries_.push_back(askOwner(bus_, panel.name, call<&Watcher::onPanelOwner>, this));
   }
+  unanswered_ = panelQueries_.size();
 }
 
 void Watcher::registerItem() {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "backoff.h"
 #include "glib_main_queue.h"
@@ -27,8 +27,6 @@ class Watcher {
   void leave();
 
  private:
-  static constexpr std::size_t kKnownPanels = 3;
-
   int onOwnerChange(sd_bus_message* signal, sd_bus_error*);
   int onOwner(sd_bus_message* reply, sd_bus_error*);
   int onPanelOwner(sd_bus_message* reply, sd_bus_error*);
@@ -42,8 +40,8 @@ class Watcher {
   sd_bus* bus_ = nullptr;  // not owned
   std::string owner_;      // the watcher's unique name; empty while there is none
   SlotHandle ownerQuery_;
-  std::array<SlotHandle, kKnownPanels> panelQueries_;
-  std::size_t unanswered_ = 0;  // of panelQueries_
+  std::vector<SlotHandle> panelQueries_;  // one for each known panel
+  std::size_t unanswered_ = 0;            // of panelQueries_
   PanelKind panel_ = PanelKind::other;
   Backoff backoff_;
   int attempts_ = 0;

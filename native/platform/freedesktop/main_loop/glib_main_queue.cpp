@@ -24,8 +24,6 @@
 namespace quill::freedesktop {
 namespace {
 
-constexpr gint64 kNever = -1;  ///< a source's ready time
-
 struct Call {
   std::shared_ptr<GlibMainQueue::MainThreadTracker> mainThread;
   std::function<void()> call;

@@ -71,10 +71,6 @@ bool isSameEntry(const MenuEntry& entry, const PlacedItem& placed) {
 
 bool showsChoosable(const MenuItem& item) { return item.isSeparator || item.isChoosable(); }
 
-bool looksLike(const MenuEntry& entry, const MenuItem& item) {
-  return entry.look == item && entry.isChoosable == showsChoosable(item);
-}
-
 void take(MenuEntry& entry, const MenuItem& item) {
   entry.look = item;
   entry.isChoosable = showsChoosable(item);
@@ -173,7 +169,7 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Placed
     auto& entry = entries_[i];
     const auto& item = items[i - 1].item;
     if (entry.item != item) entry.item = item;
-    if (looksLike(entry, *item)) continue;
+    if (entry.look == *item && entry.isChoosable == showsChoosable(*item)) continue;
     const auto before = entry;
     take(entry, *item);
     Change change{idOf(i), {}, {}};

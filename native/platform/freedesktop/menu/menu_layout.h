@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -41,10 +40,6 @@ EntryValue defaultOf(EntryProperty property);
 
 class EntryProperties {
  public:
-  constexpr EntryProperties() = default;
-  constexpr EntryProperties(std::initializer_list<EntryProperty> properties) {
-    for (const auto property : properties) insert(property);
-  }
   static constexpr EntryProperties all() {
     EntryProperties properties;
     properties.bits_ = (1U << kEntryProperties) - 1;
@@ -53,7 +48,6 @@ class EntryProperties {
   constexpr void insert(EntryProperty property) { bits_ |= bit(property); }
   constexpr bool contains(EntryProperty property) const { return (bits_ & bit(property)) != 0; }
   constexpr bool empty() const { return bits_ == 0; }
-  bool operator==(const EntryProperties&) const = default;
 
   template <typename Visit>
   void forEach(Visit visit) const {

@@ -13,10 +13,6 @@
 namespace quill::freedesktop {
 namespace {
 
-struct StringsFree {
-  void operator()(char** strings) const { g_strfreev(strings); }
-};
-
 std::string orEmpty(const char* text) { return text != nullptr ? text : ""; }
 
 /// GFile knows the type as well, but loads GVfs for it, which keeps threads and a bus connection.
@@ -47,7 +43,7 @@ std::vector<std::string> commandLine(GDesktopAppInfo* info, const Url& url, cons
   const char* line = g_app_info_get_commandline(G_APP_INFO(info));
   char** parsed = nullptr;
   if (line == nullptr || g_shell_parse_argv(line, nullptr, &parsed, nullptr) == FALSE) return {};
-  const std::unique_ptr<char*, StringsFree> words(parsed);
+  const std::unique_ptr<char*, decltype(&g_strfreev)> words(parsed, g_strfreev);
   std::vector<std::string> arguments;
   bool takesUrl = false;
   for (char** next = words.get(); *next != nullptr; ++next) {
