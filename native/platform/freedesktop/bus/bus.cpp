@@ -41,8 +41,6 @@ GSourceFuncs Bus::sourceFunctions = {[](GSource* source, int*) -> gboolean {
 Bus::Bus(GlibMainQueue& queue, std::string address, Handlers handlers)
     : queue_(queue), address_(std::move(address)), handlers_(std::move(handlers)), backoff_(kFirstDelay, kMaxDelay) {}
 
-Bus::~Bus() = default;
-
 void Bus::start() {
   source_.reset(g_source_new(&sourceFunctions, sizeof(Source)));
   reinterpret_cast<Source*>(source_.get())->bus = this;

@@ -27,7 +27,6 @@ class Bus {
   Bus(GlibMainQueue& queue, std::string address, Handlers handlers);
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
-  ~Bus();
 
   /// Connects, and keeps the connection up from then on. To be called once.
   void start();

@@ -45,7 +45,7 @@ class SymbolicIcons {
   void sweepOnce();
 
  private:
-  const posix::OwnerProcess owner_;
+  posix::OwnerProcess owner_;
   std::mutex mutex_;  // guards what follows
   bool isSwept_ = false;
   bool isClosed_ = false;
