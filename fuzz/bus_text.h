@@ -29,9 +29,10 @@ struct Message {
 };
 
 /// A message as the bus hands it on, from a line of text that begins with one of the words in bus_text.cpp: a call
-/// is `[-]<to whom> <member> <values>`, with a minus where no answer is wanted; a signal is `<whose> <member> <values>`;
-/// what our own calls are answered with is `reply <serial> <values>` or `error <serial> <name> <values>`. Values are
-/// a tuple in GVariant's text format; there are none where the text is anything else. Empty for what no bus passes on.
+/// is `[-]<to whom> <member> <values>`, with a minus where no answer is wanted; a signal is `<whose> <member>
+/// <values>`; what our own calls are answered with is `reply <serial> <values>` or `error <serial> <name> <values>`.
+/// Values are a tuple in GVariant's text format; there are none where the text is anything else. Empty for what no bus
+/// passes on.
 std::optional<Message> messageOf(std::string_view line, std::uint32_t serial);
 
 }  // namespace quill::fuzz
