@@ -76,7 +76,8 @@ std::optional<Message> messageOf(std::string_view line, std::uint32_t serial) {
   }
   if (kind->type != G_DBUS_MESSAGE_TYPE_SIGNAL) g_dbus_message_set_destination(message.get(), kItemName.data());
 
-  const auto text = words.rest();
+  auto text = words.rest();
+  if (g_utf8_validate_len(text.data(), text.size(), nullptr) == FALSE) text = "";
   GVariant* const values = g_variant_parse(nullptr, text.data(), text.data() + text.size(), nullptr, nullptr);
   const freedesktop::VariantPointer owned(values);
   if (values != nullptr && g_variant_is_of_type(values, G_VARIANT_TYPE_TUPLE) != FALSE) {
