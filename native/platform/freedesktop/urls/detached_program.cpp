@@ -56,7 +56,7 @@ void startDetached(const Program& program, const Inheritance& inheritance) {
     if (_Fork() == 0) become(program, arguments.data(), environment.data(), inheritance.signalMask);
     _exit(0);
   }
-  while (middle > 0 && waitpid(middle, nullptr, __WCLONE) < 0 && errno == EINTR) continue;
+  while (middle > 0 && waitpid(middle, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) continue;
 }
 
 }  // namespace quill::freedesktop
