@@ -6,9 +6,11 @@
 #include <fstream>
 #include <string>
 
+#include "bus_handshake.h"
 #include "dbusmenu.h"
 #include "host_application.h"
 #include "panel_fixture.h"
+#include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -86,6 +88,20 @@ TEST_F(Freedesktop, NeedsAUsableAddressAndWaitsForABusWithoutBurningTime) {
   EXPECT_TRUE(canMake());
   panel = std::make_unique<Peer>(bus);
   EXPECT_TRUE(runUntil([&] { return panel->received.size() == 3; })) << "also of those which were there before";
+}
+
+TEST_F(Freedesktop, KeepsASandboxsConnectionOffTheStandardStreams) {
+  bus.start();
+  const posix::FileDescriptor input(dup(STDIN_FILENO));
+  close(STDIN_FILENO);
+  BusHandshake handshake(bus.address());
+  sd_bus* made = nullptr;
+  ASSERT_GE(sd_bus_new(&made), 0);
+  const BusHandle connection(made);
+  EXPECT_GT(handshake.finish(10s), 0);
+  EXPECT_GE(handshake.start(made), 0);
+  EXPECT_GT(sd_bus_get_fd(made), STDERR_FILENO);
+  dup2(input.number(), STDIN_FILENO);
 }
 
 TEST_F(Freedesktop, AnswersForEveryPropertyAndSignalsWhatIsNewOnce) {

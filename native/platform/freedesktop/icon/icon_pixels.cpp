@@ -10,17 +10,17 @@
 namespace quill::freedesktop {
 namespace {
 
-/// In pixels of 22, its soft rim included. With less, no pixel keeps the outline's pure tone, which a
-/// bar of middling blue needs, after a panel has scaled 44 or 22 to 16.
+/// In 22nds of the icon, the soft rim included. A narrower outline leaves no pixel in the pure tone, which alone shows
+/// on a bar of middling blue, once a panel has scaled the icon to 16 pixels.
 constexpr int kOutlineWidth = 3;
 /// The area, in squares of the outline's width, of the smallest opening that shows the bar: the hole
 /// of a cogwheel is closed, the glass of a magnifier stays open.
 constexpr double kMinOpening = 2.25;
 
-/// So many numbers at a time fit all processors' wide registers.
+/// Rows are padded to a multiple of 16 bytes, which fits all processors' vector registers.
 constexpr std::size_t roundedUp(std::size_t count) { return (count + 15) / 16 * 16; }
 
-// By value, unlike std::max and std::min: what takes references is not made into wide operations.
+// By value, unlike std::max and std::min, whose references keep compilers from vectorising.
 constexpr std::uint8_t larger(std::uint8_t one, std::uint8_t other) { return one > other ? one : other; }
 constexpr std::uint8_t smaller(std::uint8_t one, std::uint8_t other) { return one < other ? one : other; }
 
@@ -49,7 +49,7 @@ class TemplatePainter {
  private:
   static constexpr std::size_t kSide = side;
   static constexpr std::size_t kRadius = std::size_t{kOutlineWidth} * kSide / kSmallSide;
-  /// A row of pixels, and some more that are not looked at.
+  /// A row of pixels, padded.
   using Row = std::array<std::uint8_t, roundedUp(kSide)>;
   using Rows = std::array<Row, kSide>;
   /// A bit for each pixel of a row.
@@ -57,7 +57,7 @@ class TemplatePainter {
   using BitRows = std::array<Bits, kSide>;
   static constexpr Bits kAll = (Bits{1} << kSide) - 1;
 
-  /// How strongly a disc with a soft rim covers the pixel that lies so far from its centre, up to 255.
+  /// How much a disc with a soft rim covers of a pixel, up to 255, by the pixel's distance from the centre.
   struct Disc {
     std::array<std::array<std::uint8_t, kRadius + 1>, kRadius + 1> strength{};  // by distance down, then across
     std::array<std::size_t, kRadius + 1> whole{};                               // how far across it is 255
@@ -73,14 +73,14 @@ class TemplatePainter {
   };
 
   static constexpr Disc kDisc{};
-  /// Of one row, by the distance to the disc's centre.
+  /// A row spread to each line of the disc, by the line's distance from the centre.
   using Lines = std::array<Row, kRadius + 1>;
 
-  /// The white fill over the black outline.
+  /// Paints the white fill over the black outline.
   static void paintRow(const Row& fill, const Row& outline, std::uint8_t* argb) {
     Row alpha;
     Row grey = fill;
-    std::uint8_t mixed = 0;  // the most that fill and bar have of one pixel
+    std::uint8_t mixed = 0;  // not 0 if a pixel shows both fill and bar
     for (std::size_t x = 0; x < fill.size(); ++x) {
       const auto rest = static_cast<std::uint8_t>(255 - fill[x]);
       alpha[x] = static_cast<std::uint8_t>(fill[x] + static_cast<std::uint16_t>(outline[x] * rest + 127) / 255);
@@ -99,8 +99,8 @@ class TemplatePainter {
     for (std::size_t x = 0; x < row.size(); ++x) row[x] = larger(row[x], to[x]);
   }
 
-  /// Each pixel's strongest neighbour below the disc. A disc is a stack of lines: each row is spread to
-  /// lines of the widths that the disc has, which are then laid on the rows above and below.
+  /// Gives each pixel the strongest coverage under a disc around it. A disc is a stack of lines: each row is spread to
+  /// every line's width, and the results are laid on the rows above and below.
   void growOutline() {
     std::array<Lines, kSide> lines;  // NOLINT(cppcoreguidelines-pro-type-member-init): each is written next
     for (std::size_t y = 0; y < kSide; ++y) spreadRow(shape_[y], lines[y], std::make_index_sequence<kRadius + 1>());
@@ -114,13 +114,13 @@ class TemplatePainter {
     }
   }
 
-  /// `distances` are all from the disc's centre to its lines: known to the compiler, they cost no loop.
+  /// `distances` are those of the disc's lines from its centre, as constants so that the compiler unrolls the loop.
   template <std::size_t... distances>
   static void spreadRow(const Row& row, Lines& lines, std::index_sequence<distances...>) {
     std::array<std::uint8_t, roundedUp(kSide) + 2 * kRadius> padded{};
     std::copy_n(row.data(), kSide, padded.data() + kRadius);
-    Lines moved;   // the stronger of the two pixels so far to the left and right
-    Lines spread;  // the strongest of all up to there
+    Lines moved;   // by distance: the stronger of the two pixels to the left and right
+    Lines spread;  // by distance: the strongest up to there
     moved[0] = spread[0] = row;
     for (std::size_t d = 1; d <= kRadius; ++d) {
       for (std::size_t x = 0; x < row.size(); ++x) {
@@ -164,7 +164,7 @@ class TemplatePainter {
     }
   }
 
-  /// Those that the outline does not cover whole.
+  /// The pixels that the outline does not cover fully.
   BitRows openPixels() const {
     static constexpr Row kBits = [] {
       Row bits{};
@@ -174,7 +174,7 @@ class TemplatePainter {
     BitRows rows{};
     for (std::size_t y = 0; y < kSide; ++y) {
       const Row outline = outline_[y];
-      // Eight different bits in a byte each come together by addition.
+      // Each of eight bytes has a different bit; the multiplication adds them up.
       Row bits;
       for (std::size_t x = 0; x < bits.size(); ++x) bits[x] = kBits[x] & (outline[x] < 255 ? 0xFF : 0);
       for (std::size_t x = 0; x < kSide; x += 8) {
@@ -187,7 +187,7 @@ class TemplatePainter {
     return rows;
   }
 
-  /// All open pixels that are joined to one of the seeds, side by side.
+  /// All open pixels that are connected to a seed, side by side.
   static BitRows flood(const BitRows& seeds, const BitRows& open) {
     BitRows reached{};
     const auto reach = [&](std::size_t y, Bits seed) {
@@ -205,7 +205,7 @@ class TemplatePainter {
     return reached;
   }
 
-  /// All open pixels of a row that are joined to one of the seeds. The distance doubles with each step.
+  /// All open pixels of a row that are connected to a seed. The distance doubles with each step.
   static Bits spreadAlong(Bits open, Bits seeds) {
     Bits left = open;
     Bits right = open;

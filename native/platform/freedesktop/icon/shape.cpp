@@ -12,9 +12,10 @@
 namespace quill::freedesktop {
 namespace {
 
-/// What is kept free for an outline, in pixels of 22; where a shape needs all the room, only the rim is cut.
+/// Kept free on each side for the outline, in 22nds of the icon. One less than the outline's width: where a shape needs
+/// all the room, only the soft rim is cut.
 constexpr int kMargin = 2;
-/// An opacity below this part of the strongest does not count as touching the margin.
+/// Below this fraction of the strongest opacity, 1/16, a pixel does not count as touching the margin.
 constexpr int kFaintest = 16;
 /// A shape up to this side is kept as it is.
 constexpr int kMaxKeptSide = 128;
@@ -26,7 +27,7 @@ Fixed weighed(Fixed value, Fixed weight) {
   return static_cast<Fixed>((std::uint32_t{value} * std::uint32_t{weight}) >> 16U);
 }
 
-/// What one line of target pixels takes from a line of source pixels.
+/// The weights with which a line of target pixels is made from a line of source pixels.
 class LineFilter {
  public:
   /// `scale` is target pixels for each source pixel; the source's line lies in the middle of the target's.
@@ -79,13 +80,12 @@ class LineFilter {
   std::vector<Fixed> weights_;
 };
 
-/// Rows of as many numbers as the largest side has, and some more: compilers turn a loop over a fixed
-/// number of them into wide operations.
+/// The length of a row, at least the largest side: compilers vectorise loops over a fixed length.
 constexpr std::size_t kStride = 48;
 constexpr std::size_t kTile = 8;
 
-/// Turned about the diagonal: kStride rows of `width` numbers. Both are multiples of a tile's side.
-void turn(const Fixed* rows, std::size_t width, Fixed* columns) {
+/// Transposes kStride rows of `width` numbers; both are multiples of kTile.
+void transpose(const Fixed* rows, std::size_t width, Fixed* columns) {
   for (std::size_t y = 0; y < kStride; y += kTile) {
     for (std::size_t x = 0; x < width; x += kTile) {
       std::array<Fixed, kTile * kTile> tile;
@@ -98,14 +98,14 @@ void turn(const Fixed* rows, std::size_t width, Fixed* columns) {
   }
 }
 
-/// A square that the shape covers in part, scaled about the centre: rows of kStride, of which `side` count.
+/// The shape scaled about the centre into a square of `side` rows and columns, in rows of kStride.
 std::vector<Fixed> resample(const Shape& shape, int side, double scale) {
   const LineFilter across(shape.width, side, scale);
   const LineFilter down = shape.width == shape.height ? across : LineFilter(shape.height, side, scale);
   const auto width = static_cast<std::size_t>(shape.width);
   const auto n = static_cast<std::size_t>(side);
 
-  // Both steps sum whole rows, the second one of what was turned.
+  // Both passes sum whole rows, the second those of the transposed picture.
   const auto stride = (width + kTile - 1) / kTile * kTile;
   std::pmr::vector<Fixed> rows(stride * kStride, posix::pageMemory());
   for (std::size_t y = 0; y < n; ++y) {
@@ -119,23 +119,23 @@ std::vector<Fixed> resample(const Shape& shape, int side, double scale) {
     }
   }
   std::pmr::vector<Fixed> columns(rows.size(), posix::pageMemory());
-  turn(rows.data(), stride, columns.data());
+  transpose(rows.data(), stride, columns.data());
 
-  std::array<Fixed, kStride * kStride> turned{};
+  std::array<Fixed, kStride * kStride> transposed{};
   for (std::size_t x = 0; x < n; ++x) {
-    Fixed* const sums = turned.data() + x * kStride;
+    Fixed* const sums = transposed.data() + x * kStride;
     const Fixed* column = columns.data() + across.source(x) * kStride;
     for (const Fixed weight : across.weights(x)) {
       for (std::size_t y = 0; y < kStride; ++y) sums[y] = static_cast<Fixed>(sums[y] + weighed(column[y], weight));
       column += kStride;
     }
   }
-  std::vector<Fixed> square(turned.size());
-  turn(turned.data(), kStride, square.data());
+  std::vector<Fixed> square(transposed.size());
+  transpose(transposed.data(), kStride, square.data());
   return square;
 }
 
-/// Half as wide and high: what averages over areas give for that side.
+/// The square at half its side, as averages over areas.
 std::vector<Fixed> halved(const std::vector<Fixed>& square) {
   std::vector<Fixed> small(square.size());
   for (std::size_t y = 0; y < kSmallSide; ++y) {
@@ -150,7 +150,7 @@ std::vector<Fixed> halved(const std::vector<Fixed>& square) {
   return small;
 }
 
-/// The strongest becomes full, in proportion: faint templates and hairlines gain, soft edges stay soft.
+/// Scales the opacities so that the strongest becomes full: faint templates and hairlines gain, soft edges stay soft.
 std::vector<std::uint8_t> strengthened(const std::vector<Fixed>& square, int side) {
   const auto n = static_cast<std::size_t>(side);
   Fixed strongest = 0;

@@ -8,7 +8,7 @@
 
 namespace quill::freedesktop {
 
-/// A picture's opacities: rows from the top, a byte a pixel. All that counts of a template.
+/// A picture's opacities, which are all that counts of a template: rows from the top, a byte a pixel.
 struct Shape {
   int width = 0;
   int height = 0;
@@ -32,8 +32,8 @@ int largestSide(const Shape& shape);
 /// top; the strongest is brought up to 255. Aspect ratio kept, centred. Empty for an empty shape.
 std::vector<std::uint8_t> shapeCoverage(const Shape& shape);
 
-/// The same with `kMargin` of 22 pixels free on each side, for each side of a square up to the largest:
-/// a shape that reaches into the margin is shrunk about the centre.
+/// The same with 2 of 22 pixels kept free on each side for an outline, in each size up to the largest: a shape that
+/// reaches into that margin is shrunk about the centre.
 struct FramedCoverage {
   std::vector<std::uint8_t> small;
   std::vector<std::uint8_t> large;  ///< empty where there is no more than 22 pixels to show
