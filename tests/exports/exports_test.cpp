@@ -4,7 +4,7 @@
 #include "url.h"
 #include "utf8_text.h"
 
-namespace quill::testing {
+namespace quill {
 namespace {
 
 /// "refused", or one "id|title|on|shortcut;" for each item.
@@ -120,4 +120,4 @@ TEST(Exports, ATypicalRun) {
 }
 
 }  // namespace
-}  // namespace quill::testing
+}  // namespace quill

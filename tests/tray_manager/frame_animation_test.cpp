@@ -4,10 +4,8 @@
 
 #include "manager_fixture.h"
 
-namespace quill::testing {
+namespace quill {
 namespace {
-
-using namespace std::chrono_literals;
 
 class AnimationTest : public ManagerTest {
  protected:
@@ -171,4 +169,4 @@ TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
 }
 
 }  // namespace
-}  // namespace quill::testing
+}  // namespace quill

@@ -1,12 +1,8 @@
 #include "manager_fixture.h"
 #include "shortcut.h"
 
-namespace quill::testing {
+namespace quill {
 namespace {
-
-using ::testing::ElementsAreArray;
-using ::testing::Field;
-using ::testing::Pointee;
 
 const std::string kCreating = "INFO 创建状态项，长度: NSStatusItem.squareLength";
 
@@ -128,7 +124,7 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
   item.representedObject = std::string("a");
   manager->perform("handleMenuItemAction:", &item);
   EXPECT_THAT(takeLines(), ElementsAre("ERROR 宿主回调抛出异常: host's \uFFFD'fault",
-                                       ::testing::StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
+                                       StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
 }
 
 TEST_F(ManagerTest, AMenuMayCallBackWhenItEnds) {
@@ -290,4 +286,4 @@ TEST(Shortcut, ReadsModifiersAndKey) {
 }
 
 }  // namespace
-}  // namespace quill::testing
+}  // namespace quill
