@@ -1,10 +1,7 @@
 #include <malloc.h>
 #include <sys/resource.h>
-#include <unistd.h>
 
 #include <ctime>
-#include <fstream>
-#include <string>
 
 #include "dbusmenu.h"
 #include "host_application.h"
@@ -13,30 +10,19 @@
 namespace quill::freedesktop {
 namespace {
 
-std::ptrdiff_t openDescriptors() {
-  return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator());
-}
-
-std::string listOf(std::size_t count, const std::string& element) {
-  std::string list = element;
-  while (--count > 0) list += "," + element;
-  return list;
-}
-
 using Freedesktop = PanelTest;
-using Signals = std::vector<std::string>;
+
+std::string listOf(std::size_t count, const std::string& element) { return times(count - 1, element + ",") + element; }
 
 TEST_F(Freedesktop, RegistersOnceWithEachWatcherAndOnEachBusUntilItsLastReferenceGoes) {
   bus.start();
   auto shown = desktop.makeStatusItem(kSquareStatusItemLength);
   runFor(50ms);  // no watcher yet
   const std::string registration = "RegisterStatusNotifierItem('/StatusNotifierItem',)";
-  panel = std::make_unique<Peer>(bus);
-  panel->refusals = 4;
-  ASSERT_TRUE(panel->waitForItem());
+  startPanel({kWatcher}, 4);
   panel->takeSignals();
   EXPECT_EQ(panel->received, std::vector(5, registration));
-  const auto descriptors = openDescriptors();
+  const auto descriptors = countIn("/proc/self/fd");
   for (int i = 0; i < 10; ++i) {
     panel.reset();
     if (i >= 5) {
@@ -44,47 +30,43 @@ TEST_F(Freedesktop, RegistersOnceWithEachWatcherAndOnEachBusUntilItsLastReferenc
       runFor((i - 4) * 50ms);  // the new one is there before or after the first attempts
       bus.start();
     }
-    panel = std::make_unique<Peer>(bus);
-    ASSERT_TRUE(panel->waitForItem()) << i;
+    startPanel();
     EXPECT_THAT(panel->takeSignals(), IsEmpty());
     EXPECT_THAT(panel->received, ElementsAre(registration));
-    EXPECT_EQ(openDescriptors(), descriptors);
+    EXPECT_EQ(countIn("/proc/self/fd"), descriptors);
   }
   shown.reset();
   EXPECT_EQ(panel->menu(), "error");
-  EXPECT_LT(openDescriptors(), descriptors);  // its socket and, from libsystemd 256 on, the bus daemon's pidfd
+  EXPECT_LT(countIn("/proc/self/fd"), descriptors);  // its socket and, from libsystemd 256 on, the bus daemon's pidfd
 }
 
 TEST_F(Freedesktop, NeedsAUsableAddressAndWaitsForABusWithoutBurningTime) {
   std::vector<std::shared_ptr<StatusItem>> waiting;
-  const auto canMake = [&] { return waiting.emplace_back(desktop.makeStatusItem(22)) != nullptr; };
   const auto canMakeAt = [&](const std::string& address) {
     setenv("DBUS_SESSION_BUS_ADDRESS", address.c_str(), 1);
-    return canMake();
+    return waiting.emplace_back(desktop.makeStatusItem(22)) != nullptr;
   };
   unsetenv("XDG_RUNTIME_DIR");
-  const std::string longest(107, '/');
-  const std::string guid(31, '0');
-  for (const auto& address : {"nonsense", "disabled:", "autolaunch:", "tcp:host=nowhere.invalid", "unixexec:path=true",
-                              "unix:", ";", "unix:path", "unix:path=", "unix:path=%2", "unix:path=/a,abstract=b",
-                              "unix:dir=/tmp", "unix:runtime=yes", "unix:runtime=no"}) {
+  const auto longest = times(107, "/");
+  const auto guid = "unix:path=/no%20body,guid=" + times(31, "0");
+  for (const auto& address :
+       Lines{"nonsense", "disabled:", "autolaunch:", "tcp:host=nowhere.invalid", "unix:", ";", "unixexec:path=true",
+             "unix:path", "unix:path=", "unix:path=%2", "unix:dir=/tmp", "unix:path=/a,abstract=b", "unix:runtime=yes",
+             "unix:runtime=no", guid, "unix:path=/" + longest, "unix:abstract=" + longest}) {
     EXPECT_FALSE(canMakeAt(address)) << address;
   }
-  EXPECT_FALSE(canMakeAt("unix:path=/" + longest) || canMakeAt("unix:abstract=" + longest) ||
-               canMakeAt("unix:path=/a,guid=" + guid));
   setenv("XDG_RUNTIME_DIR", bus.directory.c_str(), 1);
-  EXPECT_TRUE(canMakeAt("unix:abstract=/nobody/listens") && canMakeAt("unix:path=" + longest) &&
-              canMakeAt("unix:path=/no%20body,guid=0" + guid));
-  EXPECT_TRUE(canMakeAt("unix:path=%;tcp:host=nowhere.invalid,port=1;" + bus.address()));
-  EXPECT_TRUE(canMakeAt("unix:runtime=yes"));
+  for (const auto& address : Lines{"unix:abstract=/nobody/listens", "unix:path=" + longest, guid + "0",
+                                   "unix:path=%;tcp:host=nowhere.invalid,port=1;" + bus.address(), "unix:runtime=yes"})
+    EXPECT_TRUE(canMakeAt(address)) << address;
   const auto before = std::clock();
   runFor(500ms);
   EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 20);
   unsetenv("DBUS_SESSION_BUS_ADDRESS");
-  EXPECT_FALSE(canMake());
+  EXPECT_EQ(desktop.makeStatusItem(22), nullptr);
   bus.start();
-  EXPECT_TRUE(canMake());
-  panel = std::make_unique<Peer>(bus);
+  waiting.push_back(desktop.makeStatusItem(22));
+  startPanel();
   EXPECT_TRUE(runUntil([&] { return panel->received.size() == 3; })) << "also of those which were there before";
 }
 
@@ -116,8 +98,8 @@ TEST_F(Freedesktop, AnswersForEveryPropertyAndSignalsWhatIsNewOnce) {
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewTitle()", "NewToolTip()"));
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)  // a sanitizer keeps what was given back
 TEST_F(Freedesktop, KeepsOfAFrameWhatAPanelReads) {
+  if (kIsSanitized) GTEST_SKIP() << "a sanitizer keeps what was given back";
   constexpr long kPanelReads = (22 * 22 + 44 * 44) * 4;
   for (const int side : {64, 128, 512, 1024}) {
     const auto before = mallinfo2();  // in use: what is freed may stay dirty for a while
@@ -127,7 +109,6 @@ TEST_F(Freedesktop, KeepsOfAFrameWhatAPanelReads) {
     EXPECT_LE(static_cast<long>(kept), 30 * (kPanelReads + 20 * 1024)) << side;
   }
 }
-#endif
 
 TEST_F(Freedesktop, TellsOfClicksAndOfManyChoicesOneATurnAndRefusesMoreThanAMenuHas) {
   showInPanel();
@@ -168,7 +149,7 @@ TEST_F(Freedesktop, SignalsTheLeastAboutTheMenuAndKeepsWhatAPanelMayHaveOpen) {
   const Item on{"b", "_B<", true, ""};
   const Item b{"b", std::string("B\0", 2), true, ""};
   // The items, what is signalled, and what the host is told when each entry is chosen that ever was.
-  const std::tuple<std::vector<Item>, Signals, Signals> steps[] = {
+  const std::tuple<std::vector<Item>, Lines, Lines> steps[] = {
       {{a, off}, {}, {"a"}},
       {{a, on}, {"ItemsPropertiesUpdated([(2, {'enabled': <true>})], [(2, ['shortcut'])])"}, {"a", "b"}},
       {{a, b}, {"ItemsPropertiesUpdated([(2, {'label': <'B\uFFFD'>})], @a(ias) [])"}, {"a", "b"}},
@@ -210,8 +191,8 @@ TEST_F(Freedesktop, RefusesWhatMakesNoSenseAndAnswersGroupsInBoundedSize) {
   EXPECT_THAT(told, IsEmpty());
 }
 
-#ifndef __SANITIZE_ADDRESS__  // the undefined behaviour sanitizer, which comes with it here, needs descriptors itself
 TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
+  if (kIsSanitized) GTEST_SKIP() << "a sanitizer needs descriptors itself";
   g_main_context_default();  // which cannot do without one
   rlimit before{};
   getrlimit(RLIMIT_NOFILE, &before);
@@ -222,7 +203,6 @@ TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
   setrlimit(RLIMIT_NOFILE, &before);
   EXPECT_TRUE(runUntil([&] { return ticks >= 3; }));
 }
-#endif
 
 TEST_F(Freedesktop, LeavesItsParentsConnectionAloneAfterAFork) {
   showInPanel();
@@ -232,7 +212,7 @@ TEST_F(Freedesktop, LeavesItsParentsConnectionAloneAfterAFork) {
     item.reset();
     _exit(isQuiet ? 0 : 1);
   };
-  EXPECT_EXIT(iterateAndEnd(), ::testing::ExitedWithCode(0), "");
+  EXPECT_EXIT(iterateAndEnd(), ExitedWithCode(0), "");
   EXPECT_TRUE(panel->menu() != "error" && panel->received.size() == 1);
 }
 
