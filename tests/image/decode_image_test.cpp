@@ -45,22 +45,13 @@ std::string decoded(std::span<const std::uint8_t> bytes) {
   return text;
 }
 
-/// What stands in each picture, by its name.
-const std::vector<std::pair<std::string, std::string>> kPictures = [] {
-  std::vector<std::pair<std::string, std::string>> all;
-  std::ifstream list(LIST);
-  for (std::string name, pixels; list >> name && std::getline(list >> std::ws, pixels);) all.emplace_back(name, pixels);
-  return all;
-}();
-
 TEST(DecodeImage, EveryFormatGivesItsPixelsUprightWithinBounds) {
-  const auto peakKiB = [usage = rusage{}]() mutable { return getrusage(RUSAGE_SELF, &usage), usage.ru_maxrss; };
+  auto peakKiB = [usage = rusage{}]() mutable { return getrusage(RUSAGE_SELF, &usage), usage.ru_maxrss; };
   for (const auto* name : {"png/rgba.png", "jpeg/rgb.jpg", "gif/plain.gif", "bmp/8.bmp", "tiff/lzw.tiff"}) {
     decoded(picture(name));  // takes what the libraries themselves need
   }
   const auto before = peakKiB();
-  ASSERT_GT(kPictures.size(), 80U);
-  for (const auto& [name, pixels] : kPictures) EXPECT_EQ(decoded(picture(name)), pixels) << name;
+  for (const auto& [name, pixels] : casesIn(CASES "pictures.txt")) EXPECT_EQ(decoded(picture(name)), pixels) << name;
   EXPECT_TRUE(decodeImage(picture("jpeg/32_scans.jpg")));
   EXPECT_LT(peakKiB() - before, 6 * 1024);
 }
@@ -68,7 +59,7 @@ TEST(DecodeImage, EveryFormatGivesItsPixelsUprightWithinBounds) {
 TEST(DecodeImage, NoPartOfAFileIsAnImageAndNothingIsPrinted) {
   internal::CaptureStdout();
   internal::CaptureStderr();
-  for (const auto& [name, pixels] : kPictures) {
+  for (const auto& [name, pixels] : casesIn(CASES "pictures.txt")) {
     if (name.find("megabytes") != std::string::npos) continue;
     auto whole = picture(name);
     for (std::size_t size = 0; size < whole.size(); ++size) {

@@ -29,9 +29,6 @@ inline constexpr std::uint8_t kOnePixelGif[] = "GIF89a\1\0\1\0\x80\0\0\xff\0\0\0
 
 /// In memory where that can be: what is tested is not the disk's speed.
 struct TemporaryDirectory {
-  TemporaryDirectory() = default;
-  TemporaryDirectory(const TemporaryDirectory&) = delete;
-  TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
   ~TemporaryDirectory() { fs::remove_all(path); }
 
   const fs::path path =
@@ -41,6 +38,18 @@ struct TemporaryDirectory {
 inline std::string contents(const fs::path& file) {
   std::ifstream stream(file, std::ios::binary);
   return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// The lines of a table beside the test, "given => expected".
+inline std::vector<std::pair<std::string, std::string>> casesIn(const std::string& table) {
+  std::vector<std::pair<std::string, std::string>> cases;
+  std::ifstream lines(table);
+  for (std::string line; std::getline(lines, line);) {
+    const auto arrow = line.find(" => ");
+    cases.emplace_back(line.substr(0, arrow), line.substr(arrow + 4));
+  }
+  EXPECT_FALSE(cases.empty()) << table;
+  return cases;
 }
 
 /// How many files there are in a directory.
