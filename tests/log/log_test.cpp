@@ -1,3 +1,4 @@
+#include "log.h"
 #include "common_log_manager.h"
 #include "log_line.h"
 #include "memory_environment.h"
@@ -60,6 +61,13 @@ TEST_F(LogManager, TriesAgainWithTheNextLineAfterAFailure) {
   EXPECT_THAT((manager->log("one"), environment.logged()), IsEmpty());
   environment.hasUserDirectory = true;
   EXPECT_THAT((manager->log("kept"), environment.logged()), ElementsAre("INFO kept"));
+}
+
+TEST(Log, NamesItsLevelAndWhereNobodyDoesItsModule) {
+  logInfo("a"), logWarning("b"), logError("c"), logDebug("d");
+  auto& environment = memory::Environment::current();
+  EXPECT_THAT(environment.logged(), ElementsAre("INFO a", "WARN b", "ERROR c", "DEBUG d"));
+  EXPECT_THAT(environment.console(), Each(StartsWith("[Native] ")));
 }
 
 }  // namespace
