@@ -106,13 +106,8 @@ TYPED_TEST(DesktopContract, ShowsAnItemTellsOfClicksAndChoicesFollowsAndForgetsI
   bar.desktop.prepare(icon);
   button.setImage(icon);
   EXPECT_TRUE(bar.hasIcon());
-  button.setHidden(true);
-  EXPECT_FALSE(bar.hasIcon());
-  button.setHidden(false);
-  EXPECT_TRUE(bar.hasIcon());
-  item->setVisible(false);
-  EXPECT_FALSE(bar.hasIcon());
-  item->setVisible(true);
+  for (const bool isHidden : {true, false}) EXPECT_NE((button.setHidden(isHidden), bar.hasIcon()), isHidden);
+  for (const bool isVisible : {false, true}) EXPECT_EQ((item->setVisible(isVisible), bar.hasIcon()), isVisible);
 
   const auto announce = [&](std::initializer_list<const char*> titles) {
     const auto menu = std::make_shared<Menu>();

@@ -48,12 +48,8 @@ TEST(Exports, RejectedArgumentsDoNotMakeAManager) {
   for (const char* url : {static_cast<const char*>(nullptr), "http://[::1"}) quillTrayManagerOpenUrl(url);
   const std::string parseFailure = "ERROR 设置菜单项数据失败：JSON 解析失败";
   const std::uint8_t noImage[] = {1, 2, 3};
-  for (const auto set : {quillTrayManagerSetMainIcon, quillTrayManagerAddAnimationFrame}) {
-    set(nullptr, 5);
-    set(kOnePixelGif, 0);
-    set(kOnePixelGif, -1);
-    set(noImage, sizeof noImage);
-  }
+  for (const auto set : {quillTrayManagerSetMainIcon, quillTrayManagerAddAnimationFrame})
+    set(nullptr, 5), set(kOnePixelGif, 0), set(kOnePixelGif, -1), set(noImage, sizeof noImage);
   EXPECT_THAT(takeLines(), ElementsAre("ERROR 设置菜单项数据失败：JSON 数据为空", parseFailure, parseFailure,
                                        "ERROR 打开 URL 失败：URL 字符串为空",
                                        "ERROR 打开 URL 失败：无效的 URL 字符串: http://[::1"));

@@ -171,23 +171,20 @@ TEST_F(Freedesktop, SignalsTheLeastAboutTheMenuAndKeepsWhatAPanelMayHaveOpen) {
 TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
   if (kIsSanitized) GTEST_SKIP() << "a sanitizer needs descriptors itself";
   g_main_context_default();  // which cannot do without one
-  rlimit before{};
-  getrlimit(RLIMIT_NOFILE, &before);
-  const rlimit none{0, before.rlim_max};
+  const rlimit none{0, 99};
+  const rlimit some{99, 99};
   setrlimit(RLIMIT_NOFILE, &none);
   int ticks = 0;
   const auto timer = desktop.mainQueue().repeat(2ms, [&] { ++ticks; });
-  setrlimit(RLIMIT_NOFILE, &before);
+  setrlimit(RLIMIT_NOFILE, &some);
   EXPECT_TRUE(runUntil([&] { return ticks >= 3; }));
 }
 
 TEST_F(Freedesktop, LeavesItsParentsConnectionAloneAfterAFork) {
   showInPanel();
   const auto iterateAndEnd = [&] {
-    runFor(200ms);
-    const bool isQuiet = g_main_context_pending(nullptr) == FALSE;
-    item.reset();
-    _exit(isQuiet ? 0 : 1);
+    const bool isBusy = (runFor(200ms), g_main_context_pending(nullptr) != FALSE);
+    item.reset(), _exit(isBusy ? 1 : 0);
   };
   EXPECT_EXIT(iterateAndEnd(), ExitedWithCode(0), "");
   EXPECT_TRUE(panel->menu() != "error" && panel->received.size() == 1);

@@ -100,9 +100,7 @@ TEST_F(HostMenuTest, ShowsAndActivatesWhatTheModelHoldsUntilReplaced) {
   g_action_map_add_action(G_ACTION_MAP(application.get()), G_ACTION(quit.get()));
   g_application_set_default(application.get());
 
-  const MenuPointer hollow(g_menu_new());
-  const MenuPointer nested(g_menu_new());
-  const MenuPointer choices(g_menu_new());
+  const MenuPointer hollow(g_menu_new()), nested(g_menu_new()), choices(g_menu_new());
   g_menu_append_section(hollow.get(), nullptr, G_MENU_MODEL(MenuPointer(g_menu_new()).get()));
   append(inner, "In_ner", "tray.do_it");
   g_menu_append_section(nested.get(), nullptr, G_MENU_MODEL(inner.get()));
