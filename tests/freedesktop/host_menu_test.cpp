@@ -1,11 +1,10 @@
-#include <array>
-
 #include "panel_fixture.h"
 
 namespace quill::freedesktop {
 namespace {
 
 using MenuPointer = ObjectPointer<GMenu>;
+constexpr auto kActionGroup = "quill-tray-manager-action-group-tray";
 
 void append(const MenuPointer& menu, const char* label, const char* action = nullptr, const char* attribute = "accel",
             const char* value = "") {
@@ -51,12 +50,8 @@ class HostMenuTest : public PanelTest {
  protected:
   HostMenuTest() {
     g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
-    const std::array<const char*, 3> entries[] = {
-        {"do_it"}, {"checked", nullptr, "true"}, {"choice", "s", "'one'"}, {"structure", "(sad)"}};
-    for (const auto& [name, parameter, state] : entries) {
-      const GActionEntry entry{name, note, parameter, state, nullptr, {}};
-      g_action_map_add_action_entries(G_ACTION_MAP(actions.get()), &entry, 1, nullptr);
-    }
+    addAction(actions, "do_it"), addAction(actions, "checked", nullptr, "true");
+    addAction(actions, "choice", "s", "'one'"), addAction(actions, "structure", "(sad)");
     nameActions(model, actions);
   }
   ~HostMenuTest() override { hostIsCalled = nullptr; }
@@ -67,15 +62,18 @@ class HostMenuTest : public PanelTest {
   static void note(GSimpleAction* action, GVariant* target, gpointer) {
     told.push_back(g_action_get_name(G_ACTION(action)) + (target != nullptr ? " " + text(target) : ""));
   }
+  static void addAction(const ObjectPointer<GSimpleActionGroup>& group, const char* name,
+                        const char* parameter = nullptr, const char* state = nullptr) {
+    const GActionEntry entry{name, note, parameter, state, nullptr, {}};
+    g_action_map_add_action_entries(G_ACTION_MAP(group.get()), &entry, 1, nullptr);
+  }
   static void nameActions(const MenuPointer& menu, const ObjectPointer<GSimpleActionGroup>& group) {
-    g_object_set_data_full(G_OBJECT(menu.get()), "quill-tray-manager-action-group-tray", g_object_ref(group.get()),
-                           g_object_unref);
+    g_object_set_data_full(G_OBJECT(menu.get()), kActionGroup, g_object_ref(group.get()), g_object_unref);
   }
   /// A model of two items and the actions that they name, all of which call the host.
   static MenuPointer callingModel() {
     const auto group = calling(ObjectPointer<GSimpleActionGroup>(g_simple_action_group_new()));
-    const GActionEntry entry{"do_it", note, nullptr, nullptr, nullptr, {}};
-    g_action_map_add_action_entries(G_ACTION_MAP(group.get()), &entry, 1, nullptr);
+    addAction(group, "do_it");
     auto made = calling(MenuPointer(g_menu_new()));
     const auto sub = calling(MenuPointer(g_menu_new()));
     append(sub, "Inner", "tray.do_it");
@@ -84,9 +82,10 @@ class HostMenuTest : public PanelTest {
     nameActions(made, group);
     return made;
   }
+  void show(const MenuPointer& menu) { manager->setMenu(desktop.adoptMenu(menu.get())); }
   void showModel() {
     showInPanel();
-    manager->setMenu(desktop.adoptMenu(model.get()));
+    show(model);
     EXPECT_THAT(panel->takeSignals(), ElementsAre("LayoutUpdated(uint32 3, 0)"));
   }
 
@@ -101,9 +100,7 @@ TEST_F(HostMenuTest, ShowsAndActivatesWhatTheModelHoldsUntilReplaced) {
   g_action_map_add_action(G_ACTION_MAP(application.get()), G_ACTION(quit.get()));
   g_application_set_default(application.get());
 
-  const MenuPointer hollow(g_menu_new());
-  const MenuPointer nested(g_menu_new());
-  const MenuPointer choices(g_menu_new());
+  const MenuPointer hollow(g_menu_new()), nested(g_menu_new()), choices(g_menu_new());
   g_menu_append_section(hollow.get(), nullptr, G_MENU_MODEL(MenuPointer(g_menu_new()).get()));
   append(inner, "In_ner", "tray.do_it");
   g_menu_append_section(nested.get(), nullptr, G_MENU_MODEL(inner.get()));
@@ -188,7 +185,7 @@ TEST_F(HostMenuTest, SignalsWhatChangesInTheSameTurn) {
   g_menu_remove_all(model.get());
 
   manager->setMenuItems({});  // they would win
-  manager->setMenu(desktop.adoptMenu(model.get()));
+  show(model);
   static auto* const creator = manager.get();
   manager->setClickCallback([] { creator->createTray(); });  // which follows the same menu
   panel->call(kItem, "Activate", "(0, 0)");
@@ -200,38 +197,35 @@ TEST_F(HostMenuTest, SignalsWhatChangesInTheSameTurn) {
 
 TEST_F(HostMenuTest, MayBeCalledBackByWhateverItAsks) {
   const auto icon = image(1);
-  const std::vector<std::function<void()>> calls = {
+  std::vector<std::function<void()>> calls = {
       [&] { manager->createTray(); },
-      [&] { manager->setMenu(desktop.adoptMenu(model.get())); },
+      [&] { show(model); },
       [&] { manager->setMenuItems({}); },
       [&] { manager->setMainIcon(icon); },
       [&] { manager->addAnimationFrame(icon), manager->startAnimation(); },
       [&] { manager->resetAnimation(); },
       [&] { g_main_context_iteration(nullptr, FALSE); },
-      [&] {
-        g_object_run_dispose(
-            static_cast<GObject*>(g_object_get_data(G_OBJECT(model.get()), "quill-tray-manager-action-group-tray")));
-      }};
-  const auto callAll = [&] {
-    for (const auto& call : calls) call();
-  };
+      [&] { g_object_run_dispose(static_cast<GObject*>(g_object_get_data(G_OBJECT(model.get()), kActionGroup))); }};
+  calls.emplace_back([all = calls] {
+    for (const auto& call : all) call();
+  });
   append(inner, "Other");
   for (const bool hasBus : {true, false}) {
     hasBus ? showInPanel() : static_cast<void>(unsetenv("DBUS_SESSION_BUS_ADDRESS"));
     manager->setMenuItems({});
-    for (std::size_t i = 0; i <= calls.size(); ++i) {
+    for (std::size_t i = 0; i < calls.size(); ++i) {
       model = callingModel();
-      manager->setMenu(desktop.adoptMenu(model.get()));
+      show(model);
       const auto entry = manager->menu->items().front();
-      hostIsCalled = i < calls.size() ? calls[i] : callAll;
+      hostIsCalled = calls[i];
       entry->choose();
-      manager->setMenu(desktop.adoptMenu(model.get()));
+      show(model);
       for (int turn = 0; turn < 3; ++turn) g_main_context_iteration(nullptr, FALSE);
       hostIsCalled = nullptr;
-      manager->setMenu(desktop.adoptMenu(model.get()));
-      hostIsCalled = [&] { manager->setMenu(desktop.adoptMenu(inner.get())); };
+      show(model);
+      hostIsCalled = [&] { show(inner); };
       model = MenuPointer(g_menu_new());
-      manager->setMenu(desktop.adoptMenu(model.get()));  // so that the other model ends, which shows another menu
+      show(model);  // so that the other model ends, which shows another menu
       hostIsCalled = nullptr;
       EXPECT_EQ(manager->menu->items().size(), 1U) << i;
       runFor(1ms);
@@ -248,7 +242,7 @@ TEST_F(HostMenuTest, IsReadWholeFromInsideARead) {
     if (++depth < 3) inside.push_back(manager->menu->items().size());
     --depth;
   };
-  manager->setMenu(desktop.adoptMenu(model.get()));
+  show(model);
   EXPECT_THAT(inside, AllOf(Not(IsEmpty()), Each(2U)));
   EXPECT_EQ(manager->menu->items().size(), 2U);
   bool isFirst = true;

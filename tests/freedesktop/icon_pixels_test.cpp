@@ -1,24 +1,14 @@
 #include "icon_pixels.h"
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
 #include <array>
 #include <cmath>
-#include <functional>
 #include <map>
-#include <string>
-#include <vector>
 
 #include "symbolic_svg.h"
+#include "testing.h"
 
 namespace quill::freedesktop {
 namespace {
-
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::MatchesRegex;
-using ::testing::Not;
 
 /// Whether a point of the square from 0 to 1 belongs to a shape.
 using Drawing = std::function<bool(double x, double y)>;

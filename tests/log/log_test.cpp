@@ -1,21 +1,18 @@
-#include <gmock/gmock.h>
-
+#include "log.h"
 #include "common_log_manager.h"
 #include "log_line.h"
 #include "memory_environment.h"
+#include "testing.h"
 
+namespace quill {
 namespace {
-
-using namespace std::chrono_literals;
-using quill::CommonLogManager;
-using testing::ElementsAre;
 
 constexpr auto kTime = std::chrono::local_days(2025y / 3 / 3) + 9h + 5min + 7s + 42ms;
 constexpr auto kLeapDay = std::chrono::local_days(2024y / 2 / 29), kEpoch = std::chrono::local_days(1970y / 1 / 1);
-const std::filesystem::path kFile = "/home/user/Library/Application Support/com.orvi.tamble/.logs/native.log";
+const fs::path kFile = "/home/user/Library/Application Support/com.orvi.tamble/.logs/native.log";
 
 TEST(LogLine, WritesEachFieldAsItIs) {
-  const std::pair<quill::LogLine, std::string> cases[] = {
+  const std::pair<LogLine, std::string> cases[] = {
       {{kTime, "", "", ""}, "[2025-03-03 09:05:07.042][][] \n"},
       {{kTime, "A]", "[B", " c\r\nd\n"}, "[2025-03-03 09:05:07.042][A]][[B]  c\r\nd\n\n"},
       {{kLeapDay, "DEBUG", "托盘", "已创建 ❌"}, "[2024-02-29 00:00:00.000][DEBUG][托盘] 已创建 ❌\n"},
@@ -27,11 +24,11 @@ TEST(LogLine, WritesEachFieldAsItIs) {
   }
 }
 
-class LogManager : public testing::Test {
+class LogManager : public Test {
  protected:
   LogManager() { environment.setNow(kTime); }
 
-  quill::memory::Environment environment;
+  memory::Environment environment;
   std::shared_ptr<CommonLogManager> manager = CommonLogManager::make(environment);
 };
 
@@ -41,7 +38,7 @@ TEST_F(LogManager, WritesTheConsoleAtOnceAndTheFileFromItsQueue) {
   environment.setNow(kTime + 1h);  // the time of a line is that of its call
   manager->log("第二\n", "ERROR", "M");
   EXPECT_THAT(environment.console(), ElementsAre("[Native] first", "[M] 第二\n"));
-  EXPECT_THAT(environment.directories, testing::IsEmpty());
+  EXPECT_THAT(environment.directories, IsEmpty());
 
   manager.reset();  // what waits holds it
   environment.runAll();
@@ -61,9 +58,17 @@ TEST_F(LogManager, FlushesEachLineButWhileItIsWaitedForOnceForAll) {
 
 TEST_F(LogManager, TriesAgainWithTheNextLineAfterAFailure) {
   environment.hasUserDirectory = false;
-  EXPECT_THAT((manager->log("one"), environment.logged()), testing::IsEmpty());
+  EXPECT_THAT((manager->log("one"), environment.logged()), IsEmpty());
   environment.hasUserDirectory = true;
   EXPECT_THAT((manager->log("kept"), environment.logged()), ElementsAre("INFO kept"));
 }
 
+TEST(Log, NamesItsLevelAndWhereNobodyDoesItsModule) {
+  logInfo("a"), logWarning("b"), logError("c"), logDebug("d");
+  auto& environment = memory::Environment::current();
+  EXPECT_THAT(environment.logged(), ElementsAre("INFO a", "WARN b", "ERROR c", "DEBUG d"));
+  EXPECT_THAT(environment.console(), Each(StartsWith("[Native] ")));
+}
+
 }  // namespace
+}  // namespace quill

@@ -4,10 +4,8 @@
 
 #include "manager_fixture.h"
 
-namespace quill::testing {
+namespace quill {
 namespace {
-
-using namespace std::chrono_literals;
 
 class AnimationTest : public ManagerTest {
  protected:
@@ -53,9 +51,8 @@ TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
                                          "INFO 开始动画，总帧数: " + std::to_string(count) + "，直接更新按钮图像"));
     queue.advance(35ms * count - 1ns);
     Lines expected{"0:30"};
-    for (int tick = 2; tick < count; ++tick) {
+    for (int tick = 2; tick < count; ++tick)
       expected.push_back(std::to_string(35 * tick) + ":" + std::to_string(29 + tick));
-    }
     EXPECT_EQ(takeShown(), expected);
     queue.advance(1ns);
     // The last frame gives way to the main icon within its own tick.
@@ -133,7 +130,7 @@ TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
   EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32"));
 }
 
-TEST_F(AnimationTest, TheTimerSendsItsActionByNameOtherThreadsPostIt) {
+TEST_F(AnimationTest, OtherThreadsWaitForTheMainThreadTheTimerSendsItsActionByName) {
   struct Named : Manager {
     using Manager::Manager;
     bool perform(Selector selector, const MenuItem* sender) override {
@@ -143,6 +140,18 @@ TEST_F(AnimationTest, TheTimerSendsItsActionByNameOtherThreadsPostIt) {
   };
   manager = Manager::make<Named>(desktop);
   createWithIcon();
+  addFramesUpTo(2);
+  const auto steps = std::to_array<std::pair<std::function<void()>, std::function<bool()>>>(
+      {{[&] { manager->addAnimationFrame(image(30)); }, [&] { return manager->animationFrames.size() == 3; }},
+       {[&] { manager->startAnimation(); }, [&] { return manager->isAnimating; }},
+       {[&] { manager->stopAnimation(); }, [&] { return !manager->isAnimating; }},
+       {[&] { manager->resetAnimation(); }, [&] { return manager->animationFrames.empty(); }}});
+  for (const auto& [call, isDone] : steps) {
+    auto called = std::async(std::launch::async, call);
+    EXPECT_TRUE(queue.waitAndRunOne() && isDone());
+    called.get();
+    queue.runAll();
+  }
   addFramesUpTo(3);
   start();
   queue.advance(35ms);
@@ -155,20 +164,5 @@ TEST_F(AnimationTest, TheTimerSendsItsActionByNameOtherThreadsPostIt) {
   EXPECT_TRUE(idle());
 }
 
-TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
-  createWithIcon();
-  const auto steps = std::to_array<std::pair<std::function<void()>, std::function<bool()>>>(
-      {{[&] { manager->addAnimationFrame(image(30)); }, [&] { return manager->animationFrames.size() == 1; }},
-       {[&] { manager->startAnimation(); }, [&] { return manager->isAnimating; }},
-       {[&] { manager->stopAnimation(); }, [&] { return !manager->isAnimating; }},
-       {[&] { manager->resetAnimation(); }, [&] { return manager->animationFrames.empty(); }}});
-  for (const auto& [call, isDone] : steps) {
-    auto called = std::async(std::launch::async, call);
-    EXPECT_TRUE(queue.waitAndRunOne() && isDone());
-    called.get();
-    queue.runAll();
-  }
-}
-
 }  // namespace
-}  // namespace quill::testing
+}  // namespace quill

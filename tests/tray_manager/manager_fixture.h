@@ -1,21 +1,12 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "log.h"
 #include "memory_desktop.h"
 #include "memory_environment.h"
+#include "testing.h"
 #include "tray_manager.h"
 
-namespace quill::testing {
-
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using Lines = std::vector<std::string>;
+namespace quill {
 
 /// What was logged since the last call, as "LEVEL message" without the tag, which each line must have behind its
 /// module; addresses are cut out of descriptions: "<StatusItem>".
@@ -24,13 +15,12 @@ inline Lines takeLines() {
   auto& environment = memory::Environment::current();
   auto lines = environment.logged();
   for (auto& line : lines) {
-    for (auto at = line.find(tag); at != std::string::npos; at = line.find(tag, at)) line.erase(at, tag.size());
-    for (auto at = line.find(": 0x"); at != std::string::npos; at = line.find(": 0x", at))
+    for (auto at = line.find(tag); at != std::string::npos; at = line.find(tag)) line.erase(at, tag.size());
+    for (auto at = line.find(": 0x"); at != std::string::npos; at = line.find(": 0x"))
       line.erase(at, line.find_first_not_of("0123456789abcdef", at + 4) - at);
   }
-  EXPECT_THAT(environment.console(), ::testing::Each(::testing::StartsWith(tag + tag)));
-  environment.clear();
-  return lines;
+  EXPECT_THAT(environment.console(), Each(StartsWith(tag + tag)));
+  return environment.clear(), lines;
 }
 
 /// A manager on a desktop of its own, with its state laid open.
@@ -62,7 +52,7 @@ inline Lines told;
 inline void tellClick() { told.emplace_back("click"); }
 inline void tellChoice(const char* identifier) { told.emplace_back(identifier); }
 
-class ManagerTest : public ::testing::Test {
+class ManagerTest : public Test {
  protected:
   ManagerTest() { told.clear(); }
   ~ManagerTest() override { takeLines(); }
@@ -71,4 +61,4 @@ class ManagerTest : public ::testing::Test {
   std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);
 };
 
-}  // namespace quill::testing
+}  // namespace quill

@@ -2,21 +2,17 @@
 
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <stdexcept>
-#include <string>
 
-namespace quill::freedesktop {
+#include "testing.h"
+
+namespace quill {
 
 /// A session bus that nobody else is on, at an address that stays the same when it is restarted.
 class PrivateBus {
  public:
-  ~PrivateBus() {
-    kill();
-    std::filesystem::remove_all(directory);
-  }
+  ~PrivateBus() { kill(); }
 
   /// Returns once it takes connections.
   void start() {
@@ -32,12 +28,13 @@ class PrivateBus {
   }
   std::string address() const { return "unix:path=" + (directory / "bus").string(); }
 
-  const std::filesystem::path directory =
-      mkdtemp((std::filesystem::temp_directory_path() / "quill-bus-XXXXXX").string().data());
-
  private:
+  TemporaryDirectory temporary_;
   pid_t process_ = 0;
   std::unique_ptr<FILE, int (*)(FILE*)> output_{nullptr, pclose};
+
+ public:
+  const fs::path& directory = temporary_.path;
 };
 
-}  // namespace quill::freedesktop
+}  // namespace quill

@@ -1,29 +1,20 @@
 #pragma once
 
-#include <gmock/gmock.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
-#include <filesystem>
-#include <fstream>
-#include <functional>
-#include <string>
-#include <vector>
 
-namespace quill::testing {
+#include "testing.h"
 
-namespace fs = std::filesystem;
-using ::testing::ElementsAre;
+namespace quill {
 
 /// As scripts/soak wants it.
 inline const bool isLong = std::getenv("QUILL_SOAK") != nullptr;
 
 /// Hosts that are forked children with a home of their own.
-class ForkedHost : public ::testing::Test {
+class ForkedHost : public Test {
  protected:
   ForkedHost() { setenv("HOME", home.c_str(), 1); }
-  ~ForkedHost() override { fs::remove_all(home); }
 
   void run(const std::function<void()>& body, int expected = 0) {
     fflush(nullptr);
@@ -34,25 +25,27 @@ class ForkedHost : public ::testing::Test {
       body();
       exit(HasFailure() ? 1 : 0);
     }
+    EXPECT_EQ(statusOf(child), expected) << PrintToString(lines(console));
+  }
+  /// Of a child, once it has ended.
+  static int statusOf(pid_t child) {
     int status = -1;
     waitpid(child, &status, 0);
-    EXPECT_EQ(status, expected) << ::testing::PrintToString(lines(console));
+    return status;
   }
-
   // Every line must have its end.
-  static std::vector<std::string> lines(const fs::path& of) {
-    std::vector<std::string> all;
+  static Lines lines(const fs::path& of) {
+    Lines all;
     std::ifstream text(of);
     for (std::string line; std::getline(text, line); all.push_back(line)) EXPECT_FALSE(text.eof()) << "torn: " << line;
     return all;
   }
 
-  // A disk in memory where there is one: what is tested is not the disk's speed.
-  const fs::path home =
-      mkdtemp(std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm/quill-XXXXXX" : "/tmp/quill-XXXXXX").data());
+  const TemporaryDirectory temporary;
+  const fs::path& home = temporary.path;
   const fs::path console = home / "console";
   const fs::path directory = home / "Library/Application Support/com.orvi.tamble/.logs";
   const fs::path file = directory / "native.log";
 };
 
-}  // namespace quill::testing
+}  // namespace quill
