@@ -4,7 +4,7 @@
 
 namespace quill {
 
-static constexpr std::chrono::milliseconds kTickInterval{35};
+constexpr std::chrono::milliseconds kTickInterval{35};
 
 void TrayManager::onMainThread(const std::function<void(TrayManager&)>& body) {
   auto& queue = desktop_.mainQueue();
@@ -60,7 +60,7 @@ void TrayManager::stopAnimation() {
 }
 
 void TrayManager::stopAnimationSync() {
-  const auto self = shared_from_this();  // the timer may hold the last other reference
+  const auto self = shared_from_this();  // the timer may hold the only other reference
   isAnimating = false;
   if (animationTimer) animationTimer->invalidate();
   animationTimer = nullptr;

@@ -14,7 +14,7 @@ namespace quill {
 
 namespace {
 
-/// The name of a type as its source has it.
+/// The name of a type as in source code.
 std::string readableName(const std::type_info& type) {
   const std::unique_ptr<char, decltype(&std::free)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, nullptr),
                                                          &std::free);
@@ -31,7 +31,7 @@ void logHostException() {
     const char* const text = thrown.what();
     fault = text != nullptr ? utf8Text(text) : readableName(typeid(thrown));
   } catch (...) {
-    const auto* const type = abi::__cxa_current_exception_type();  // null: of another language
+    const auto* const type = abi::__cxa_current_exception_type();  // null for another language's exception
     fault = type != nullptr ? utf8Text(readableName(*type).c_str()) : "unknown";
   }
   logError("[TrayManager] 宿主回调抛出异常: " + fault, kLogModule);

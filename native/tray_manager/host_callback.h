@@ -4,17 +4,16 @@
 
 namespace quill {
 
-/// Logs the exception that is being handled. In a catch block only.
+/// Logs the exception that is being handled. To be called in a catch block.
 void logHostException();
 
-/// Calls the host. What it throws ends here, as an error line: the event loop above is C, which an exception would
-/// leave in disorder. Main thread.
+/// Calls the host and logs what it throws, as the C event loop that called us cannot handle exceptions. Main thread.
 template <typename... Arguments>
 void callHost(void (*callback)(Arguments...), Arguments... arguments) {
   try {
     callback(arguments...);
   } catch (const abi::__forced_unwind&) {
-    throw;  // the end of the thread, which has to go on
+    throw;  // the thread is being ended, which must not be stopped
   } catch (...) {
     logHostException();
   }

@@ -7,7 +7,7 @@
 namespace quill {
 
 // The views' frame until setupAnimatedView gives them the icon's size.
-static constexpr Rect kInitialViewFrame{{0.0, 0.0}, {44.0, 44.0}};
+constexpr Rect kInitialViewFrame{{0.0, 0.0}, {44.0, 44.0}};
 
 const std::shared_ptr<TrayManager>& TrayManager::shared() {
   static constinit NoDestructor<std::shared_ptr<TrayManager>> instance;
