@@ -29,6 +29,7 @@ class NoDestructor {
     if (auto* const object = object_.load(std::memory_order_acquire)) return *object;
     const std::lock_guard lock(FirstUse::mutex);
     if (object_.load(std::memory_order_relaxed) == nullptr) {
+      // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): never destroyed
       object_.store(::new (static_cast<void*>(storage_)) Object(make()), std::memory_order_release);
     }
     return *object_.load(std::memory_order_relaxed);

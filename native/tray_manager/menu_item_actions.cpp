@@ -18,7 +18,7 @@ void TrayManager::handleMenuItemAction(const MenuItem* sender) {
   }
   // A copy, as the callback may replace the menu and so destroy the item.
   const std::string identifier = *represented;
-  callHost(menuItemCallback, identifier.c_str());
+  callHost([&] { menuItemCallback(identifier.c_str()); });
 }
 
 }  // namespace quill

@@ -48,6 +48,8 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
   bool perform(Selector selector, const MenuItem* sender) override;
 
+  // The order of the virtual operations is fixed, so public and private ones alternate.
+
  private:
   virtual void setupAnimatedView();
 
