@@ -1,4 +1,4 @@
-// The C entries: each hands its arguments on as they are. No exception leaves them.
+// The exported functions. Each passes its arguments to its body; no exception leaves it.
 
 #include <new>
 
@@ -9,19 +9,15 @@
 
 namespace {
 
-void reportNoMemory() noexcept {
-  try {
-    quill::logError("[TrayManager] 内存不足", quill::kLogModule);
-  } catch (const std::bad_alloc&) {  // then there is none for a line either
-  }
-}
-
 template <typename... Parameters>
 void run(void (*body)(Parameters...), Parameters... arguments) noexcept {
   try {
     body(arguments...);
   } catch (const std::bad_alloc&) {
-    reportNoMemory();
+    try {
+      quill::logError("[TrayManager] 内存不足", quill::kLogModule);
+    } catch (const std::bad_alloc&) {  // no memory for the line either
+    }
   }
 }
 

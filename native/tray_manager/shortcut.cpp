@@ -29,8 +29,8 @@ constexpr std::array kModifiers{
 
 using CaseMapping = std::uint8_t* (*)(const std::uint8_t*, size_t, const char*, uninorm_t, std::uint8_t*, size_t*);
 
-// Full case mapping by the rules of no particular language: a host in a Turkish locale must not
-// change what "shift" means. The text as it was where the library runs out of memory.
+// Full case mapping, independent of the locale: in a Turkish one, "shift" in upper case is not "SHIFT".
+// Returns `text` if there is no memory.
 std::string mapCase(CaseMapping mapping, std::string_view text) {
   size_t length = 0;
   const std::unique_ptr<std::uint8_t, decltype(&std::free)> mapped(

@@ -9,7 +9,7 @@ namespace quill {
 
 namespace {
 
-/// The bytes that one U+FFFD stands for: as many as could have begun a character, at least one.
+/// The length of the ill-formed sequence at `bytes`: as many bytes as could begin a character, at least one.
 size_t illFormedLength(const std::uint8_t* bytes, size_t size) {
   constexpr int kCutShort = -2;
   ucs4_t character = 0;

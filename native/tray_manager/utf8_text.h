@@ -4,8 +4,7 @@
 
 namespace quill {
 
-/// A host's NUL-terminated text as well-formed UTF-8: each ill-formed sequence becomes U+FFFD.
-/// `text` is not null.
+/// A NUL-terminated text as well-formed UTF-8: each ill-formed sequence becomes U+FFFD. `text` is not null.
 std::string utf8Text(const char* text);
 
 }  // namespace quill

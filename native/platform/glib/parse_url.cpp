@@ -10,19 +10,17 @@ bool isEscape(std::string_view text) {
   return text.size() >= 3 && text[0] == '%' && g_ascii_isxdigit(text[1]) && g_ascii_isxdigit(text[2]);
 }
 
-/// Letters, digits and all punctuation that RFC 3986 gives a place to.
-bool mayStand(char character) {
+bool isUrlCharacter(char character) {
   constexpr std::string_view kPunctuation = "-._~:/?#[]@!$&'()*+,;=";
   return g_ascii_isalnum(character) || kPunctuation.find(character) != std::string_view::npos;
 }
 
-std::string escapeForeign(std::string_view text) {
+std::string percentEncode(std::string_view text) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::string escaped;
-  escaped.reserve(text.size());
   for (; !text.empty(); text.remove_prefix(1)) {
     const char character = text.front();
-    if (mayStand(character) || isEscape(text)) {
+    if (isUrlCharacter(character) || isEscape(text)) {
       escaped += character;
     } else {
       const auto byte = static_cast<unsigned char>(character);
@@ -36,11 +34,12 @@ std::string escapeForeign(std::string_view text) {
 
 std::optional<Url> parseUrl(std::string_view text) {
   if (text.empty()) return std::nullopt;
-  auto escaped = escapeForeign(text);
-  const bool wellFormed = g_uri_split(escaped.c_str(), G_URI_FLAGS_ENCODED, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                      nullptr, nullptr, nullptr) != FALSE;
-  if (!wellFormed) return std::nullopt;
-  return Url{std::move(escaped)};
+  Url url{percentEncode(text)};
+  if (!g_uri_split(url.text.c_str(), G_URI_FLAGS_ENCODED, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                   nullptr)) {
+    return std::nullopt;
+  }
+  return url;
 }
 
 }  // namespace quill

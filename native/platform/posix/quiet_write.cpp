@@ -11,17 +11,17 @@ namespace quill::posix {
 
 namespace {
 
-/// Calls with both signals blocked, then takes back those that the call raised on this thread.
+/// Calls with both signals blocked, then removes those that the call raised on this thread.
 template <typename Call>
 auto withoutSignals(Call call) {
   auto raised = signalSet({SIGPIPE, SIGXFSZ});
   const SignalMask blocked(SIG_BLOCK, raised);
   const auto wasBlocked = [&](int signal) { return sigismember(&blocked.before(), signal) == 1; };
-  if (wasBlocked(SIGPIPE) || wasBlocked(SIGXFSZ)) {  // else none of them can have waited
-    sigset_t waiting;
-    sigpending(&waiting);
+  if (wasBlocked(SIGPIPE) || wasBlocked(SIGXFSZ)) {  // else neither can be pending
+    sigset_t pending;
+    sigpending(&pending);
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
-      if (sigismember(&waiting, signal) == 1) sigdelset(&raised, signal);
+      if (sigismember(&pending, signal) == 1) sigdelset(&raised, signal);
     }
   }
   const auto result = call();

@@ -20,18 +20,14 @@ constexpr int kNiceness = 5;  // on top of the host's
 constexpr std::size_t kThreadNameLength = 15;
 constexpr std::chrono::milliseconds kLockRetry{1};
 
-void nameThread(const std::string& label) {
-  pthread_setname_np(pthread_self(), label.substr(0, kThreadNameLength).c_str());
-}
-
 void becomeUtilityThread() {
   const sched_param ordinary{};
-  pthread_setschedparam(pthread_self(), SCHED_OTHER, &ordinary);  // not a host's real-time thread's
+  pthread_setschedparam(pthread_self(), SCHED_OTHER, &ordinary);  // even if it was made by a real-time thread
   const auto thread = static_cast<id_t>(gettid());
   setpriority(PRIO_PROCESS, thread, std::min(getpriority(PRIO_PROCESS, thread) + kNiceness, 19));
 }
 
-/// All but those that report a thread's own fault.
+/// All signals but those that report a fault of the thread itself.
 sigset_t hostSignals() {
   sigset_t set;
   sigfillset(&set);
@@ -52,7 +48,7 @@ void Worker::add(Job job) {
 }
 
 void Worker::drain(Clock::time_point deadline) {
-  // Whoever holds the lock may be a thread that never runs again.
+  // Not lock(): when the process exits, the lock may be held by a thread that never runs again.
   std::unique_lock lock(mutex_, std::defer_lock);
   while (!lock.try_lock()) {
     if (Clock::now() >= deadline) return;
@@ -78,17 +74,17 @@ void Worker::close() {
 
 bool Worker::ensureThread() {
   if (hasThread_) return true;
-  const SignalMask mask(SIG_SETMASK, hostSignals());  // the thread takes none of the host's signals
+  const SignalMask mask(SIG_SETMASK, hostSignals());  // inherited by the thread
   try {
     std::thread([self = shared_from_this()] { self->run(); }).detach();
     hasThread_ = true;
-  } catch (const std::system_error&) {  // no room for a thread now; the next job tries again
+  } catch (const std::system_error&) {  // the next job tries again
   }
   return hasThread_;
 }
 
 void Worker::run() {
-  nameThread(label_);
+  pthread_setname_np(pthread_self(), label_.substr(0, kThreadNameLength).c_str());
   if (priority_ == Priority::utility) becomeUtilityThread();
   std::unique_lock lock(mutex_);
   while (!waiting_.empty() || !isClosed_) {
@@ -96,7 +92,7 @@ void Worker::run() {
   }
 }
 
-// Takes the lock for all of them once: a thread at low priority that holds it makes others wait.
+// Takes the lock once for all jobs: others would wait for this thread, which runs at low priority.
 void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
   auto jobs = std::exchange(waiting_, {});
   lock.unlock();
@@ -104,7 +100,7 @@ void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
     std::exchange(job, nullptr)();
     ++done_;
     if (waitingThreads_ == 0) continue;
-    lock.lock();  // else it could come between a thread's last look and its wait
+    lock.lock();  // or the notice could come between drain's check and its wait
     jobDone_.notify_all();
     lock.unlock();
   }
