@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kMaxDepth = 512;  // of nested arrays and objects
 
-// long double, as a number beyond double's range would be an error, even where it is ignored.
+// With double, a number beyond its range would be refused even in a field that is ignored.
 using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double>;
 
 /// Collects the records while the text is parsed. Each function returns false to refuse the text.

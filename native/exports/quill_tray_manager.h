@@ -12,8 +12,7 @@
  *   and the same with a timestamp at the end of
  *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Log lines and the default menu are
  *   in Chinese. The host's umask decides who may read the log: with the usual 022, everybody.
- * - No function needs another one to be called first, and none undoes another: the icon stays until
- *   the process ends.
+ * - The functions may be called in any order. None removes the icon: it stays until the process ends.
  * - The main thread is the one that runs GLib's default main context or, while none does, the process's
  *   first thread. No function waits for the desktop or for the disk.
  * - The host has to run that main context, as hosts with GTK, Qt, Electron or Flutter do. Any other loop
@@ -23,7 +22,7 @@
  * - Callbacks run on the main thread, from its main context, and may call every function declared here; so
  *   may a GMenuModel and its action groups whenever the library calls or finalizes them. A C++ exception
  *   that a callback throws is caught, and the log gets an error line.
- * - If memory cannot be had for a call, the log gets an error line and the state stays as it was. If GLib or
+ * - If a call runs out of memory, the log gets an error line and the state stays as it was. If GLib or
  *   another library runs out of memory, it ends the process.
  */
 #ifndef QUILL_TRAY_MANAGER_H
@@ -57,10 +56,9 @@ typedef void (*quill_tray_manager_menu_item_callback)(const char* identifier);
 /**
  * Puts an item into the bar, in place of an earlier one. Main thread.
  *
- * The item shows an icon from the next quill_tray_manager_set_main_icon on. Its menu is built from the items
- * given as JSON if there are any, even if a menu was handed over after them; else it is the menu that was
- * handed over, or that of an earlier create; else a basic one, with a disabled entry for settings and an
- * entry that quits.
+ * The item shows an icon from the next quill_tray_manager_set_main_icon on. Its menu is the first of these
+ * that exists: the items given as JSON, even if a menu was handed over after them; the menu that was handed
+ * over, or that of an earlier create; a basic one, with a disabled entry for settings and an entry that quits.
  *
  * Quit activates the default GApplication's action "quit" or calls g_application_quit. Without a
  * GApplication it raises SIGTERM once the log is on the disk, so such a host needs a handler for SIGTERM,
@@ -82,7 +80,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
  * Give at least 44 by 44 pixels, so that it is sharp on screens of twice the density.
  *
  * An SVG may have at most 1 MiB. Its text, filters, patterns and embedded images are left out, and it reads
- * no file and no network. One that was made to take long does so: use pictures that you trust.
+ * no file and no network. Drawing it has no time limit: use only SVGs that you trust.
  *
  * An icon given before quill_tray_manager_create is stored but not put on the new item.
  */
@@ -91,8 +89,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* icon
 /**
  * Adds a frame to the icon's animation. Any thread.
  *
- * @param frameData,frameLength as for quill_tray_manager_set_main_icon, bad input too. A running animation
- * plays the new frame as well.
+ * @param frameData,frameLength as for quill_tray_manager_set_main_icon; bad input is treated the same way. A running
+ * animation plays the new frame as well.
  *
  * Off the main thread, this and the three functions below return once the main thread has done the work. So
  * the main thread must not wait for the caller, and must run its loop.
@@ -127,7 +125,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
  * other pointer is undefined behaviour. The library holds its own references to the model and to the action
  * groups of its items until the menu is replaced.
  *
- * Changes of the model and of the actions show at once. Shown are sections, with separators between them,
+ * Changes of the model and of the actions show at once. Panels get sections, with separators between them,
  * submenus, labels with mnemonics, "accel", icons that have a name, and the actions' check and radio states
  * and sensitivity.
  *
@@ -147,8 +145,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr)
 #define QUILL_TRAY_MANAGER_ACTION_GROUP_KEY "quill-tray-manager-action-group-"
 
 /**
- * Sets the function that is called on a left click; null for none. Main thread, or any before there is
- * an item.
+ * Sets the function that is called on a left click; null removes it. Main thread; before there is an
+ * item, any thread.
  *
  * GNOME's shell opens the menu on a left click and calls the function on a double click only: give the menu
  * an item for what a click does.
@@ -172,8 +170,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_man
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char* jsonData);
 
 /**
- * Sets the function that is called when an item given as JSON is chosen; null for none. Main thread, or any
- * before there is an item.
+ * Sets the function that is called when an item given as JSON is chosen; null removes it. Main thread; before
+ * there is an item, any thread.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(quill_tray_manager_menu_item_callback callback);
 

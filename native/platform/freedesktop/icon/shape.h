@@ -15,7 +15,7 @@ struct Shape {
   std::pmr::vector<std::uint8_t> alpha;
 };
 
-/// The sides of the squares that a panel is given of a picture, in pixels.
+/// The sides of the square icons that a panel is given, in pixels.
 constexpr int kSmallSide = 22;
 constexpr int kLargeSide = 44;
 

@@ -51,7 +51,7 @@ MessageHandle methodCall(sd_bus* bus, const std::string& name, const std::string
   return MessageHandle(call);
 }
 
-/// True once the application is sure to get the URL, which it may take a while to answer.
+/// True once the URL is sure to reach the application. Its answer may take a while and is not waited for.
 bool openOverBus(sd_bus* bus, const std::string& name, const Url& url) {
   const auto askBus = [bus](const char* method, const char* types, auto... arguments) {
     return sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
