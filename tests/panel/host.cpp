@@ -8,6 +8,7 @@
 #include <quill_tray_manager.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <fstream>
 #include <map>
