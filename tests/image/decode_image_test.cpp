@@ -58,12 +58,13 @@ TEST(DecodeImage, EveryFormatGivesItsPixelsUprightWithinBounds) {
 }
 
 TEST(DecodeImage, NoPartOfAFileIsAnImageAndNothingIsPrinted) {
+  const std::size_t step = kIsSanitized ? 4 : 1;  // under the thread sanitizer, to map memory takes long
   internal::CaptureStdout();
   internal::CaptureStderr();
   for (const auto& [name, pixels] : casesIn(CASES "pictures.txt")) {
     if (name.find("megabytes") != std::string::npos) continue;
     auto whole = picture(name);
-    for (std::size_t size = 0; size < whole.size(); ++size) {
+    for (std::size_t size = 0; size < whole.size(); size += step) {
       EXPECT_EQ(decoded(std::span(whole).first(size)), "refused") << size << " bytes of " << name;
       whole[size] ^= 0x10U;
       const auto harmed = decoded(whole);
