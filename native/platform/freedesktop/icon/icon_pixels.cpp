@@ -24,6 +24,11 @@ constexpr std::size_t roundedUp(std::size_t count) { return (count + 15) / 16 * 
 constexpr std::uint8_t larger(std::uint8_t one, std::uint8_t other) { return one > other ? one : other; }
 constexpr std::uint8_t smaller(std::uint8_t one, std::uint8_t other) { return one < other ? one : other; }
 
+/// The outline is as strong below a half-transparent fill as below a full one, or the bar would show through both.
+constexpr std::uint8_t outlineBelow(std::uint8_t fill) {
+  return fill < 128 ? static_cast<std::uint8_t>(2 * fill) : 255;
+}
+
 constexpr double squareRoot(double square) {
   double root = square;
   for (int i = 0; i < 40 && root > 0.0; ++i) root = (root + square / root) / 2.0;
@@ -118,10 +123,11 @@ class TemplatePainter {
   template <std::size_t... distances>
   static void spreadRow(const Row& row, Lines& lines, std::index_sequence<distances...>) {
     std::array<std::uint8_t, roundedUp(kSide) + 2 * kRadius> padded{};
-    std::copy_n(row.data(), kSide, padded.data() + kRadius);
     Lines moved;   // by distance: the stronger of the two pixels to the left and right
     Lines spread;  // by distance: the strongest up to there
-    moved[0] = spread[0] = row;
+    for (std::size_t x = 0; x < row.size(); ++x) moved[0][x] = outlineBelow(row[x]);
+    spread[0] = moved[0];
+    std::copy_n(moved[0].data(), kSide, padded.data() + kRadius);
     for (std::size_t d = 1; d <= kRadius; ++d) {
       for (std::size_t x = 0; x < row.size(); ++x) {
         moved[d][x] = larger(padded[x + kRadius - d], padded[x + kRadius + d]);
