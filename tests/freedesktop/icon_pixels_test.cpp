@@ -57,8 +57,8 @@ TEST(TemplateIcon, FillOutlineAndOpeningsStandOutFromOneAnother) {
       {"its corners", disc, 0.02, "___.{16}___"},
       {"shrunk for its outline", fullSquare, 0.5, "oo##################oo"},
       {"hole too small to stay open", holed, 0.5, "oo.###.oooooooo.###.oo"},
-      {"ring", ring, 0.5, "oo.#.oo.______.oo.#.oo"},
-      {"bars", bars, 0.5, "___.oo.#..#o.{5}_____"},
+      {"ring", ring, 0.5, "oo.#.o..______..o.#.oo"},
+      {"bars", bars, 0.5, "___..o.#..#o.{5}_____"},
   };
   const std::map<std::vector<int>, char> signs = {
       {{255, 255, 255, 255}, '#'}, {{255, 0, 0, 0}, 'o'}, {{0, 0, 0, 0}, '_'}};

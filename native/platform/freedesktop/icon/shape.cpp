@@ -12,8 +12,8 @@
 namespace quill::freedesktop {
 namespace {
 
-/// Kept free on each side for the outline, in 22nds of the icon. One less than the outline's width: where a shape needs
-/// all the room, only the soft rim is cut.
+/// Kept free on each side for the outline, in 22nds of the icon. Less than the outline's width: where a shape needs all
+/// the room, only the rim is cut.
 constexpr int kMargin = 2;
 /// Below this fraction of the strongest opacity, 1/16, a pixel does not count as touching the margin.
 constexpr int kFaintest = 16;
