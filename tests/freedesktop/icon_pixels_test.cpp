@@ -1,4 +1,4 @@
-#include "icon_pixels.h"
+#include "outlined_icon.h"
 
 #include <array>
 #include <cmath>
@@ -45,8 +45,8 @@ TEST(TemplateIcon, FillOutlineAndOpeningsStandOutFromOneAnother) {
       {"its corners", disc, 0.02, "___.{16}___"},
       {"shrunk for its outline", fullSquare, 0.5, "oo##################oo"},
       {"hole too small to stay open", holed, 0.5, "oo.###.oooooooo.###.oo"},
-      {"ring", ring, 0.5, "oo.#.oo.______.oo.#.oo"},
-      {"bars", bars, 0.5, "___.oo.#..#o.{5}_____"},
+      {"ring", ring, 0.5, "oo.#.o..______..o.#.oo"},
+      {"bars", bars, 0.5, "___..o.#..#o.{5}_____"},
   };
   const std::map<std::vector<int>, char> signs = {
       {{255, 255, 255, 255}, '#'}, {{255, 0, 0, 0}, 'o'}, {{0, 0, 0, 0}, '_'}};
@@ -62,12 +62,28 @@ TEST(TemplateIcon, FillOutlineAndOpeningsStandOutFromOneAnother) {
   }
 }
 
-TEST(TemplateIcon, FaintBecomesFullAndSoftStaysSoft) {
-  const auto full = templateIconPixels(draw(disc, 64, 64));
-  const auto faint = templateIconPixels(draw(disc, 64, 64, {9, 9, 9, 80}));
-  for (std::size_t i = 0; i < full.size(); ++i) EXPECT_EQ(faint[i].argb, full[i].argb);
+TEST(TemplateIcon, FaintStaysFaintOverAFullOutlineAndHairlinesGain) {
+  const auto middle = [](std::uint8_t alpha) {
+    auto source = draw(disc, 64, 64, {9, 9, 9, alpha});
+    std::vector<std::vector<int>> seen;
+    for (const auto& icon : templateIconPixels(source)) seen.push_back(argbAt(icon, 0.5, 0.5));
+    std::fill_n(source.alpha.begin(), 64 * 8, std::uint8_t{255});  // a full part beside it
+    for (const auto& icon : templateIconPixels(source)) seen.push_back(argbAt(icon, 0.5, 0.5));
+    return seen;
+  };
+  const auto opaque = [](int tone) { return std::vector<int>{255, tone, tone, tone}; };
+  EXPECT_THAT(middle(192), Each(opaque(192)));
+  EXPECT_THAT(middle(128), ElementsAre(opaque(170), opaque(170), opaque(128), opaque(128)));
+  EXPECT_THAT(middle(20)[0], opaque(170));
+  for (const auto& [alpha, opacity] : {std::pair{192, ".5"}, {255, "1"}}) {
+    const auto svg = symbolicSvg(draw(disc, 64, 64, {9, 9, 9, static_cast<std::uint8_t>(alpha)}), PanelKind::gnome);
+    const std::string last = "opacity=\"";
+    EXPECT_EQ(svg.substr(svg.rfind(last) + last.size()).find(std::string(opacity) + '"'), 0U) << alpha;
+  }
+  const auto hairline = [](double x, double) { return x > 0.5 && x < 0.51; };
+  EXPECT_THAT(shapeCoverage(draw(hairline, 128, 128)), Contains(255));
   auto fading = draw(fullSquare, 44, 44);
-  for (std::size_t i = 0; i < 44 * 44; ++i) fading.alpha[i] = static_cast<std::uint8_t>(i % 44 * 255 / 43 / 2);
+  for (std::size_t i = 0; i < 44 * 44; ++i) fading.alpha[i] = static_cast<std::uint8_t>(i % 44 * 255 / 43);
   const auto coverage = shapeCoverage(fading);
   for (std::size_t x = 0; x < 44; ++x) EXPECT_NEAR(coverage[x], static_cast<double>(x) * 255 / 43, 3);
 }

@@ -29,7 +29,8 @@ Shape keptOf(Shape shape);
 int largestSide(const Shape& shape);
 
 /// How much of each pixel of a square of the shape's largest side is covered, 0 to 255, rows from the
-/// top; the strongest is brought up to 255. Aspect ratio kept, centred. Empty for an empty shape.
+/// top; the strongest is as strong as the source's, and 170 at least. Aspect ratio kept, centred. Empty for an empty
+/// shape.
 std::vector<std::uint8_t> shapeCoverage(const Shape& shape);
 
 /// The same with 2 of 22 pixels kept free on each side for an outline, in each size up to the largest: a shape that

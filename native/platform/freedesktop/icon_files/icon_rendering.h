@@ -3,8 +3,8 @@
 #include <memory>
 #include <vector>
 
-#include "icon_pixels.h"
 #include "image.h"
+#include "outlined_icon.h"
 #include "symbolic_icons.h"
 
 namespace quill::freedesktop {

@@ -1,4 +1,4 @@
-#include "icon_pixels.h"
+#include "outlined_icon.h"
 
 #include <algorithm>
 #include <array>
@@ -10,9 +10,9 @@
 namespace quill::freedesktop {
 namespace {
 
-/// In 22nds of the icon, the soft rim included. A narrower outline leaves no pixel in the pure tone, which alone shows
-/// on a bar of middling blue, once a panel has scaled the icon to 16 pixels.
-constexpr int kOutlineWidth = 3;
+/// In 22nds of the icon, the soft rim included. With 2 no pixel keeps the pure tone, which alone shows on a bar of
+/// middling blue, once a panel has scaled the icon to 16 pixels.
+constexpr double kOutlineWidth = 2.5;
 /// The area, in squares of the outline's width, of the smallest opening that shows the bar: the hole
 /// of a cogwheel is closed, the glass of a magnifier stays open.
 constexpr double kMinOpening = 2.25;
@@ -23,6 +23,11 @@ constexpr std::size_t roundedUp(std::size_t count) { return (count + 15) / 16 * 
 // By value, unlike std::max and std::min, whose references keep compilers from vectorising.
 constexpr std::uint8_t larger(std::uint8_t one, std::uint8_t other) { return one > other ? one : other; }
 constexpr std::uint8_t smaller(std::uint8_t one, std::uint8_t other) { return one < other ? one : other; }
+
+/// The outline is as strong below a half-transparent fill as below a full one, or the bar would show through both.
+constexpr std::uint8_t outlineBelow(std::uint8_t fill) {
+  return fill < 128 ? static_cast<std::uint8_t>(2 * fill) : 255;
+}
 
 constexpr double squareRoot(double square) {
   double root = square;
@@ -48,7 +53,9 @@ class TemplatePainter {
 
  private:
   static constexpr std::size_t kSide = side;
-  static constexpr std::size_t kRadius = std::size_t{kOutlineWidth} * kSide / kSmallSide;
+  static constexpr double kRadius = kOutlineWidth * side / kSmallSide;
+  /// How many pixels the outline reaches, the rim included.
+  static constexpr auto kReach = static_cast<std::size_t>(kRadius + 0.5);
   /// A row of pixels, padded.
   using Row = std::array<std::uint8_t, roundedUp(kSide)>;
   using Rows = std::array<Row, kSide>;
@@ -59,11 +66,11 @@ class TemplatePainter {
 
   /// How much a disc with a soft rim covers of a pixel, up to 255, by the pixel's distance from the centre.
   struct Disc {
-    std::array<std::array<std::uint8_t, kRadius + 1>, kRadius + 1> strength{};  // by distance down, then across
-    std::array<std::size_t, kRadius + 1> whole{};                               // how far across it is 255
+    std::array<std::array<std::uint8_t, kReach + 1>, kReach + 1> strength{};  // by distance down, then across
+    std::array<std::size_t, kReach + 1> whole{};                              // how far across it is 255
     consteval Disc() {
-      for (std::size_t y = 0; y <= kRadius; ++y) {
-        for (std::size_t x = 0; x <= kRadius; ++x) {
+      for (std::size_t y = 0; y <= kReach; ++y) {
+        for (std::size_t x = 0; x <= kReach; ++x) {
           const double covered = 255.0 * (kRadius + 1.0 - squareRoot(static_cast<double>(x * x + y * y)));
           strength[y][x] = static_cast<std::uint8_t>(std::clamp(covered + 0.5, 0.0, 255.0));
           if (strength[y][x] == 255) whole[y] = x;
@@ -74,7 +81,7 @@ class TemplatePainter {
 
   static constexpr Disc kDisc{};
   /// A row spread to each line of the disc, by the line's distance from the centre.
-  using Lines = std::array<Row, kRadius + 1>;
+  using Lines = std::array<Row, kReach + 1>;
 
   /// Paints the white fill over the black outline.
   static void paintRow(const Row& fill, const Row& outline, std::uint8_t* argb) {
@@ -103,10 +110,10 @@ class TemplatePainter {
   /// every line's width, and the results are laid on the rows above and below.
   void growOutline() {
     std::array<Lines, kSide> lines;  // NOLINT(cppcoreguidelines-pro-type-member-init): each is written next
-    for (std::size_t y = 0; y < kSide; ++y) spreadRow(shape_[y], lines[y], std::make_index_sequence<kRadius + 1>());
+    for (std::size_t y = 0; y < kSide; ++y) spreadRow(shape_[y], lines[y], std::make_index_sequence<kReach + 1>());
     for (std::size_t y = 0; y < kSide; ++y) {
       Row grown = lines[y][0];
-      for (std::size_t d = 1; d <= kRadius; ++d) {
+      for (std::size_t d = 1; d <= kReach; ++d) {
         if (y >= d) raise(grown, lines[y - d][d]);
         if (y + d < kSide) raise(grown, lines[y + d][d]);
       }
@@ -117,14 +124,15 @@ class TemplatePainter {
   /// `distances` are those of the disc's lines from its centre, as constants so that the compiler unrolls the loop.
   template <std::size_t... distances>
   static void spreadRow(const Row& row, Lines& lines, std::index_sequence<distances...>) {
-    std::array<std::uint8_t, roundedUp(kSide) + 2 * kRadius> padded{};
-    std::copy_n(row.data(), kSide, padded.data() + kRadius);
+    std::array<std::uint8_t, roundedUp(kSide) + 2 * kReach> padded{};
     Lines moved;   // by distance: the stronger of the two pixels to the left and right
     Lines spread;  // by distance: the strongest up to there
-    moved[0] = spread[0] = row;
-    for (std::size_t d = 1; d <= kRadius; ++d) {
+    for (std::size_t x = 0; x < row.size(); ++x) moved[0][x] = outlineBelow(row[x]);
+    spread[0] = moved[0];
+    std::copy_n(moved[0].data(), kSide, padded.data() + kReach);
+    for (std::size_t d = 1; d <= kReach; ++d) {
       for (std::size_t x = 0; x < row.size(); ++x) {
-        moved[d][x] = larger(padded[x + kRadius - d], padded[x + kRadius + d]);
+        moved[d][x] = larger(padded[x + kReach - d], padded[x + kReach + d]);
         spread[d][x] = larger(spread[d - 1][x], moved[d][x]);
       }
     }
@@ -134,7 +142,7 @@ class TemplatePainter {
   /// The disc's line at a distance, from its whole part and what its rim adds from `across` on.
   template <std::size_t distance, std::size_t across>
   static Row lineOf(const Lines& moved, Row line) {
-    if constexpr (across <= kRadius) {
+    if constexpr (across <= kReach) {
       constexpr std::uint8_t kStrength = kDisc.strength[distance][across];
       for (std::size_t x = 0; x < line.size(); ++x) line[x] = larger(line[x], smaller(moved[across][x], kStrength));
       return lineOf<distance, across + 1>(moved, line);
