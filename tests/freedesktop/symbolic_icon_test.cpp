@@ -52,8 +52,8 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
     item.reset(), desktop.removeFiles(), _exit(isBusy ? 1 : 0);
   };
   EXPECT_EXIT(endAChild(), ExitedWithCode(0), "");
-  EXPECT_TRUE(countIn(folder) == 2 && panel->received.size() == 1) << "it leaves files and connection alone";
   EXPECT_THAT(panel->menu(), HasSubstr("'__B<'"));  // its label is made for this panel
+  EXPECT_TRUE(countIn(folder) == 2 && panel->received.size() == 1) << "the child leaves files and connection alone";
   item.reset();
   EXPECT_EQ(countIn(runtime), 0);
 }
