@@ -137,6 +137,12 @@ class PanelTest : public Test {
     startPanel(panelNames);
     panel->takeSignals();
   }
+  /// Chooses each entry that there ever was; answers with what the host is told.
+  Lines chooseAll() {
+    for (int id = 1; id < 30; ++id) panel->choose(id);
+    panel->takeSignals();
+    return std::exchange(told, {});
+  }
   /// Different for each number.
   static Pixels pixels(int number, int side = 44) {
     const auto width = static_cast<std::size_t>(side);

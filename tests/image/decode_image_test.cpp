@@ -75,15 +75,6 @@ TEST(DecodeImage, NoPartOfAFileIsAnImageAndNothingIsPrinted) {
   EXPECT_EQ(internal::GetCapturedStdout() + internal::GetCapturedStderr(), "");
 }
 
-TEST(DecodeImage, APngLoadsNoLibraryOfAnotherFormat) {
-  const auto loaded = [] { return contents("/proc/self/maps"); };
-  EXPECT_EQ(decoded(picture("png/rgba.png")), "RGB KYh");
-  for (const auto* library : {"libjpeg", "libgif", "libtiff", "librsvg", "libcairo"})
-    EXPECT_THAT(loaded(), Not(HasSubstr(library)));
-  EXPECT_EQ(decoded(picture("gif/plain.gif")), "RGB KYW");
-  EXPECT_THAT(loaded(), HasSubstr("libgif"));
-}
-
 /// "Size in points, size in pixels, the last pixel" or "refused".
 std::string drawn(std::string_view svg) {
   const auto image = decodeImage({reinterpret_cast<const std::uint8_t*>(svg.data()), svg.size()});

@@ -122,13 +122,11 @@ TEST_F(HostTest, ThreadsAnimateWhileTheMenuIsReplaced) {
       });
     }
     const auto end = std::chrono::steady_clock::now() + duration;
-    for (bool isHosts = true; std::chrono::steady_clock::now() < end; isHosts = !isHosts) {
+    while (std::chrono::steady_clock::now() < end) {
       g_autoptr(GMenu) menu = g_menu_new();
+      quill_tray_manager_set_menu_ptr(menu);
       g_menu_append(menu, "One", "app.one");
-      isHosts ? quill_tray_manager_set_menu_ptr(menu)
-              : quill_tray_manager_set_menu_items_json(R"([{"id": "a", "title": "A"}])");
-      g_menu_append(menu, "Two", "app.two");
-      quill_tray_manager_stop_animation();
+      quill_tray_manager_set_menu_items_json(R"([{"id": "a", "title": "A"}])");
       g_main_context_iteration(nullptr, FALSE);  // by hand, which leaves moments in which nobody runs it
     }
     isOver = true;
@@ -206,12 +204,14 @@ class UrlTest : public HostTest {
   }
 
   const std::string notes = home / "notes";
+  // Appends the URL, blocked and ignored signals, and a variable.
+  const std::string note = R"(/bin/sh -c 'echo "$0" $(grep ^Sig[BI] /proc/self/status) "$QUILL_TEST" >>)" + notes + "'";
 };
 
 std::atomic<int> childrenEnded = 0;
 
 TEST_F(UrlTest, AHandlerGetsTheUrlByteForByteAndTheRestLikeAChildOfTheCaller) {
-  installHandler("Exec=" URL_HANDLER " '" + notes + "' %u\n");
+  installHandler("Exec=" + note + " %u\n");
   const std::string legal = "quilltest:a%20b;c?x=$(touch)&y='1'&z=~!*,$HOME#f@[1]";
   const fs::path text = home / "a text";
   std::ofstream(text) << "text\n";
@@ -220,30 +220,24 @@ TEST_F(UrlTest, AHandlerGetsTheUrlByteForByteAndTheRestLikeAChildOfTheCaller) {
     quill_tray_manager_open_url(url.c_str());
     setenv("QUILL_TEST", "later", 1);
   };
-  const auto logged = run([&] {
+  run([&] {
     for (const int ignored : {SIGPIPE, SIGHUP}) std::signal(ignored, SIG_IGN);
     sigset_t blocked{};
     sigaddset(&blocked, SIGUSR1);
     pthread_sigmask(SIG_BLOCK, &blocked, nullptr);
     setenv("QUILL_TEST", "", 1);
     const pid_t child = fork();
-    if (child == 0) _exit(execl(URL_HANDLER, URL_HANDLER, notes.c_str(), "", nullptr));
+    if (child == 0) _exit(execl("/bin/sh", "sh", "-c", ("exec " + note + " ''").c_str(), nullptr));
     statusOf(child);
     const auto asAChild = lines(notes).front();
     std::signal(SIGCHLD, [](int) { ++childrenEnded; });
     open(legal, "first");
     EXPECT_EQ(opened(2).back(), legal + asAChild + "first");
-    open("file://" + home.string() + "/a%20text", "second");
+    std::thread([&] { open("file://" + home.string() + "/a%20text", "second"); }).join();
     EXPECT_EQ(opened(3).back(), "file://" + home.string() + "/a%20text" + asAChild + "second");
     EXPECT_EQ(waitpid(-1, nullptr, 0), -1) << "no child, running or ended";
     EXPECT_EQ(childrenEnded, 0);
-    pthread_sigmask(SIG_UNBLOCK, &blocked, nullptr);
-    std::thread([&] { open("quilltest:a \"b\" <中>`id`|\\", "third"); }).join();
   });
-  EXPECT_THAT(opened(4).back(), MatchesRegex("quilltest:a%20%22b%22%20%3C%E4%B8%AD%3E%60id%60%7C%5C"
-                                             " 0000000000000000 .* third"));
-  EXPECT_THAT(logged, ElementsAre("INFO 已打开 URL: " + legal, "INFO 已打开 URL: file://" + home.string() + "/a%20text",
-                                  "INFO 已打开 URL: quilltest:a \"b\" <中>`id`|\\"));
 }
 
 TEST_F(UrlTest, AnApplicationOnTheBusGetsTheUrlAlsoFromAProcessThatEnds) {
@@ -252,11 +246,11 @@ TEST_F(UrlTest, AnApplicationOnTheBusGetsTheUrlAlsoFromAProcessThatEnds) {
   write("dbus-1/services/quill.test.Handler.service", "[D-BUS Service]\nName=quill.test.Handler\nExec=" + slow + "\n");
   bus.start();
   run([] { quill_tray_manager_open_url("quilltest:///right-before-the-exit"); });
-  EXPECT_THAT(opened(1), ElementsAre(StartsWith("quilltest:///right-before-the-exit ")));
+  EXPECT_THAT(opened(1), ElementsAre("quilltest:///right-before-the-exit"));
 }
 
 TEST_F(UrlTest, TheHostOutlivesTheBus) {
-  installHandler("Exec=" URL_HANDLER " '" + notes + "' %u\n");
+  installHandler("Exec=" + note + " %u\n");
   bus.start();
   run([&] {
     quill_tray_manager_open_url("quilltest:a");

@@ -72,28 +72,15 @@ class PanelTest(unittest.TestCase):
             picture = self.session.settled(lambda now: pictures.icon_contrast(now, icon) >= LEAST_CONTRAST, shape)
             self.assert_seen(picture, icon, f"{ground}, {shape}")
 
-    def test_icon_is_seen_in_each_theme_of_a_running_panel(self):
+    def test_icon_is_seen_in_each_theme_and_on_a_bar_of_any_colour_of_a_running_panel(self):
         session = self.session
         host, icon = self.show()
-        for theme in sorted(session.panel.themes, key=lambda theme: theme != session.theme):
-            if theme != session.theme:
-                session.switch_theme(theme)
-                self.addCleanup(session.switch_theme, session.theme)
+        self.addCleanup(lambda: session.look == session.theme or session.switch_theme(session.theme))
+        for look in sorted(session.panel.themes + session.panel.colours, key=lambda look: look != session.theme):
+            if look != session.look:
+                session.switch_theme(look)
                 icon = icon._replace(ground=pictures.main_colour(session.settled(), session.bar))
-            self.assert_shapes_seen(host, icon, theme)
-
-    def test_icon_is_seen_on_a_bar_of_any_colour(self):
-        session = self.session
-        if not session.panel.colours:
-            self.skipTest("this panel's bar takes no colour")
-        self.addCleanup(setattr, session, "empty", session.empty)
-        self.addCleanup(session.switch_theme, session.theme)
-        for colour in session.panel.colours:
-            session.switch_theme(colour)
-            session.empty = session.settled()
-            host, icon = self.show()
-            self.assert_shapes_seen(host, icon, colour)
-            self.end(host)
+            self.assert_shapes_seen(host, icon, look)
 
     def test_animation_shows_frames_then_the_icon(self):
         host, icon = self.show()

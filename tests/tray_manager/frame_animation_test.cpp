@@ -1,4 +1,3 @@
-#include <array>
 #include <future>
 #include <thread>
 
@@ -116,52 +115,33 @@ TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   EXPECT_TRUE(idle());
 }
 
-TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
-  createWithIcon();
-  addFramesUpTo(4);
-  start();
-  const std::weak_ptr<Manager> weak = manager;
-  manager.reset();
-  queue.stall(80ms);
-  queue.advance(94ms);
-  EXPECT_FALSE(weak.expired());
-  queue.advance(1ms);
-  EXPECT_TRUE(weak.expired());
-  EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32"));
-}
-
-TEST_F(AnimationTest, OtherThreadsWaitForTheMainThreadTheTimerSendsItsActionByName) {
-  struct Named : Manager {
-    using Manager::Manager;
-    bool perform(Selector selector, const MenuItem* sender) override {
-      told.emplace_back(selector);
-      return Manager::perform(selector, sender);
-    }
-  };
-  manager = Manager::make<Named>(desktop);
+TEST_F(AnimationTest, OtherThreadsWaitForTheMainThreadTheTimerSendsItsActionByNameAndHoldsTheManager) {
   createWithIcon();
   addFramesUpTo(2);
-  const auto steps = std::to_array<std::pair<std::function<void()>, std::function<bool()>>>(
-      {{[&] { manager->addAnimationFrame(image(30)); }, [&] { return manager->animationFrames.size() == 3; }},
-       {[&] { manager->startAnimation(); }, [&] { return manager->isAnimating; }},
-       {[&] { manager->stopAnimation(); }, [&] { return !manager->isAnimating; }},
-       {[&] { manager->resetAnimation(); }, [&] { return manager->animationFrames.empty(); }}});
-  for (const auto& [call, isDone] : steps) {
-    auto called = std::async(std::launch::async, call);
-    EXPECT_TRUE(queue.waitAndRunOne() && isDone());
-    called.get();
-    queue.runAll();
+  const std::tuple<std::function<void()>, std::size_t, bool> steps[] = {
+      {[&] { manager->addAnimationFrame(image(30)); }, 3, false},
+      {[&] { manager->startAnimation(); }, 3, true},
+      {[&] { manager->stopAnimation(); }, 3, false},
+      {[&] { manager->resetAnimation(); }, 0, false}};
+  for (const auto& [call, frames, animates] : steps) {
+    const auto called = std::async(std::launch::async, call);
+    EXPECT_TRUE(queue.waitAndRunOne() && manager->animationFrames.size() == frames);
+    EXPECT_EQ(manager->isAnimating, animates);
+    called.wait(), queue.runAll();
   }
   addFramesUpTo(3);
   start();
   queue.advance(35ms);
-  EXPECT_THAT(told, ElementsAre("updateAnimation"));
+  EXPECT_THAT(manager->performed, ElementsAre("updateAnimation"));
   std::thread([&] { manager->perform(selectors::kUpdateAnimation, nullptr); }).join();
   EXPECT_EQ(manager->currentFrameIndex, 1);
   queue.runAll();
   EXPECT_EQ(manager->currentFrameIndex, 2);
-  queue.advance(1s);
-  EXPECT_TRUE(idle());
+  const std::weak_ptr<Manager> held = std::exchange(manager, nullptr);
+  queue.advance(34ms);
+  EXPECT_FALSE(held.expired());
+  queue.advance(1ms);
+  EXPECT_TRUE(held.expired());
 }
 
 }  // namespace

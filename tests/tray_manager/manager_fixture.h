@@ -29,6 +29,12 @@ struct Manager : TrayManager {
       TrayManager::animationTimer, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
       TrayManager::mainIcon, TrayManager::mainIconView, TrayManager::make, TrayManager::menu, TrayManager::statusItem,
       TrayManager::TrayManager;
+
+  bool perform(Selector selector, const MenuItem* sender) override {
+    performed.emplace_back(selector);
+    return TrayManager::perform(selector, sender);
+  }
+  Lines performed;
 };
 
 /// Only its size is looked at here.

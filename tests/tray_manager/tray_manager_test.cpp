@@ -13,24 +13,16 @@ auto created(const std::string& menuLine, const std::string& button = "<StatusBa
                      "INFO 已设置按钮可见", "DEBUG 按钮尺寸: " + size);
 }
 
-TEST_F(ManagerTest, StartsWithTheHiddenIconViewGroup) {
-  const auto& [group, icon, animated] =
-      std::tie(manager->animatedView, manager->mainIconView, manager->animatedIconView);
-  EXPECT_THAT(group->subviews(), ElementsAre(icon, animated));
-  EXPECT_TRUE(group->isHidden() && group->layer() != nullptr && group->layer()->backgroundColor == kClearColor);
-  EXPECT_EQ(group->frame(), (Rect{{}, kIconSize}));
-  for (const auto& view : {icon, animated}) {
-    EXPECT_TRUE(view->frame() == group->frame() && view->isHidden() && view->alphaValue() == 0.0);
-    EXPECT_TRUE(view->autoresizingMask() == (kWidthSizable | kHeightSizable) &&
-                view->imageScaling() == ImageScaling::proportionallyUpOrDown);
-  }
-  EXPECT_NE(animated->layer(), nullptr);
-}
-
 TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   manager->createTray();
   EXPECT_THAT(takeLines(), created("INFO 已创建并设置基本菜单"));
   const auto basic = manager->menu;
+  EXPECT_THAT(basic->items(),
+              ElementsAre(Pointee(Field(&MenuItem::title, "设置")), Pointee(Field(&MenuItem::isSeparator, true)),
+                          Pointee(AllOf(Field(&MenuItem::title, "退出"), Field(&MenuItem::keyEquivalent, "q"),
+                                        Field(&MenuItem::keyEquivalentModifierMask, kCommand)))));
+  for (const auto* title : {"设置", "退出"}) EXPECT_TRUE(desktop.choose(title));
+  EXPECT_TRUE(desktop.terminations == 1 && manager->performed == Lines{"quitApplication"});
   manager->createTray();
   EXPECT_THAT(takeLines(), created("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), basic);
@@ -75,6 +67,7 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   own->fails = true;
   EXPECT_THROW(manager->setMenuItems({}), std::bad_alloc);
   own->fails = false;
+  desktop.application.reset();
   takeLines();
   manager->createTray();
   EXPECT_THAT(takeLines(), created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 1", "nil", "0.0x0.0"))
@@ -121,36 +114,6 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
   manager->perform("handleMenuItemAction:", &item);
   EXPECT_THAT(takeLines(), ElementsAre("ERROR 宿主回调抛出异常: host's \uFFFD'fault",
                                        StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
-}
-
-TEST_F(ManagerTest, AMenuMayCallBackWhenItEnds) {
-  struct Announcing : Menu {
-    using Menu::announceChange;
-  };
-  manager->createTray();
-  const auto kept = std::make_shared<Menu>();
-  const auto last = std::make_shared<Announcing>();
-  manager->setMenu({kept.get(), [&](Menu*) { manager->createTray(); }});
-  manager->setMenu(last);
-  EXPECT_TRUE(manager->menu == last && manager->statusItem->announcedMenu() == last);
-  desktop.mainQueue().runAll();
-  const auto before = desktop.presentations;
-  last->announceChange();
-  desktop.mainQueue().runAll();
-  EXPECT_EQ(desktop.presentations, before + 1) << "of the new item";
-}
-
-TEST_F(ManagerTest, TheBasicMenuQuits) {
-  manager->createTray();
-  EXPECT_THAT(manager->menu->items(),
-              ElementsAre(Pointee(Field(&MenuItem::title, "设置")), Pointee(Field(&MenuItem::isSeparator, true)),
-                          Pointee(AllOf(Field(&MenuItem::title, "退出"), Field(&MenuItem::keyEquivalent, "q"),
-                                        Field(&MenuItem::keyEquivalentModifierMask, kCommand)))));
-  EXPECT_EQ(manager->menu->items().back()->action.selector, "quitApplication");
-  EXPECT_TRUE(desktop.choose("设置") && desktop.terminations == 0);
-  EXPECT_TRUE(desktop.choose("退出") && desktop.terminations == 1);
-  desktop.application.reset();
-  EXPECT_EQ(manager->createStandardMenu()->appearance, Appearance::light);
 }
 
 TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
@@ -205,8 +168,13 @@ TEST_F(ManagerTest, AHostMenuGetsTheLibrarysLookAndGivesWayToRecords) {
 }
 
 TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
+  const auto& [group, icon, animated] =
+      std::tie(manager->animatedView, manager->mainIconView, manager->animatedIconView);
+  EXPECT_THAT(group->subviews(), ElementsAre(icon, animated));
+  for (const auto& view : {icon, animated})
+    EXPECT_TRUE(group->isHidden() && view->isHidden() && view->alphaValue() == 0 && view->frame().size == kIconSize);
   const auto source = image(64, 32);
-  manager->animatedIconView->setAlphaValue(1.0);
+  animated->setAlphaValue(1.0);
   manager->setMainIcon(source);
   Lines expected{"DEBUG 设置主图标，原始图标: <Image 64x32 pixels>",
                  "DEBUG 原始图标尺寸: 64.0x32.0",
@@ -218,8 +186,7 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_EQ(takeLines(), expected);
   EXPECT_TRUE(manager->mainIcon->isTemplate() && manager->mainIcon->size() == kIconSize);
   EXPECT_FALSE(source.isTemplate() || source.size() == kIconSize);
-  EXPECT_TRUE(manager->mainIconView->image() == manager->mainIcon && manager->mainIconView->alphaValue() == 1.0);
-  EXPECT_EQ(manager->animatedIconView->alphaValue(), 0.0);
+  EXPECT_TRUE(icon->image() == manager->mainIcon && icon->alphaValue() == 1.0 && animated->alphaValue() == 0.0);
   manager->setMainIcon(Image(std::make_shared<Pixels>(), {100'000, 0.00005}));
   EXPECT_THAT(takeLines()[1], "DEBUG 原始图标尺寸: 100000.0x0.00005");
 
