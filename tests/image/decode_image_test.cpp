@@ -108,6 +108,12 @@ TEST(DecodeImage, VectorsAreDrawnAtOneSize) {
     EXPECT_EQ(drawn(svg(attributes, body)), expected) << attributes;
 }
 
+TEST(DecodeImage, APngLoadsNoLibraryOfAnotherFormat) {
+  EXPECT_EQ(decoded(picture("png/rgba.png")), "RGB KYh");
+  for (const auto* library : {"libjpeg", "libgif", "libtiff", "librsvg", "libcairo"})
+    EXPECT_EQ(contents("/proc/self/maps").find(library), std::string::npos) << library;
+}
+
 /// What librsvg would crash on, take gigabytes for, print of or leave threads behind for.
 TEST(DecodeImage, AVectorHarmsNobody) {
   const std::string end = "<rect x='20' y='20' width='2' height='2'/>";
