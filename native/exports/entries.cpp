@@ -3,6 +3,7 @@
 #include <new>
 
 #include "bodies.h"
+#include "library_call.h"
 #include "log.h"
 #include "quill_tray_manager.h"
 #include "tray_manager.h"
@@ -11,6 +12,7 @@ namespace {
 
 template <typename... Parameters>
 void run(void (*body)(Parameters...), Parameters... arguments) noexcept {
+  const quill::LibraryCall call;
   try {
     body(arguments...);
   } catch (const std::bad_alloc&) {

@@ -56,9 +56,11 @@ class PanelTest(unittest.TestCase):
         host.expect("done: " + command.split()[0])
 
     def choose_second(self, host, icon, menu):
-        shown = self.session.open_menu(icon)
-        self.assertEqual(len(shown.entries), len(menu))
-        self.session.choose(shown, 1)
+        def opened():
+            shown = self.session.open_menu(icon)
+            return shown if len(shown.entries) == len(menu) else self.session.dismiss_menu()
+
+        self.session.choose(panel_session.wait_for(opened, "menu that the panel has read"), 1)
         host.expect("chosen: " + menu[1][0])
 
     def assert_seen(self, picture, icon, what):

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "errno_saver.h"
+#include "library_call.h"
 #include "no_destructor.h"
 
 namespace quill::posix {
@@ -80,8 +81,13 @@ namespace {
 // When the library is loaded, as no fork may come before it.
 [[gnu::constructor]] void watchForks() {
   QueueRegistry::get();
-  pthread_atfork([] { QueueRegistry::get().lock(); }, [] { QueueRegistry::get().unlock(); },
-                 [] { QueueRegistry::get().unlock(), QueueRegistry::get().startAgain(); });
+  pthread_atfork([] { LibraryCall::holdBack(), QueueRegistry::get().lock(); },
+                 [] { QueueRegistry::get().unlock(), LibraryCall::release(); },
+                 [] {
+                   QueueRegistry::get().unlock();
+                   LibraryCall::releaseInChild();
+                   QueueRegistry::get().startAgain();
+                 });
 }
 
 // After the host's exit handlers and static destructors, which may still log.
