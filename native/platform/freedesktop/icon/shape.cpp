@@ -91,7 +91,7 @@ constexpr std::size_t kTile = 8;
 void transpose(const Fixed* rows, std::size_t width, Fixed* columns) {
   for (std::size_t y = 0; y < kStride; y += kTile) {
     for (std::size_t x = 0; x < width; x += kTile) {
-      std::array<Fixed, kTile * kTile> tile;
+      std::array<Fixed, kTile * kTile> tile{};
       const Fixed* const from = rows + y * width + x;
       for (std::size_t j = 0; j < kTile; ++j) {
         for (std::size_t i = 0; i < kTile; ++i) tile[j * kTile + i] = from[i * width + j];
@@ -163,7 +163,7 @@ std::vector<std::uint8_t> strengthened(const std::vector<Fixed>& square, int sid
       strongest > 128 ? static_cast<float>(std::max(wanted, kMinStrongest)) / static_cast<float>(strongest) : 0.0F;
   std::vector<std::uint8_t> coverage(n * n);
   for (std::size_t y = 0; y < n; ++y) {
-    std::array<std::uint8_t, kStride> row;
+    std::array<std::uint8_t, kStride> row{};
     std::transform(square.begin() + static_cast<std::ptrdiff_t>(y * kStride),
                    square.begin() + static_cast<std::ptrdiff_t>((y + 1) * kStride), row.begin(), [gain](Fixed value) {
                      return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(value) * gain + 0.5F));
