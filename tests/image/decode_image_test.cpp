@@ -130,8 +130,10 @@ TEST(DecodeImage, AVectorHarmsNobody) {
   const auto before = countIn("/proc/self/task");
   const std::string whole = "22x22, 88x88, 0 0 0 255";
   internal::CaptureStderr();
-  for (const std::string name : {"filter", "blur", "text", "tile", "file"})
+  for (const std::string name : {"filter", "blur", "text", "file"})
     EXPECT_EQ(drawn(contents(PICTURES "/svg/" + name + ".svg")), whole) << name;
+  // 4 GiB are asked for and never written to: too much for the fuzzer's limit.
+  EXPECT_EQ(drawn(contents(CASES "tile.svg")), whole);
   // Of what is nested deeply it may say itself that it is too much.
   for (const auto& deep :
        {chain("mask", "v9", "mask"), chain("pattern", "v9", "fill"), chain("marker", "", "marker-start"),
