@@ -17,7 +17,6 @@
 #include "freedesktop_desktop.h"
 #include "glib_log.h"
 #include "gobject_handles.h"
-#include "icon_rendering.h"
 #include "require.h"
 #include "text.h"
 
@@ -59,11 +58,11 @@ MessagePointer parse(std::string& bytes, std::size_t size) {
                                                      G_DBUS_CAPABILITY_FLAGS_UNIX_FD_PASSING, nullptr));
 }
 
-/// Whether a bus passes it on for certain: GIO takes more names and signatures than a bus does.
+/// Whether a bus passes it on for certain: GIO takes more signatures than a bus does.
 bool isCall(std::string& bytes) {
   constexpr std::size_t kMaxSignature = 32;  // so that it is not too deep either
   const auto message = parse(bytes, bytes.size());
-  if (!message || g_dbus_is_member_name(g_dbus_message_get_member(message.get())) == FALSE) return false;
+  if (!message) return false;
   const std::string_view signature = g_dbus_message_get_signature(message.get());
   for (std::size_t i = 0; i < signature.size(); ++i) {
     if (signature.substr(i).starts_with("()")) return false;
@@ -210,19 +209,14 @@ class Host : public Responder, public std::enable_shared_from_this<Host> {
 };
 
 /// None, one of a single size and one of two.
-const std::optional<Image>& iconAt(std::int64_t number) {
-  static const auto icons = [] {
-    std::array<std::optional<Image>, 3> made;
-    for (const int side : {16, 48}) {
-      const auto bytes = static_cast<std::size_t>(side * side * 4);
-      Image icon(std::make_shared<Pixels>(Pixels{side, side, std::pmr::vector<std::uint8_t>(bytes, 255)}), {22, 22});
-      icon.setTemplate(side == 48);
-      icon.setRendering(freedesktop::iconRenderingOf(icon));
-      made[side == 16 ? 1 : 2] = icon;
-    }
-    return made;
-  }();
-  return icons[static_cast<std::size_t>(number) % icons.size()];
+std::optional<Image> iconAt(freedesktop::Desktop& desktop, std::int64_t number) {
+  constexpr std::array kSides = {0, 16, 48};
+  const int side = kSides[static_cast<std::size_t>(number) % kSides.size()];
+  if (side == 0) return std::nullopt;
+  const auto bytes = static_cast<std::size_t>(side * side * 4);
+  Image icon(std::make_shared<Pixels>(side, side, std::pmr::vector<std::uint8_t>(bytes, 255)), {22, 22});
+  desktop.prepare(icon);
+  return icon;
 }
 
 /// Each line is a message (bus_text.h), or what the host does: `shows <menu>` or `icon <number>`.
@@ -232,12 +226,12 @@ void run(Listener& listener, std::string_view text) {
   auto host = std::make_shared<Host>(desktop);
   host->start();
   host->showMenu("one *two - again [ deep_er ] !last");
-  host->showIcon(iconAt(1));
+  host->showIcon(iconAt(desktop, 1));
   while (g_main_context_iteration(nullptr, FALSE) != FALSE) {
   }
   Wire wire(listener.accept());
   wire.send("DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n");
-  wire.send(messageOf("reply 1 s " + std::string(kItemName), 1)->bytes);
+  wire.send(messageOf("reply 1 ('" + std::string(kItemName) + "',)", 1)->bytes);
 
   for (std::uint32_t serial = 2; !text.empty() && !wire.isClosed(); ++serial) {
     const auto line = text.substr(0, text.find('\n'));
@@ -246,7 +240,7 @@ void run(Listener& listener, std::string_view text) {
     Words words(line);
     const auto verb = words.next();
     if (verb == "shows") host->showMenu(line.substr(line.find("shows") + 5));
-    if (verb == "icon") host->showIcon(iconAt(words.nextNumber()));
+    if (verb == "icon") host->showIcon(iconAt(desktop, words.nextNumber()));
     wire.settle();
   }
   require(wire.isClosed() || wire.isAllAnswered());

@@ -1,180 +1,35 @@
 #include "bus_text.h"
 
+#include <gio/gio.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <cstring>
+
+#include "glib_handles.h"
+#include "gobject_handles.h"
 
 namespace quill::fuzz {
 namespace {
 
-/// Arrays of more are cut: they would only cost time.
-constexpr std::size_t kMaxBytes = 64 * 1024;
-constexpr int kMaxDepth = 64;
-
-enum MessageType : char { kCall = 1, kReply = 2, kError = 3, kSignal = 4 };
-
 struct Kind {
   std::string_view word;
-  MessageType type;
-  std::string_view path;
-  std::string_view interface;
-  std::string_view sender = ":1.7";
+  GDBusMessageType type;
+  const char* path;
+  const char* interface;
+  const char* sender = ":1.7";
 };
 constexpr std::array kKinds{
-    Kind{"item", kCall, "/StatusNotifierItem", "org.kde.StatusNotifierItem"},
-    Kind{"menu", kCall, "/MenuBar", "com.canonical.dbusmenu"},
-    Kind{"item-properties", kCall, "/StatusNotifierItem", "org.freedesktop.DBus.Properties"},
-    Kind{"menu-properties", kCall, "/MenuBar", "org.freedesktop.DBus.Properties"},
-    Kind{"introspect", kCall, "/MenuBar", "org.freedesktop.DBus.Introspectable"},
-    Kind{"no-interface", kCall, "/StatusNotifierItem", ""},
-    Kind{"nowhere", kCall, "/", "com.canonical.dbusmenu"},
-    Kind{"bus", kSignal, "/org/freedesktop/DBus", "org.freedesktop.DBus", "org.freedesktop.DBus"},
-    Kind{"reply", kReply, "", "", "org.freedesktop.DBus"},
-    Kind{"error", kError, "", "", "org.freedesktop.DBus"},
-};
-
-/// Bytes in the wire format, little end first.
-class Writer {
- public:
-  std::string bytes;
-
-  template <typename Number>
-  void number(Number value) {
-    align(sizeof value);
-    bytes.append(reinterpret_cast<const char*>(&value), sizeof value);
-  }
-  void align(std::size_t to) { bytes.resize((bytes.size() + to - 1) / to * to); }
-  void text(std::string_view value) {
-    number(static_cast<std::uint32_t>(value.size()));
-    bytes.append(value).push_back('\0');
-  }
-  void signature(std::string_view value) {
-    value = value.substr(0, 255);
-    bytes.push_back(static_cast<char>(value.size()));
-    bytes.append(value).push_back('\0');
-  }
-  /// An array's length, once its elements are there; they begin at `start`.
-  void setLength(std::size_t lengthAt, std::size_t start) {
-    const auto length = static_cast<std::uint32_t>(bytes.size() - start);
-    std::memcpy(&bytes[lengthAt], &length, sizeof length);
-  }
-};
-
-std::size_t alignmentOf(char type) {
-  if (std::strchr("xtd({", type) != nullptr) return 8;
-  if (std::strchr("buiahso", type) != nullptr) return 4;
-  return type == 'n' || type == 'q' ? 2 : 1;
-}
-
-/// Where the complete type at `at` ends, as far as it is one.
-std::size_t endOfType(std::string_view signature, std::size_t at) {
-  int open = 0;
-  for (; at < signature.size(); ++at) {
-    const char type = signature[at];
-    if (type == '(' || type == '{') ++open;
-    if (type == ')' || type == '}') --open;
-    if (type != 'a' && open <= 0) return at + 1;
-  }
-  return at;
-}
-
-void writeAll(Writer& to, std::string_view signature, Words& words, int depth);
-
-void writeArray(Writer& to, std::string_view element, Words& words, int depth) {
-  const auto count = words.nextNumber();
-  to.number(std::uint32_t{0});
-  const auto lengthAt = to.bytes.size() - sizeof(std::uint32_t);
-  to.align(alignmentOf(element.empty() ? 'y' : element.front()));
-  const auto start = to.bytes.size();
-  auto before = to.bytes.size() - 1;  // elements without a byte would have no end
-  for (std::int64_t i = 0; i < count && to.bytes.size() < kMaxBytes && to.bytes.size() > before; ++i) {
-    before = to.bytes.size();
-    writeAll(to, element, words, depth + 1);
-  }
-  to.setLength(lengthAt, start);
-}
-
-void write(Writer& to, std::string_view type, Words& words, int depth) {
-  switch (type.front()) {
-    case 'y':
-      return to.number(static_cast<std::uint8_t>(words.nextNumber()));
-    case 'n':
-    case 'q':
-      return to.number(static_cast<std::uint16_t>(words.nextNumber()));
-    case 'b':
-    case 'i':
-    case 'u':
-    case 'h':
-      return to.number(static_cast<std::uint32_t>(words.nextNumber()));
-    case 'x':
-    case 't':
-      return to.number(words.nextNumber());
-    case 'd':
-      return to.number(static_cast<double>(words.nextNumber()));
-    case 's':
-    case 'o':
-      return to.text(words.next());
-    case 'g':
-      return to.signature(words.next());
-    case 'a':
-      return writeArray(to, type.substr(1), words, depth);
-    case 'v': {
-      const auto contents = words.next();
-      to.signature(contents);
-      return writeAll(to, contents.substr(0, endOfType(contents, 0)), words, depth + 1);
-    }
-    case '(':
-    case '{':
-      to.align(8);
-      return writeAll(to, type.substr(1, std::max<std::size_t>(type.size(), 2) - 2), words, depth + 1);
-    default:
-      return;
-  }
-}
-
-void writeAll(Writer& to, std::string_view signature, Words& words, int depth) {
-  if (depth > kMaxDepth) return;
-  for (std::size_t at = 0; at < signature.size() && to.bytes.size() < kMaxBytes;) {
-    const auto end = endOfType(signature, at);
-    write(to, signature.substr(at, end - at), words, depth);
-    at = end;
-  }
-}
-
-/// The fields of a header.
-class Fields {
- public:
-  explicit Fields(Writer& to) : to_(to), lengthAt_(to.bytes.size()) {
-    to_.number(std::uint32_t{0});
-    start_ = to_.bytes.size();
-  }
-  Fields(const Fields&) = delete;
-  Fields& operator=(const Fields&) = delete;
-  ~Fields() {
-    to_.setLength(lengthAt_, start_);
-    to_.align(8);
-  }
-  void add(char field, const char* type, std::string_view value) {
-    if (value.empty()) return;
-    begin(field, type);
-    *type == 'g' ? to_.signature(value) : to_.text(value);
-  }
-  void add(char field, std::uint32_t value) {
-    begin(field, "u");
-    to_.number(value);
-  }
-
- private:
-  void begin(char field, const char* type) {
-    to_.align(8);
-    to_.bytes.push_back(field);
-    to_.signature(type);
-  }
-
-  Writer& to_;
-  std::size_t lengthAt_;
-  std::size_t start_ = 0;
+    Kind{"item", G_DBUS_MESSAGE_TYPE_METHOD_CALL, "/StatusNotifierItem", "org.kde.StatusNotifierItem"},
+    Kind{"menu", G_DBUS_MESSAGE_TYPE_METHOD_CALL, "/MenuBar", "com.canonical.dbusmenu"},
+    Kind{"item-properties", G_DBUS_MESSAGE_TYPE_METHOD_CALL, "/StatusNotifierItem", "org.freedesktop.DBus.Properties"},
+    Kind{"menu-properties", G_DBUS_MESSAGE_TYPE_METHOD_CALL, "/MenuBar", "org.freedesktop.DBus.Properties"},
+    Kind{"introspect", G_DBUS_MESSAGE_TYPE_METHOD_CALL, "/MenuBar", "org.freedesktop.DBus.Introspectable"},
+    Kind{"no-interface", G_DBUS_MESSAGE_TYPE_METHOD_CALL, "/StatusNotifierItem", nullptr},
+    Kind{"nowhere", G_DBUS_MESSAGE_TYPE_METHOD_CALL, "/", "com.canonical.dbusmenu"},
+    Kind{"bus", G_DBUS_MESSAGE_TYPE_SIGNAL, "/org/freedesktop/DBus", "org.freedesktop.DBus", "org.freedesktop.DBus"},
+    Kind{"reply", G_DBUS_MESSAGE_TYPE_METHOD_RETURN, nullptr, nullptr, "org.freedesktop.DBus"},
+    Kind{"error", G_DBUS_MESSAGE_TYPE_ERROR, nullptr, nullptr, "org.freedesktop.DBus"},
 };
 
 }  // namespace
@@ -184,7 +39,7 @@ std::string_view Words::next() {
   rest_.remove_prefix(std::min(rest_.find_first_not_of(kBlanks), rest_.size()));
   const auto word = rest_.substr(0, rest_.find_first_of(kBlanks));
   rest_.remove_prefix(word.size());
-  return word == R"("")" ? std::string_view() : word;
+  return word;
 }
 
 std::int64_t Words::nextNumber() {
@@ -195,36 +50,44 @@ std::int64_t Words::nextNumber() {
 }
 
 std::optional<Message> messageOf(std::string_view line, std::uint32_t serial) {
-  constexpr char kNoReplyExpected = 1;
-  constexpr char kVersion = 1;
   const bool isQuiet = line.starts_with('-');
   Words words(isQuiet ? line.substr(1) : line);
-  const auto word = words.next();
-  const auto* const kind = std::ranges::find(kKinds, word, &Kind::word);
+  const auto* const kind = std::ranges::find(kKinds, words.next(), &Kind::word);
   if (kind == kKinds.end()) return std::nullopt;
 
-  const bool isAnswer = kind->type == kReply || kind->type == kError;
-  const auto answered = isAnswer ? static_cast<std::uint32_t>(words.nextNumber()) : 0;
-  const auto name = kind->type == kReply ? std::string_view() : words.next();
-  const auto signature = words.next();
-  Writer body;
-  writeAll(body, signature, words, 0);
-
-  Writer message;
-  message.bytes = {'l', kind->type, isQuiet ? kNoReplyExpected : '\0', kVersion};
-  message.number(static_cast<std::uint32_t>(body.bytes.size()));
-  message.number(serial);
-  {
-    Fields fields(message);
-    fields.add(1, "o", kind->path);
-    fields.add(2, "s", kind->interface);
-    fields.add(kind->type == kError ? 4 : 3, "s", name);
-    if (isAnswer) fields.add(5, answered);
-    if (kind->type != kSignal) fields.add(6, "s", kItemName);
-    fields.add(7, "s", kind->sender);
-    fields.add(8, "g", signature);
+  const freedesktop::ObjectPointer<GDBusMessage> message(g_dbus_message_new());
+  g_dbus_message_set_message_type(message.get(), kind->type);
+  g_dbus_message_set_serial(message.get(), serial);
+  if (kind->path != nullptr) g_dbus_message_set_path(message.get(), kind->path);
+  if (kind->interface != nullptr) g_dbus_message_set_interface(message.get(), kind->interface);
+  g_dbus_message_set_sender(message.get(), kind->sender);
+  if (isQuiet) g_dbus_message_set_flags(message.get(), G_DBUS_MESSAGE_FLAGS_NO_REPLY_EXPECTED);
+  const bool isCall = kind->type == G_DBUS_MESSAGE_TYPE_METHOD_CALL;
+  const bool isError = kind->type == G_DBUS_MESSAGE_TYPE_ERROR;
+  if (isCall || kind->type == G_DBUS_MESSAGE_TYPE_SIGNAL) {
+    const std::string member(words.next());
+    if (g_dbus_is_member_name(member.c_str()) == FALSE) return std::nullopt;
+    g_dbus_message_set_member(message.get(), member.c_str());
+  } else {
+    g_dbus_message_set_reply_serial(message.get(), static_cast<std::uint32_t>(words.nextNumber()));
+    const std::string name(isError ? words.next() : "");
+    if (isError && g_dbus_is_error_name(name.c_str()) == FALSE) return std::nullopt;
+    if (isError) g_dbus_message_set_error_name(message.get(), name.c_str());
   }
-  return Message{message.bytes + body.bytes, kind->type == kCall && !isQuiet};
+  if (kind->type != G_DBUS_MESSAGE_TYPE_SIGNAL) g_dbus_message_set_destination(message.get(), kItemName.data());
+
+  auto text = words.rest();
+  if (g_utf8_validate_len(text.data(), text.size(), nullptr) == FALSE) text = "";
+  GVariant* const values = g_variant_parse(nullptr, text.data(), text.data() + text.size(), nullptr, nullptr);
+  const freedesktop::VariantPointer owned(values);
+  if (values != nullptr && g_variant_is_of_type(values, G_VARIANT_TYPE_TUPLE) != FALSE) {
+    g_dbus_message_set_body(message.get(), values);
+  }
+  gsize size = 0;
+  const std::unique_ptr<guchar, freedesktop::GFree> bytes(
+      g_dbus_message_to_blob(message.get(), &size, G_DBUS_CAPABILITY_FLAGS_NONE, nullptr));
+  if (!bytes) return std::nullopt;
+  return Message{std::string(reinterpret_cast<const char*>(bytes.get()), size), isCall && !isQuiet};
 }
 
 }  // namespace quill::fuzz

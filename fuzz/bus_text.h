@@ -7,12 +7,14 @@
 
 namespace quill::fuzz {
 
-/// A line as words, parted by blanks; "" is an empty one. Past the last one all are empty.
+/// A line as words, parted by blanks. Past the last one all are empty.
 class Words {
  public:
   explicit Words(std::string_view line) : rest_(line) {}
   std::string_view next();
   std::int64_t nextNumber();
+  /// What is behind the words taken so far.
+  std::string_view rest() const { return rest_; }
 
  private:
   std::string_view rest_;
@@ -27,10 +29,10 @@ struct Message {
 };
 
 /// A message as the bus hands it on, from a line of text that begins with one of the words in bus_text.cpp: a call
-/// is `[-]<to whom> <member> <signature> <values>`, with a minus where no answer is wanted; a signal is `<whose>
-/// <member> …`; what our own calls are answered with is `reply <serial> <signature> …` or `error <serial> <name> …`.
-/// Values are written as busctl takes them: an array begins with its length, a variant with its signature. Any
-/// line that begins so makes a message; values that are missing are 0 or empty.
+/// is `[-]<to whom> <member> <values>`, with a minus where no answer is wanted; a signal is `<whose> <member>
+/// <values>`; what our own calls are answered with is `reply <serial> <values>` or `error <serial> <name> <values>`.
+/// Values are a tuple in GVariant's text format; there are none where the text is anything else. Empty for what no bus
+/// passes on.
 std::optional<Message> messageOf(std::string_view line, std::uint32_t serial);
 
 }  // namespace quill::fuzz

@@ -41,12 +41,12 @@ void requireRoundTrip(const Records& records) {
   require(std::equal(records.begin(), records.end(), again->begin(), again->end(), isSame));
 }
 
-void requireSendable(const freedesktop::MenuEntry& entry) {
+void requireSendable(const freedesktop::MenuEntry& entry, freedesktop::PanelKind panel) {
   freedesktop::EntryProperties::all().forEach([&](freedesktop::EntryProperty property) {
-    const auto value = entry.value(property);
+    const auto value = entry.value(property, panel);
     if (!value) return;
     if (const auto* text = std::get_if<std::string>(&*value)) require(isSendable(*text));
-    if (const auto* keys = std::get_if<freedesktop::Shortcut>(&*value)) {
+    if (const auto* keys = std::get_if<freedesktop::KeyNames>(&*value)) {
       for (const auto& key : *keys) require(isSendable(key));
     }
   });
@@ -62,9 +62,13 @@ void readMenu(const std::string& text) {
   manager->createTray();
   manager->setMenuItems(*records);
   const auto menu = desktop.statusItem()->announcedMenu();
-  const freedesktop::MenuLayout layout(menu.get(), 1);
-  require(layout.entries().size() == records->size() + 1);
-  for (const auto& entry : layout.entries()) requireSendable(entry);
+  freedesktop::MenuHistory history;
+  history.show(menu.get());
+  const auto& entries = history.current().entries();
+  require(entries.size() == records->size() + 1);
+  for (const auto panel : {freedesktop::PanelKind::other, freedesktop::PanelKind::gnome}) {
+    for (const auto& entry : entries) requireSendable(entry, panel);
+  }
   for (const auto& line : memory::Environment::current().logged()) require(isWellFormed(line));
   memory::Environment::current().clear();
 }

@@ -323,6 +323,10 @@ class PanelSession:
         box = self.menu_box(picture)
         return OpenMenu(picture, box, text_rows(picture, box))
 
+    def dismiss_menu(self):
+        self.click(LEFT, self.aside)
+        self.wait_for_no_menu()
+
     def choose(self, menu, index):
         """Clicks an entry, counted from 0 without separators, and waits until the menu is gone."""
         self.click(LEFT, menu.entries[index].centre)

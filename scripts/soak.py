@@ -86,12 +86,13 @@ def say(text):
     print(f"soak: {text}", flush=True)
 
 
-def draw_icons(directory):
+def draw_icons(directory, side):
+    """As many as an animation has frames, no two of one shape."""
     files = []
     for number in range(FRAMES):
-        image = Image.new("RGBA", (44, 44))
-        ImageDraw.Draw(image).rectangle((8, 8, 8 + number, 35), fill="black")
-        files.append(directory / f"{number}.png")
+        image = Image.new("RGBA", (side, side))
+        ImageDraw.Draw(image).rectangle((side // 5, side // 5, side // 5 + number, side * 4 // 5), fill="black")
+        files.append(directory / f"{side}-{number}.png")
         image.save(files[-1])
         files[-1].chmod(0o644)
     return files
@@ -102,13 +103,33 @@ def menu(number):
     return "items " + json.dumps(entries)
 
 
+class Opened:
+    """The URLs that the user's handler for "quillsoak:" was started with, in a home where nothing else is."""
+
+    def __init__(self, data):
+        self.file = data / "opened"
+        applications = data / "applications"
+        applications.mkdir(parents=True)
+        (applications / "quill.soak.desktop").write_text(
+            "[Desktop Entry]\nType=Application\nName=Soak\nMimeType=x-scheme-handler/quillsoak;\n"
+            f"Exec=/bin/sh -c 'echo \"$0\" >>{self.file}' %u\n"
+        )
+        (applications / "mimeapps.list").write_text("[Default Applications]\nx-scheme-handler/quillsoak=quill.soak.desktop\n")
+
+    def open(self, host, url):
+        tell(host, f"open {url}")
+        wait_for(lambda: self.file.exists() and url in self.file.read_text().split(), f"opened {url}", pause=0.01)
+
+
 class Life:
     """Each step is done `count` times; what the host holds is compared after a first cycle and at the end."""
 
-    def __init__(self, host, log, icons):
+    def __init__(self, host, log, icons, frames, opened):
         self.host = host
         self.log = log
         self.icons = icons
+        self.frames = frames
+        self.opened = opened
 
     def repeat(self, count, command):
         for number in range(count):
@@ -120,8 +141,10 @@ class Life:
         self.repeat(counts["icon changes"], lambda number: f"icon {self.icons[number % FRAMES]}")
         self.repeat(counts["menu replacements"], lambda n: menu(n) if n % 2 else f"model Menu {n}")
         self.repeat(counts["status items"], lambda _: "create")
-        for icon in self.icons:
-            tell(self.host, f"frame {icon}")
+        for _ in range(counts["URLs"]):
+            self.opened.open(self.host, f"quillsoak:{time.monotonic_ns()}")
+        for frame in self.frames:
+            tell(self.host, f"frame {frame}")
         for _ in range(counts["animations"]):
             tell(self.host, "start")
             time.sleep((FRAMES + 1) * TICK)
@@ -132,23 +155,24 @@ class Life:
         first = Usage(self.host, self.log)
         self.cycle(counts)
         last = Usage(self.host, self.log)
-        say(", ".join(f"{count} {name}" for name, count in counts.items()) + f" of {FRAMES} frames")
+        say(", ".join(f"{count} {name}" for name, count in counts.items()) + f" of {FRAMES} frames of 512 px")
         say(f"after the first cycle: {first}; at the end: {last}")
         hold_against(first, last)
 
 
 def live_in_a_panel(build, quick):
-    counts = {"icon changes": 10_000, "menu replacements": 10_000, "status items": 1_000, "animations": 600}
+    counts = {"icon changes": 10_000, "menu replacements": 10_000, "status items": 1_000, "URLs": 300, "animations": 600}
     restarts = 100
     if quick:
         counts = {name: count // 100 for name, count in counts.items()}
         restarts = 3
     with PanelSession("xfce4-panel") as session:
-        icons = draw_icons(session.directory)
+        icons, frames = draw_icons(session.directory, 44), draw_icons(session.directory, 512)
+        opened = Opened(session.directory / "data")
         host = session.start_host([build / "tests/panel/panel_host"])
         tell(host, "create")
         log = Log(host, session.directory / "home")
-        Life(host, log, icons).live(counts)
+        Life(host, log, icons, frames, opened).live(counts)
         tell(host, f"icon {icons[5]}")
         session.wait_for_icon()
         before = Usage(host, log)
@@ -207,7 +231,7 @@ def outlive_watchers_and_buses(build, quick):
         bus = Bus(directory)
         daemon, watcher = bus.start_daemon(), bus.start_watcher()
         host = bus.spawn([str(build / "tests/panel/panel_host")])
-        for command in (menu(3), "create", f"icon {draw_icons(directory)[3]}"):
+        for command in (menu(3), "create", f"icon {draw_icons(directory, 44)[3]}"):
             tell(host, command)
         registrations(watcher)
         log = Log(host, directory)

@@ -7,19 +7,19 @@
 #include "log.h"
 #include "menu_items_json.h"
 #include "tray_manager.h"
-#include "utf8_text.h"
+#include "text.h"
 
 namespace quill {
 
 namespace {
 
-/// Bytes that break the contract (null, a negative count) are not touched and count as no image.
+/// Null and a negative count are no image.
 std::optional<Image> imageFromBytes(const std::uint8_t* bytes, std::intptr_t length) {
   if (!bytes || length <= 0) return std::nullopt;
   return decodeImage({bytes, static_cast<size_t>(length)});
 }
 
-/// Calls one operation while holding the manager.
+/// Calls an operation while holding a reference to the manager.
 template <typename... Parameters, typename... Arguments>
 void callShared(void (TrayManager::*operation)(Parameters...), Arguments&&... arguments) {
   const auto manager = TrayManager::shared();

@@ -4,9 +4,9 @@
 
 namespace quill {
 
-// What stands behind the exported functions: converts the arguments and calls one operation of
-// TrayManager::shared(), on the caller's thread. An argument that cannot be converted does not make
-// the tray manager come into being. Each may throw std::bad_alloc, and nothing else.
+// The bodies of the exported functions. Each converts its arguments and calls an operation of
+// TrayManager::shared() on the caller's thread. Arguments that cannot be converted do not create the tray
+// manager. Each may throw std::bad_alloc, and nothing else.
 
 void quillTrayManagerCreate();
 void quillTrayManagerSetMainIcon(const std::uint8_t* iconData, std::intptr_t iconLength);
@@ -18,7 +18,7 @@ void quillTrayManagerSetMenuPtr(const void* menuPtr);
 void quillTrayManagerSetClickCallback(void (*callback)());
 void quillTrayManagerSetMenuItemsJson(const char* jsonData);
 void quillTrayManagerSetMenuItemCallback(void (*callback)(const char*));
-/// Neither touches nor makes the tray manager.
+/// Does not create the tray manager.
 void quillTrayManagerOpenUrl(const char* urlString);
 
 }  // namespace quill

@@ -7,52 +7,46 @@ namespace quill {
 
 namespace {
 
-constexpr int kMaximumDepth = 512;  // of nested arrays and objects
+constexpr int kMaxDepth = 512;  // of nested arrays and objects
 
-// long double: a number that no double can hold must not spoil a text that ignores it.
+// With double, a number beyond its range would be refused even in a field that is ignored.
 using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double>;
 
-/// Reads the records while the text is parsed, without building a tree.
+/// Collects the records while the text is parsed. Each function returns false to refuse the text.
 class Reader final : public Json::json_sax_t {
  public:
   std::vector<TrayManager::MenuItemData> records;
 
-  bool null() override { return scalar(Value{}); }
-  bool boolean(bool value) override { return scalar(Value{.boolean = value}); }
-  bool number_integer(std::int64_t value) override { return number(static_cast<long double>(value)); }
-  bool number_unsigned(std::uint64_t value) override { return number(static_cast<long double>(value)); }
-  bool number_float(long double value, const std::string& /*text*/) override { return number(value); }
-  bool string(std::string& value) override { return scalar(Value{.text = std::move(value)}); }
+  bool null() override { return value({}); }
+  bool boolean(bool flag) override { return value({.boolean = flag}); }
+  bool number_integer(std::int64_t number) override { return number_float(static_cast<long double>(number), {}); }
+  bool number_unsigned(std::uint64_t number) override { return number_float(static_cast<long double>(number), {}); }
+  bool number_float(long double number, const std::string& /*text*/) override {
+    // 0 and 1 count as booleans.
+    return value(number == 0.0L || number == 1.0L ? Value{.boolean = number == 1.0L} : Value{});
+  }
+  bool string(std::string& text) override { return value({.text = std::move(text)}); }
   bool binary(Json::binary_t& /*value*/) override { return false; }
 
   bool start_object(std::size_t /*size*/) override {
-    if (depth_ == 0 || ++depth_ > kMaximumDepth) return false;
-    if (depth_ == 2) {
-      fields_ = {};
-    } else if (depth_ == 3) {
-      assign({});
-    }
-    return true;
+    if (depth_ == kInList) fields_ = {};
+    return depth_ > 0 && open();
   }
   bool end_object() override {
-    if (depth_-- == 2 && fields_.id.text && fields_.title.text) {
+    if (--depth_ == kInList && fields_.id.text && fields_.title.text) {
       records.push_back({std::move(*fields_.id.text), std::move(*fields_.title.text),
                          fields_.enabled.boolean.value_or(true),
                          std::move(fields_.keyEquivalent.text).value_or(std::string())});
     }
     return true;
   }
-  bool start_array(std::size_t /*size*/) override {
-    if (depth_ == 1 || ++depth_ > kMaximumDepth) return false;
-    if (depth_ == 3) assign({});
-    return true;
-  }
+  bool start_array(std::size_t /*size*/) override { return depth_ != kInList && open(); }
   bool end_array() override {
     --depth_;
     return true;
   }
   bool key(std::string& name) override {
-    if (depth_ != 2) return true;
+    if (depth_ != kInItem) return true;
     field_ = name == "id"              ? &fields_.id
              : name == "title"         ? &fields_.title
              : name == "enabled"       ? &fields_.enabled
@@ -66,7 +60,10 @@ class Reader final : public Json::json_sax_t {
   }
 
  private:
-  /// A value as far as it can matter; neither set: null, a number or something nested.
+  static constexpr int kInList = 1;
+  static constexpr int kInItem = 2;
+
+  /// A string or a boolean; neither for any other value.
   struct Value {
     std::optional<std::string> text{};
     std::optional<bool> boolean{};
@@ -75,22 +72,18 @@ class Reader final : public Json::json_sax_t {
     Value id, title, enabled, keyEquivalent;
   };
 
-  bool number(long double value) {
-    // A number counts as a boolean where it is exactly one.
-    if (value == 0.0L || value == 1.0L) return scalar(Value{.boolean = value == 1.0L});
-    return scalar(Value{});
+  /// Of a key that is given twice, the last value counts.
+  bool value(Value value) {
+    if (depth_ == kInItem && field_) *field_ = std::move(value);
+    return depth_ >= kInItem;
   }
-  bool scalar(Value value) {
-    if (depth_ < 2) return false;  // the top level is an array, and its elements are objects
-    if (depth_ == 2) assign(std::move(value));
-    return true;
-  }
-  /// The last value counts where a key stands twice.
-  void assign(Value value) {
-    if (field_) *field_ = std::move(value);
+  /// The beginning of an array or object.
+  bool open() {
+    if (depth_ == kInItem) value({});
+    return ++depth_ <= kMaxDepth;
   }
 
-  int depth_ = 0;  // 1: in the list, 2: in an item, more: in something that is ignored
+  int depth_ = 0;
   Fields fields_;
   Value* field_ = nullptr;
 };

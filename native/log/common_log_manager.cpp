@@ -15,10 +15,10 @@ const std::shared_ptr<CommonLogManager>& CommonLogManager::shared() {
 }
 
 std::shared_ptr<CommonLogManager> CommonLogManager::make(Environment& environment) {
-  struct Makeable : CommonLogManager {
-    explicit Makeable(Environment& its) : CommonLogManager(its) {}
+  struct Access : CommonLogManager {  // make_shared needs a public constructor
+    explicit Access(Environment& environment) : CommonLogManager(environment) {}
   };
-  return std::make_shared<Makeable>(environment);
+  return std::make_shared<Access>(environment);
 }
 
 CommonLogManager::CommonLogManager(Environment& environment)
@@ -52,7 +52,7 @@ void CommonLogManager::append(const std::string& line, std::string home) try {
   if (const auto error = environment_.append(*file, line, missing, flush)) {
     reportFailure(exists ? "无法打开日志文件" : "无法创建日志文件", error);
   }
-} catch (const std::bad_alloc&) {  // not stored, as on a full disk
+} catch (const std::bad_alloc&) {  // the line is not stored
 }
 
 void CommonLogManager::reportFailure(std::string_view what, const std::error_code& error) {

@@ -4,8 +4,8 @@
 
 namespace quill {
 
-// Each hands its message to the process's log under its own level. Any thread; returns before the
-// line is in the file; nothing that fails reaches the caller.
+// Log a message under the level of the function's name. Any thread. They return before the line is in the
+// file, and no failure reaches the caller.
 
 void logInfo(std::string_view message, std::string_view module = "Native");
 void logWarning(std::string_view message, std::string_view module = "Native");

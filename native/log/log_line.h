@@ -6,7 +6,7 @@
 
 namespace quill {
 
-/// One message as it is written down. Texts are taken as they are: nothing is padded, trimmed or escaped.
+/// A message as it is written; its texts are not changed.
 class LogLine {
  public:
   LogLine(std::chrono::local_time<std::chrono::milliseconds> time, std::string_view level, std::string_view module,

@@ -7,20 +7,19 @@ namespace quill {
 
 struct MenuItem;
 
-/// The name of an operation that a platform object sends, such as "handleMenuItemAction:".
-/// Points at a string literal. Empty: no action.
+/// The name of an operation, such as "handleMenuItemAction:". A string literal; empty for no action.
 using Selector = std::string_view;
 
-/// Something that can be sent an action by name. Main thread.
+/// An object whose operations are called by name. Main thread.
 class Responder {
  public:
   virtual ~Responder() = default;
-  /// Runs the operation called `selector`; `sender` is the chosen menu item, or null for a button.
-  /// False: there is no operation of that name, and nothing was done.
+  /// Runs the operation `selector`. `sender` is the chosen menu item, or null for a button. False if there is no such
+  /// operation.
   virtual bool perform(Selector selector, const MenuItem* sender) = 0;
 };
 
-/// Whom to tell, and what. The target is not owned.
+/// What to call on which object, which is not owned.
 struct Action {
   Selector selector;
   std::weak_ptr<Responder> target;

@@ -5,10 +5,8 @@
 
 namespace quill {
 
-/// The light or dark look of the interface.
 enum class Appearance { light, dark };
 
-/// Mouse events, with the platform's numbers.
 enum class EventType : int {
   leftMouseDown = 1,
   leftMouseUp = 2,
@@ -25,7 +23,7 @@ using EventMask = std::uint64_t;
 
 constexpr EventMask maskOf(EventType type) { return EventMask{1} << static_cast<int>(type); }
 
-/// What the host's application object tells; written by the desktop, read by the core. Main thread.
+/// What is known of the host's application. Written by the desktop. Main thread.
 struct Application {
   std::optional<Event> currentEvent;
   Appearance effectiveAppearance = Appearance::light;

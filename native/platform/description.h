@@ -1,12 +1,17 @@
 #pragma once
 
+#include <array>
+#include <cstdio>
 #include <string>
-#include <string_view>
 
 namespace quill {
 
-/// One line that identifies an object in the log: `<TypeName: 0x7f…>`.
-std::string describeObject(std::string_view typeName, const void* object);
+/// One line that identifies an object in the log: `<TypeName: 0x7f…>`, with `details` before the ">".
+inline std::string describeObject(const char* typeName, const void* object, const std::string& details = {}) {
+  std::array<char, 32> address{};
+  std::snprintf(address.data(), address.size(), "%p", object);
+  return std::string("<") + typeName + ": " + address.data() + details + ">";
+}
 
 /// The description of an object that may be missing; `nil` where it is.
 template <typename Pointer>

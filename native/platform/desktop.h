@@ -10,11 +10,11 @@
 
 namespace quill {
 
-/// The one seam between the library and the machine's desktop. Main thread, unless said otherwise.
+/// What the library needs of the desktop. Main thread, unless said otherwise.
 class Desktop {
  public:
-  /// The desktop of this process, made on first use and never destroyed. Defined by the one desktop
-  /// that is linked in. Any thread.
+  /// The process's desktop, made on first use and never destroyed. Defined by the one desktop that is linked
+  /// in. Any thread.
   static Desktop& current();
 
   Desktop() = default;
@@ -26,23 +26,22 @@ class Desktop {
   std::optional<Application> application;
 
   virtual MainQueue& mainQueue() = 0;
-  /// A further place in the bar; null where this machine has none.
+  /// A further item in the bar; null if there can be none.
   virtual std::shared_ptr<StatusItem> makeStatusItem(double length) = 0;
-  /// Brings the platform's own views, where it has any, up to date with `group` and what is in it, soon. Any thread.
+  /// Brings the desktop's own views, where it has any, up to date with `group` and its subviews, soon. Any thread.
   virtual void present(std::shared_ptr<View> group) = 0;
-  /// Turns a template image's picture into the form that the bar reads, once; what was decoded goes with
-  /// the last image that still holds it. Any thread.
+  /// Replaces the template image's picture by the form that the bar reads. Any thread.
   virtual void prepare(Image& image) = 0;
-  /// A host's own menu object as a menu that follows it and keeps it alive; null for a null pointer
-  /// and for what the platform can tell is no menu.
+  /// A menu that follows a menu object of the host and keeps that alive. Null for a null pointer and for an object of
+  /// another type.
   virtual std::shared_ptr<Menu> adoptMenu(const void* menu) = 0;
-  /// Hands the URL to the user's default handler for its scheme, without waiting for it. Any thread.
+  /// Opens the URL with the default handler for its scheme, without waiting for it. Any thread.
   virtual void openUrl(const Url& url) = 0;
-  /// Asks the application to end; it may refuse.
+  /// Asks the application to quit; it may refuse.
   virtual void terminate() = 0;
 
-  /// What a mouse event on `item` does: the button sends its action where its mask holds the event,
-  /// which is the application's current one meanwhile.
+  /// A mouse event on `item`: the button sends its action if its mask has the event, which is the application's current
+  /// event meanwhile.
   void deliver(EventType type, const StatusItem& item);
 };
 

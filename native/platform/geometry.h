@@ -2,7 +2,7 @@
 
 namespace quill {
 
-/// Positions and sizes in points. Whether y grows upwards or downwards is the view's own choice.
+/// A position in points. In a status item's button, y grows downwards.
 struct Point {
   double x = 0.0;
   double y = 0.0;

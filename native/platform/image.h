@@ -7,21 +7,21 @@
 #include <utility>
 #include <vector>
 
+#include "description.h"
 #include "geometry.h"
 
 namespace quill {
 
-/// A decoded picture, in whatever form a desktop keeps it. Not changed once an image holds it.
+/// A decoded picture in the form that a desktop keeps. Not changed once an image holds it.
 struct Picture {
   virtual ~Picture() = default;
 
-  // The size of the picture as it was decoded, in pixels, whatever is kept of it.
+  // Size in pixels as decoded; a desktop may keep fewer.
   int width = 0;
   int height = 0;
 };
 
-/// The form that decoders give: rows from the top, 4 bytes a pixel (red, green, blue, alpha), alpha not
-/// premultiplied; `rgba` holds width × height × 4 bytes.
+/// What decoders return: rows from the top, 4 bytes a pixel (red, green, blue, alpha; not premultiplied).
 struct Pixels : Picture {
   Pixels() = default;
   Pixels(int pixelsWide, int pixelsHigh, std::pmr::vector<std::uint8_t> bytes) : rgba(std::move(bytes)) {
@@ -29,7 +29,7 @@ struct Pixels : Picture {
     height = pixelsHigh;
   }
 
-  std::pmr::vector<std::uint8_t> rgba;
+  std::pmr::vector<std::uint8_t> rgba;  ///< width × height × 4 bytes
 };
 
 /// A cheap value: copies share the picture, while size and template flag belong to each copy.
@@ -39,9 +39,9 @@ class Image {
   Image(std::shared_ptr<const Picture> picture, Size size) : picture_(std::move(picture)), size_(size) {}
 
   const std::shared_ptr<const Picture>& picture() const { return picture_; }
-  /// Puts the same picture in another form, for this copy alone.
+  /// Replaces this copy's picture, by the same one in another form.
   void setPicture(std::shared_ptr<const Picture> picture) { picture_ = std::move(picture); }
-  /// The picture where it has the form that decoders give, else null.
+  /// The picture as decoded; null once a desktop has replaced it.
   const Pixels* pixels() const { return dynamic_cast<const Pixels*>(picture_.get()); }
 
   Size size() const { return size_; }
@@ -52,7 +52,10 @@ class Image {
   /// Whether both show the same picture in the same way; pictures are compared by identity.
   bool operator==(const Image& other) const = default;
 
-  std::string description() const;
+  std::string description() const {
+    const auto pixels = std::to_string(picture_->width) + "x" + std::to_string(picture_->height);
+    return describeObject("Image", picture_.get(), " " + pixels + " pixels");
+  }
 
  private:
   std::shared_ptr<const Picture> picture_;

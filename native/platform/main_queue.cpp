@@ -5,19 +5,18 @@
 namespace quill {
 
 void MainQueue::runAndWait(std::function<void()> work) {
-  // A queue that drops the work instead of running it destroys the task, which ends the wait too.
+  // A queue that is destroyed destroys the task, which ends the wait too.
   auto task = std::make_shared<std::packaged_task<void()>>(std::move(work));
   auto finished = task->get_future();
   post([task = std::move(task)] { (*task)(); });
   try {
     finished.get();
-  } catch (const std::future_error&) {  // dropped
+  } catch (const std::future_error&) {  // destroyed
   }
 }
 
 std::chrono::nanoseconds nextDue(std::chrono::nanoseconds start, std::chrono::nanoseconds period,
                                  std::chrono::nanoseconds now) {
-  if (now < start) return start + period;
   return start + ((now - start) / period + 1) * period;
 }
 

@@ -6,11 +6,11 @@
 
 namespace quill {
 
-/// A repeating call on the main thread; it ends with the object at the latest.
+/// A repeating call on the main thread, which ends when the object is destroyed.
 class Timer {
  public:
   virtual ~Timer() = default;
-  /// Ends it for good: no tick comes after this. Also from inside its own tick.
+  /// No tick comes after this. May be called from a tick.
   virtual void invalidate() = 0;
 };
 
@@ -22,16 +22,15 @@ class MainQueue {
   virtual bool isCurrent() const = 0;
   /// Runs `work` on the main thread, later, in the order of posting. Any thread.
   virtual void post(std::function<void()> work) = 0;
-  /// Calls `tick` every `period`, first one period from now, also while a menu is open. Main thread.
-  /// Ticks lie on the grid start + k × period (see nextDue).
+  /// Calls `tick` every `period` (see nextDue), first one period from now, also while a menu is open. Main thread.
   virtual std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) = 0;
 
-  /// Posts `work` and waits until it has run; what it throws is thrown here. Not from the main thread.
+  /// Posts `work` and waits until it has run. What it throws is thrown here. Not from the main thread.
   void runAndWait(std::function<void()> work);
 };
 
-/// The first point of the grid start + k × period (k = 1, 2, …) that lies after `now`: a late tick
-/// does not move the ones after it, and ticks that were missed are not made up.
+/// When the next tick of a timer made at `start` is due: at the first start + k × period after `now`. So a late tick
+/// does not delay the following ones, and missed ticks are skipped.
 std::chrono::nanoseconds nextDue(std::chrono::nanoseconds start, std::chrono::nanoseconds period,
                                  std::chrono::nanoseconds now);
 

@@ -1,7 +1,5 @@
 #include "menu.h"
 
-#include "description.h"
-
 namespace quill {
 
 std::shared_ptr<MenuItem> MenuItem::make(std::string title, Selector action, std::string keyEquivalent) {
@@ -25,7 +23,5 @@ bool MenuItem::isChoosable() const {
 void MenuItem::choose() const {
   if (isChoosable()) action.send(this);
 }
-
-std::string Menu::description() const { return describeObject("Menu", this); }
 
 }  // namespace quill

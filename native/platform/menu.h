@@ -10,6 +10,7 @@
 
 #include "action.h"
 #include "application.h"
+#include "description.h"
 
 namespace quill {
 
@@ -20,10 +21,10 @@ struct Font {
   double size = 0.0;
   bool operator==(const Font&) const = default;
 };
-constexpr double kDefaultMenuFontSize = 0.0;  ///< lets the platform choose
-constexpr double kSystemFontSize = 13.0;      ///< the system font's size in points
+constexpr double kDefaultMenuFontSize = 0.0;  ///< the desktop's default
+constexpr double kSystemFontSize = 13.0;      ///< points
 
-/// Keys held together with a key equivalent; the values are the platform's bits.
+/// Keys held together with a key equivalent.
 struct ModifierFlags {
   std::uint64_t rawValue = 0;
   bool operator==(const ModifierFlags&) const = default;
@@ -43,11 +44,11 @@ struct AttributedTitle {
 
 enum class ToggleType { none, check, radio };
 
-/// How an entry of a menu looks. All text is well-formed UTF-8 and may hold U+0000.
+/// How a menu item looks. All text is well-formed UTF-8 and may hold U+0000.
 struct MenuItemLook {
   std::string title;
-  std::optional<std::size_t> mnemonic;  ///< byte of the title before which the access key's character begins
-  std::string iconName;                 ///< of an icon theme; empty: none
+  std::optional<std::size_t> mnemonic;  ///< offset in bytes of the access key's character in the title
+  std::string iconName;                 ///< in the icon theme; empty: none
   std::string keyEquivalent;
   ModifierFlags keyEquivalentModifierMask = kCommand;
   bool isSeparator = false;
@@ -56,25 +57,25 @@ struct MenuItemLook {
   bool operator==(const MenuItemLook&) const = default;
 };
 
-/// One entry of a menu. Main thread.
+/// An item of a menu. Main thread.
 struct MenuItem : MenuItemLook {
   Action action;  ///< shown disabled while its selector is empty
   bool enabled = true;
-  std::any representedObject;  ///< whatever the action needs in order to tell items apart
+  std::any representedObject;  ///< what the action needs to tell items apart
   std::optional<AttributedTitle> attributedTitle;
   std::shared_ptr<Menu> submenu;
 
   static std::shared_ptr<MenuItem> make(std::string title, Selector action, std::string keyEquivalent);
   static std::shared_ptr<MenuItem> separator();
 
-  /// Whether the user can choose it: enabled, and with someone to tell or a submenu to open.
+  /// Whether the user can choose it: enabled, and with a submenu or an action with a live target.
   bool isChoosable() const;
-  /// What a user's choice does: sends the action; nothing where the item cannot be chosen.
+  /// The user's choice: sends the action if the item can be chosen.
   void choose() const;
 };
 
-/// An ordered list of entries and the look they share. A host's own menu derives from it and
-/// answers for its entries as they are now. Main thread.
+/// An ordered list of items and the look they share. Derived classes show a menu that lives in the host. Main
+/// thread.
 class Menu {
  public:
   using Items = std::vector<std::shared_ptr<MenuItem>>;
@@ -88,22 +89,20 @@ class Menu {
   double minimumWidth = 0.0;  ///< points
   std::optional<Appearance> appearance;
 
-  /// The entries as they are now. To answer, a menu that lives outside may call the host, which may call
-  /// anything of this library: keep a reference to the menu meanwhile. The list is the caller's own, so that
-  /// it stays whole whatever the host does to the menu.
+  /// A copy of the current list. A host's menu may call the host for it, and the host any function of this
+  /// library: the caller holds a reference to the menu meanwhile.
   virtual Items items() const { return items_; }
   void addItem(std::shared_ptr<MenuItem> item) { items_.push_back(std::move(item)); }
 
-  /// Called after entries of a menu that lives outside changed; one handler, empty for none.
+  /// Called after items of a host's menu changed. One handler; empty for none.
   void setChangeHandler(std::function<void()> handler) { changeHandler_ = std::move(handler); }
 
-  /// For a menu that lives outside: takes over font, minimum width, appearance and attributed titles as they are now.
+  /// Called after font, minimum width, appearance or attributed titles were set. A host's menu takes them over.
   virtual void lookChanged() {}
 
-  virtual std::string description() const;
+  virtual std::string description() const { return describeObject("Menu", this); }
 
  protected:
-  /// For a menu that lives outside: tells that its entries changed.
   void announceChange() {
     if (changeHandler_) changeHandler_();
   }

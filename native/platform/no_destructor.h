@@ -8,14 +8,14 @@
 
 namespace quill {
 
-/// Held while an object of the whole process is made. A fork waits for it, so that a child never
-/// finds such an object half made, with no thread left to finish it.
+/// Held while a NoDestructor makes its object, and by fork(2): a child must not find an object that a thread of its
+/// parent had half made.
 struct FirstUse {
   static inline std::mutex mutex;
 };
 
-/// Storage for a static object that outlives every exit handler and static destructor: it is made
-/// by its first user and never destroyed, and stays reachable for leak checkers. Any thread.
+/// Storage for a static object that is made by its first user and never destroyed, so that exit handlers and static
+/// destructors may use it. Any thread.
 template <typename Object>
 class NoDestructor {
  public:
@@ -23,12 +23,13 @@ class NoDestructor {
   NoDestructor(const NoDestructor&) = delete;
   NoDestructor& operator=(const NoDestructor&) = delete;
 
-  /// `make` runs for the first caller only, and must not use another object that is not made yet.
+  /// `make` runs for the first caller only, and must not make another such object.
   template <typename Make>
   Object& get(Make make) {
     if (auto* const object = object_.load(std::memory_order_acquire)) return *object;
     const std::lock_guard lock(FirstUse::mutex);
     if (object_.load(std::memory_order_relaxed) == nullptr) {
+      // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): never destroyed
       object_.store(::new (static_cast<void*>(storage_)) Object(make()), std::memory_order_release);
     }
     return *object_.load(std::memory_order_relaxed);

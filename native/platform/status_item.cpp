@@ -2,19 +2,7 @@
 
 #include <utility>
 
-#include "description.h"
-
 namespace quill {
-
-void StatusBarButton::setNeedsDisplay(bool needsDisplay) {
-  if (needsDisplay) changed();
-}
-
-void StatusBarButton::changed() {
-  if (onChange_) onChange_();
-}
-
-std::string StatusBarButton::description() const { return describeObject("StatusBarButton", this); }
 
 StatusItem::StatusItem(double length, MainQueue& queue, std::unique_ptr<StatusItemPresenter> presenter)
     : length_(length), queue_(queue), presenter_(std::move(presenter)) {}
@@ -35,9 +23,6 @@ std::shared_ptr<StatusItem> StatusItem::make(double length, MainQueue& queue,
   return item;
 }
 
-// The menu keeps its change handler: by now it may be that of another item, and ours holds this one weakly.
-StatusItem::~StatusItem() = default;
-
 void StatusItem::setVisible(bool visible) {
   if (visible_ == visible) return;
   visible_ = visible;
@@ -45,7 +30,7 @@ void StatusItem::setVisible(bool visible) {
 }
 
 void StatusItem::announceMenu(std::shared_ptr<Menu> menu) {
-  // Goes last: its end may call the host, and the host may announce another menu.
+  // Destroyed last: this may call the host, which may announce another menu.
   const auto before = std::exchange(announcedMenu_, std::move(menu));
   if (before) before->setChangeHandler({});
   if (announcedMenu_) {
@@ -66,7 +51,5 @@ void StatusItem::changed() {
     }
   });
 }
-
-std::string StatusItem::description() const { return describeObject("StatusItem", this); }
 
 }  // namespace quill

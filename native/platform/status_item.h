@@ -7,6 +7,7 @@
 
 #include "action.h"
 #include "application.h"
+#include "description.h"
 #include "main_queue.h"
 #include "menu.h"
 #include "view.h"
@@ -24,7 +25,7 @@ constexpr double kRequiredLayoutPriority = 1000.0;
 enum class ImagePosition : int { none = 0, imageOnly = 1 };
 enum class Orientation : int { horizontal = 0, vertical = 1 };
 
-/// The part of a status item that shows the icon and takes the clicks. Main thread.
+/// The part of a status item that shows the icon and receives the clicks. Main thread.
 class StatusBarButton : public View {
  public:
   /// `onChange` is called after every change of what can be seen.
@@ -38,7 +39,15 @@ class StatusBarButton : public View {
   void setBordered(bool bordered) { assign(bordered_, bordered); }
   bool isTransparent() const { return transparent_; }
   void setTransparent(bool transparent) { assign(transparent_, transparent); }
-  void setNeedsDisplay(bool needsDisplay);
+  void setNeedsDisplay(bool needsDisplay) {
+    if (needsDisplay) changed();
+  }
+  /// The icon alone, without a frame around it.
+  void showImageOnly() {
+    setImagePosition(ImagePosition::imageOnly);
+    setBordered(false);
+    setTransparent(false);
+  }
 
   double contentHuggingPriority(Orientation orientation) const { return hugging_[static_cast<int>(orientation)]; }
   void setContentHuggingPriority(double priority, Orientation orientation) {
@@ -51,10 +60,12 @@ class StatusBarButton : public View {
   void setTarget(std::weak_ptr<Responder> target) { action_.target = std::move(target); }
   void setAction(Selector selector) { action_.selector = selector; }
 
-  std::string description() const;
+  std::string description() const { return describeObject("StatusBarButton", this); }
 
  protected:
-  void changed() override;
+  void changed() override {
+    if (onChange_) onChange_();
+  }
 
  private:
   std::function<void()> onChange_;
@@ -62,23 +73,23 @@ class StatusBarButton : public View {
   ImagePosition imagePosition_ = ImagePosition::none;
   bool bordered_ = true;
   bool transparent_ = false;
-  double hugging_[2] = {250.0, 250.0};  // the platform's low default
+  double hugging_[2] = {250.0, 250.0};
   EventMask actionMask_ = maskOf(EventType::leftMouseUp);
   Action action_;
 };
 
-/// Shows one status item; made by a desktop, owned by the item. Main thread.
+/// Shows one status item. Made by a desktop, owned by the item. Main thread.
 class StatusItemPresenter {
  public:
   virtual ~StatusItemPresenter() = default;
-  /// Brings the bar up to date with the whole item. At most once a turn of the main loop, however
-  /// many of its settings changed.
+  /// Brings the bar up to date with the whole item. Called once a turn of the main loop, however many
+  /// settings changed.
   virtual void present(const StatusItem& item) = 0;
-  /// Opens `menu` at a place in the button's own coordinates.
+  /// Opens `menu` at a point of the button, whose origin is its upper left corner.
   virtual void popUp(const Menu& menu, Point at) = 0;
 };
 
-/// One place in the system bar, given back when the object goes. Main thread.
+/// One item in the system bar, removed when the object is destroyed. Main thread.
 class StatusItem : public std::enable_shared_from_this<StatusItem> {
  public:
   /// `queue` must outlive the item. An item without a button shows nothing and takes no clicks.
@@ -86,22 +97,21 @@ class StatusItem : public std::enable_shared_from_this<StatusItem> {
                                           std::unique_ptr<StatusItemPresenter> presenter, bool withButton = true);
   StatusItem(const StatusItem&) = delete;
   StatusItem& operator=(const StatusItem&) = delete;
-  ~StatusItem();
 
   double length() const { return length_; }
   bool isVisible() const { return visible_; }
   void setVisible(bool visible);
-  /// Null where the machine gave none.
+  /// Null for an item without a button.
   const std::shared_ptr<StatusBarButton>& button() const { return button_; }
 
-  /// Tells which menu a right click would pop up, before anyone clicks: many bars open a menu that
-  /// they have read earlier. The item follows its changes. Null: none.
+  /// Tells the bar which menu a right click opens, as many bars read a menu before anyone clicks. The
+  /// item follows the menu's changes. Null: none.
   void announceMenu(std::shared_ptr<Menu> menu);
   const std::shared_ptr<Menu>& announcedMenu() const { return announcedMenu_; }
 
   void popUp(const Menu& menu, Point at) { presenter_->popUp(menu, at); }
 
-  std::string description() const;
+  std::string description() const { return describeObject("StatusItem", this); }
 
  protected:
   StatusItem(double length, MainQueue& queue, std::unique_ptr<StatusItemPresenter> presenter);

@@ -5,13 +5,19 @@
 
 namespace quill {
 
-// Of well-formed UTF-8, by the rules of no particular language: a host in a Turkish locale must not change what "shift"
-// means. Defined once a platform. Any thread.
+// Defined by each platform, with its own Unicode library. Any thread.
 
-/// Full case mapping: the text may grow.
+/// `text` with U+FFFD in place of each ill-formed sequence of UTF-8.
+std::string utf8Text(const char* text);
+
+// Of well-formed UTF-8, independent of the locale: in a Turkish one, "shift" in upper case is not "SHIFT".
+
+/// Full case mappings: the text may grow.
 std::string lowerCase(std::string_view text);
 std::string upperCase(std::string_view text);
-/// Whether it is one character as users see it, an extended grapheme cluster.
+/// Without blanks at both ends: tabs, and Unicode's space separators.
+std::string trim(std::string_view text);
+/// Whether it is what a user sees as one character: one extended grapheme cluster.
 bool isSingleGrapheme(std::string_view text);
 
 }  // namespace quill

@@ -18,7 +18,7 @@ bool isEscape(std::string_view text) {
 
 }  // namespace
 
-std::string escapeUrl(std::string_view text) {
+std::string percentEncode(std::string_view text) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
   // All that RFC 3986 gives a place to.
   constexpr std::string_view kPunctuation = "-._~:/?#[]@!$&'()*+,;=";

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -28,15 +29,13 @@ using AutoresizingMask = std::uint32_t;
 constexpr AutoresizingMask kWidthSizable = 2;
 constexpr AutoresizingMask kHeightSizable = 16;
 
-enum class OrderingMode : int { below = -1, above = 1 };
-
 /// What a desktop made of a view in order to show it, kept with the view.
 class ViewRendering {
  public:
   virtual ~ViewRendering() = default;
 };
 
-/// A rectangle on screen, or one day. A view inside another is owned by it. Main thread.
+/// A rectangle that can be shown on screen. Owns its subviews. Main thread.
 class View {
  public:
   explicit View(Rect frame) : frame_(frame) {}
@@ -55,14 +54,17 @@ class View {
   void setAutoresizingMask(AutoresizingMask mask) { autoresizingMask_ = mask; }
 
   void setWantsLayer(bool wantsLayer) { layer_ = wantsLayer ? layer_.value_or(Layer{}) : std::optional<Layer>(); }
-  /// Null for a view that has no layer of its own.
+  /// Null for a view without a layer.
   Layer* layer() { return layer_ ? &*layer_ : nullptr; }
 
-  /// From the lowest to the topmost.
+  /// From bottom to top.
   const std::vector<std::shared_ptr<View>>& subviews() const { return subviews_; }
   void addSubview(std::shared_ptr<View> view) { subviews_.push_back(std::move(view)); }
-  /// Puts `view` right above or below `sibling`; on top or at the bottom where that is no subview.
-  void addSubview(std::shared_ptr<View> view, OrderingMode place, const View* sibling);
+  /// Puts `view` right above `sibling`, or on top if that is no subview.
+  void addSubviewAbove(std::shared_ptr<View> view, const std::shared_ptr<View>& sibling) {
+    const auto below = std::find(subviews_.begin(), subviews_.end(), sibling);
+    subviews_.insert(below == subviews_.end() ? below : below + 1, std::move(view));
+  }
 
   /// Null where no desktop made any.
   const std::shared_ptr<ViewRendering>& rendering() const { return rendering_; }
@@ -72,6 +74,7 @@ class View {
   /// Called after every change of what can be seen.
   virtual void changed() {}
 
+  /// Sets `member`; calls changed() if that made a difference.
   template <typename Value>
   void assign(Value& member, const Value& value) {
     if (member == value) return;

@@ -14,7 +14,7 @@ void TrayManager::handleClick() {
     const auto target = button();
     if (!menu || !target) return;
     menu->appearance = effectiveAppearance();
-    // The lower left corner of the button, in whose coordinates y grows downwards.
+    // The button's lower left corner: y grows downwards.
     statusItem->popUp(*menu, {0.0, target->bounds().size.height});
     return;
   }

@@ -4,18 +4,7 @@
 
 namespace quill {
 
-namespace {
-
 constexpr std::chrono::milliseconds kTickInterval{35};
-
-/// A button that is its image and nothing else.
-void showImageOnly(StatusBarButton& button) {
-  button.setImagePosition(ImagePosition::imageOnly);
-  button.setBordered(false);
-  button.setTransparent(false);
-}
-
-}  // namespace
 
 void TrayManager::onMainThread(const std::function<void(TrayManager&)>& body) {
   auto& queue = desktop_.mainQueue();
@@ -53,7 +42,7 @@ void TrayManager::startAnimationSync() {
     isAnimating = false;
     return;
   }
-  showImageOnly(*target);
+  target->showImageOnly();
   target->setImage(animationFrames.front());
   logDebug("[TrayManager] 设置动画第一帧，图像: " + animationFrames.front().description(), kLogModule);
   target->setHidden(false);
@@ -71,7 +60,7 @@ void TrayManager::stopAnimation() {
 }
 
 void TrayManager::stopAnimationSync() {
-  const auto self = shared_from_this();  // the timer may hold the last other reference
+  const auto self = shared_from_this();  // the timer may hold the only other reference
   isAnimating = false;
   if (animationTimer) animationTimer->invalidate();
   animationTimer = nullptr;
@@ -86,7 +75,7 @@ void TrayManager::stopAnimationSync() {
     return;
   }
   target->setImage(*mainIcon);
-  showImageOnly(*target);
+  target->showImageOnly();
   target->setNeedsDisplay(true);
   logInfo("[TrayManager] 动画已停止，恢复按钮主图标", kLogModule);
 }

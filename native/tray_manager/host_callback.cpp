@@ -1,5 +1,7 @@
 #include "host_callback.h"
 
+#include <cxxabi.h>
+
 #include <cstdlib>
 #include <exception>
 #include <memory>
@@ -8,31 +10,35 @@
 
 #include "log.h"
 #include "tray_manager.h"
-#include "utf8_text.h"
+#include "text.h"
 
 namespace quill {
 
 namespace {
 
-/// The name of a type as its source has it.
+/// The name of a type as in source code.
 std::string readableName(const std::type_info& type) {
   const std::unique_ptr<char, decltype(&std::free)> name(abi::__cxa_demangle(type.name(), nullptr, nullptr, nullptr),
                                                          &std::free);
-  return name ? name.get() : "unknown";
+  return name ? utf8Text(name.get()) : "unknown";
 }
 
 }  // namespace
 
-void logHostException() {
+void callHost(const std::function<void()>& callback) {
   std::string fault;
   try {
-    throw;
+    return callback();
+#ifdef __GLIBCXX__
+  } catch (const abi::__forced_unwind&) {
+    throw;  // the thread is being ended, which must not be stopped
+#endif
   } catch (const std::exception& thrown) {
     const char* const text = thrown.what();
-    fault = text != nullptr ? utf8Text(text) : readableName(typeid(thrown));
+    fault = text ? utf8Text(text) : readableName(typeid(thrown));
   } catch (...) {
-    const auto* const type = abi::__cxa_current_exception_type();  // null: of another language
-    fault = type != nullptr ? utf8Text(readableName(*type).c_str()) : "unknown";
+    const auto* const type = abi::__cxa_current_exception_type();  // null for another language's exception
+    fault = type ? readableName(*type) : "unknown";
   }
   logError("[TrayManager] 宿主回调抛出异常: " + fault, kLogModule);
 }

@@ -1,25 +1,10 @@
 #pragma once
 
-#include <cxxabi.h>
+#include <functional>
 
 namespace quill {
 
-/// Logs the exception that is being handled. In a catch block only.
-void logHostException();
-
-/// Calls the host. What it throws ends here, as an error line: the event loop above is C, which an exception would
-/// leave in disorder. Main thread.
-template <typename... Arguments>
-void callHost(void (*callback)(Arguments...), Arguments... arguments) {
-  try {
-    callback(arguments...);
-#ifdef __GLIBCXX__
-  } catch (const abi::__forced_unwind&) {
-    throw;  // the end of the thread, which has to go on
-#endif
-  } catch (...) {
-    logHostException();
-  }
-}
+/// Calls the host and logs what it throws, as the C event loop that called us cannot handle exceptions. Main thread.
+void callHost(const std::function<void()>& callback);
 
 }  // namespace quill

@@ -7,18 +7,22 @@
 
 namespace quill {
 
-// With as many decimal places as it takes: std::to_chars knows at once how many, but a Mac has it from version 13.3 on.
+namespace {
+
+/// With as many decimal places as tell it from other numbers, at least one. std::to_chars would do, but needs macOS 13.
 std::string numberText(double value) {
   std::stringstream text;
   text.imbue(std::locale::classic());
+  double readBack = 0.0;
   for (int places = 1;; ++places) {
     text.str({});
     text.clear();
     text << std::fixed << std::setprecision(places) << value;
-    double readBack = 0.0;
     if (!std::isfinite(value) || (text >> readBack && readBack == value)) return text.str();
   }
 }
+
+}  // namespace
 
 std::string sizeText(Size size) { return numberText(size.width) + "x" + numberText(size.height); }
 

@@ -35,9 +35,7 @@ void TrayManager::setMainIcon(const Image& image) {
     target->setFrame({target->frame().origin, kIconSize});
     logDebug("[TrayManager] 已重置按钮尺寸为: " + sizeText(kIconSize), kLogModule);
   }
-  target->setImagePosition(ImagePosition::imageOnly);
-  target->setBordered(false);
-  target->setTransparent(false);
+  target->showImageOnly();
   target->setImage(copy);
   logInfo("[TrayManager] 使用直接图像模式设置图标", kLogModule);
   target->setHidden(false);

@@ -3,12 +3,8 @@
 
 namespace quill {
 
-namespace {
-
 constexpr double kHostMenuMinimumWidth = 250.0;  // points
 constexpr Font kHostMenuFont{kSystemFontSize};
-
-}  // namespace
 
 // NOLINTNEXTLINE(performance-unnecessary-value-param): held while the host is called
 void TrayManager::setMenu(std::shared_ptr<Menu> hostMenu) {
@@ -16,7 +12,7 @@ void TrayManager::setMenu(std::shared_ptr<Menu> hostMenu) {
   hostMenu->font = kHostMenuFont;
   hostMenu->minimumWidth = kHostMenuMinimumWidth;
   hostMenu->appearance = effectiveAppearance();
-  // Asks the host's objects, which may call the library: `menu` may be another one after this.
+  // Calls the host, which may replace `menu`.
   const auto items = hostMenu->items();
   for (const auto& item : items) item->attributedTitle = AttributedTitle{item->title, kHostMenuFont};
   hostMenu->lookChanged();

@@ -16,9 +16,9 @@ void TrayManager::handleMenuItemAction(const MenuItem* sender) {
     logWarning("[TrayManager] 菜单项点击：回调函数未设置，菜单项 ID: " + *represented, kLogModule);
     return;
   }
-  // A copy: the callback may replace the menu, and the item with it.
+  // A copy, as the callback may replace the menu and so destroy the item.
   const std::string identifier = *represented;
-  callHost(menuItemCallback, identifier.c_str());
+  callHost([&] { menuItemCallback(identifier.c_str()); });
 }
 
 }  // namespace quill

@@ -12,7 +12,7 @@ void TrayManager::setMenuItems(std::vector<MenuItemData> items) {
   std::shared_ptr<Menu> replacement;
   try {
     replacement = createMenuFromData();
-  } catch (...) {  // for which there is no memory
+  } catch (...) {  // std::bad_alloc
     menuItems = std::move(before);
     throw;
   }

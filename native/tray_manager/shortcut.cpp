@@ -19,27 +19,6 @@ constexpr std::array kModifiers{
     Modifier{"ALT", kOption},  Modifier{"CONTROL", kControl}, Modifier{"CTRL", kControl},
 };
 
-/// The tab, and Unicode's category Zs.
-constexpr std::array<std::string_view, 18> kBlanks{
-    "\t",     " ",      "\u00A0", "\u1680", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004",
-    "\u2005", "\u2006", "\u2007", "\u2008", "\u2009", "\u200A", "\u202F", "\u205F", "\u3000",
-};
-
-std::string_view trim(std::string_view text) {
-  const auto find = [](auto isIt) { return std::find_if(kBlanks.begin(), kBlanks.end(), isIt); };
-  for (;;) {
-    const auto first = find([&](std::string_view blank) { return text.starts_with(blank); });
-    if (first == kBlanks.end()) break;
-    text.remove_prefix(first->size());
-  }
-  for (;;) {
-    const auto last = find([&](std::string_view blank) { return text.ends_with(blank); });
-    if (last == kBlanks.end()) break;
-    text.remove_suffix(last->size());
-  }
-  return text;
-}
-
 }  // namespace
 
 std::optional<Shortcut> parseShortcut(std::string_view text) {

@@ -9,15 +9,15 @@
 
 namespace quill {
 
-/// What a shortcut text such as "Cmd+Shift+K" says.
+/// A shortcut text such as "Cmd+Shift+K", parsed.
 struct Shortcut {
-  std::string keyEquivalent;  ///< in lower case where it is a single grapheme cluster
+  std::string keyEquivalent;  ///< in lower case if it is a single grapheme cluster
   ModifierFlags modifiers;
   std::vector<std::string> unknownModifiers;  ///< trimmed, in upper case, in the order of the text
 };
 
-/// Reads parts joined by "+": modifier words, then the key. Empty where the key part is empty.
-/// `text` is well-formed UTF-8. Independent of the locale.
+/// Parses parts joined by "+": modifier words, then the key. Empty if the key is empty. `text` is well-formed
+/// UTF-8. Independent of the locale.
 std::optional<Shortcut> parseShortcut(std::string_view text);
 
 }  // namespace quill

@@ -1,7 +1,5 @@
 #include "tray_manager.h"
 
-#include <algorithm>
-#include <array>
 #include <utility>
 
 #include "log.h"
@@ -9,12 +7,8 @@
 
 namespace quill {
 
-namespace {
-
-// Construction gives the views this frame; setupAnimatedView cuts them down to the icon's size.
+// The views' frame until setupAnimatedView gives them the icon's size.
 constexpr Rect kInitialViewFrame{{0.0, 0.0}, {44.0, 44.0}};
-
-}  // namespace
 
 const std::shared_ptr<TrayManager>& TrayManager::shared() {
   static constinit NoDestructor<std::shared_ptr<TrayManager>> instance;
@@ -50,25 +44,21 @@ void TrayManager::setupAnimatedView() {
   animatedView->addSubview(mainIconView);
   configure(*animatedIconView);
   animatedIconView->setWantsLayer(true);
-  animatedView->addSubview(animatedIconView, OrderingMode::above, mainIconView.get());
+  animatedView->addSubviewAbove(animatedIconView, mainIconView);
 }
 
 bool TrayManager::perform(Selector selector, const MenuItem* sender) {
-  struct Entry {
-    Selector selector;
-    void (*run)(TrayManager& manager, const MenuItem* sender);
-  };
-  static constexpr std::array table{
-      Entry{selectors::kHandleClick, [](TrayManager& manager, const MenuItem*) { manager.handleClick(); }},
-      Entry{selectors::kHandleMenuItemAction,
-            [](TrayManager& manager, const MenuItem* item) { manager.handleMenuItemAction(item); }},
-      Entry{selectors::kQuitApplication, [](TrayManager& manager, const MenuItem*) { manager.quitApplication(); }},
-      Entry{selectors::kUpdateAnimation, [](TrayManager& manager, const MenuItem*) { manager.updateAnimation(); }},
-  };
-  const auto entry =
-      std::find_if(table.begin(), table.end(), [&](const Entry& candidate) { return candidate.selector == selector; });
-  if (entry == table.end()) return false;
-  entry->run(*this, sender);
+  if (selector == selectors::kHandleClick) {
+    handleClick();
+  } else if (selector == selectors::kHandleMenuItemAction) {
+    handleMenuItemAction(sender);
+  } else if (selector == selectors::kQuitApplication) {
+    quitApplication();
+  } else if (selector == selectors::kUpdateAnimation) {
+    updateAnimation();
+  } else {
+    return false;
+  }
   return true;
 }
 
@@ -79,8 +69,8 @@ Appearance TrayManager::effectiveAppearance() const {
 }
 
 void TrayManager::replaceMenu(std::shared_ptr<Menu> replacement) {
-  // What the change lets go may call the host as it ends, and the host may replace the menu or the item again:
-  // the old menu goes last, and the item stays until then.
+  // Destroying the old menu may call the host, which may replace the menu or the item again: so the old
+  // menu is destroyed last, and the item is held until then.
   const auto before = std::exchange(menu, std::move(replacement));
   if (const auto item = statusItem) item->announceMenu(menu);
 }

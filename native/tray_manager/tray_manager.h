@@ -18,30 +18,30 @@ namespace quill {
 
 class TrayManager;
 
-/// Told of left clicks after the host's callback. Main thread.
+/// Notified of left clicks after the host's callback. Main thread.
 class TrayManagerDelegate {
  public:
   virtual ~TrayManagerDelegate() = default;
   virtual void trayManagerDidClick(TrayManager& manager) = 0;
 };
 
-/// The host's C functions. Raw addresses: nothing behind them is owned.
+/// The host's C functions.
 using ClickCallback = void (*)();
 using MenuItemCallback = void (*)(const char* identifier);
 
-/// The one object that owns everything the library shows in the bar. Its state has no lock and
-/// belongs to the main thread, where the host calls all operations but the animation's.
+/// Owns everything that the library shows in the bar. Its state has no lock and belongs to the main thread, where
+/// all operations but the animation's have to be called.
 class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager> {
  public:
   /// A menu item as the host describes it.
   struct MenuItemData {
-    std::string id;  ///< told to the host when the item is chosen; may be empty or hold U+0000
+    std::string id;  ///< passed to the host when the item is chosen; may be empty or hold U+0000
     std::string title;
     bool enabled;
     std::string keyEquivalent;  ///< shortcut text such as "Cmd+K"; empty: none
   };
 
-  /// The tray manager of the process, made on first use and never destroyed. Any thread.
+  /// The process's tray manager, made on first use and never destroyed. Any thread.
   static const std::shared_ptr<TrayManager>& shared();
 
   TrayManager(const TrayManager&) = delete;
@@ -49,42 +49,43 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
 
   bool perform(Selector selector, const MenuItem* sender) override;
 
+  // The order of the virtual operations is fixed, so public and private ones alternate.
+
  private:
   virtual void setupAnimatedView();
 
  public:
-  /// Puts a further item into the bar, in place of the earlier one, and gives it the tray menu.
+  /// Puts a new item into the bar, in place of the earlier one, and chooses the tray menu.
   void createTray() override;
-  /// Shows a template copy of `image`; the image itself is not kept.
+  /// Shows a template copy of `image`.
   void setMainIcon(const Image& image) override;
-  /// Takes a menu that the host built as the tray menu and gives it the library's look.
+  /// Makes a menu that the host built the tray menu and gives it the library's look.
   void setMenu(std::shared_ptr<Menu> hostMenu) override;
-  /// Replaces the described menu; built at once where a status item exists, else when it is created.
+  /// Replaces the records. The menu is built now if there is a status item, else by createTray.
   virtual void setMenuItems(std::vector<MenuItemData> items);
   /// Null clears it.
   virtual void setMenuItemCallback(MenuItemCallback callback);
 
  private:
-  /// Gives `item` the key equivalent that `shortcut` describes; leaves it alone where that has no key.
+  /// Gives `item` the key equivalent of `shortcut`; none if that has no key.
   virtual void parseAndSetShortcut(const std::string& shortcut, MenuItem& item);
   virtual std::shared_ptr<Menu> createMenuFromData();
-  /// Tells the host which item was chosen.
+  /// Passes the chosen item's identifier to the host.
   virtual void handleMenuItemAction(const MenuItem* sender);
 
  public:
-  /// An empty menu with the look that all of the library's own menus share.
+  /// An empty menu with the look of the library's own menus.
   std::shared_ptr<Menu> createStandardMenu() override;
-  /// Settings and quit: the menu of a host that gave none.
+  /// Settings and quit, for a host that gave no menu.
   std::shared_ptr<Menu> createBasicMenu() override;
 
  private:
   virtual void quitApplication();
 
  public:
-  // The frame animation. Any thread: off the main thread the caller waits until the main thread has
-  // done the work.
+  // The animation's operations may be called on any thread. The main thread does the work, and the caller waits.
 
-  /// Appends a template copy of `image`; a running animation goes on to it.
+  /// Appends a template copy of `image`, also to a running animation.
   void addAnimationFrame(const Image& image) override;
 
  private:
@@ -104,7 +105,7 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
   void resetAnimation() override;
 
  private:
-  /// The button's action: the tray menu for a right click, the host's callback for any other.
+  /// The button's action: a right click opens the tray menu, any other one calls the host.
   virtual void handleClick();
 
  public:
@@ -112,14 +113,14 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
   void setClickCallback(ClickCallback callback) override;
 
  private:
-  /// One tick. Off the main thread it posts itself there.
+  /// A tick of the timer. Off the main thread it posts itself there.
   virtual void updateAnimation();
 
  protected:
   /// `desktop` must outlive the manager.
   explicit TrayManager(Desktop& desktop);
 
-  /// Construction in two steps, since the second calls an overridable operation.
+  /// In two steps, as setupAnimatedView is an overridable operation.
   template <typename Manager>
   static std::shared_ptr<Manager> make(Desktop& desktop) {
     struct Access : Manager {
@@ -131,15 +132,15 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
     return manager;
   }
 
-  // The state; derived classes may look. Every change of `menu` goes through replaceMenu.
+  // `menu` is only changed by replaceMenu.
   std::shared_ptr<StatusItem> statusItem;
   std::optional<Image> mainIcon;
   const std::shared_ptr<View> animatedView;
   const std::shared_ptr<ImageView> animatedIconView;
   const std::shared_ptr<ImageView> mainIconView;
   std::vector<Image> animationFrames;
-  std::int64_t currentFrameIndex = 0;     // the frame that the next tick shows
-  std::unique_ptr<Timer> animationTimer;  // holds the manager for as long as it is here
+  std::int64_t currentFrameIndex = 0;     // shown by the next tick
+  std::unique_ptr<Timer> animationTimer;  // holds a reference to the manager
   bool isAnimating = false;
   std::weak_ptr<TrayManagerDelegate> delegate;
   std::shared_ptr<Menu> menu;
@@ -148,21 +149,21 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
   MenuItemCallback menuItemCallback = nullptr;
 
  private:
-  /// The status item's button; null without an item or a button.
+  /// Null without an item or a button.
   std::shared_ptr<StatusBarButton> button() const;
-  /// A copy to be drawn in the bar's own colour at the icon's size, ready to be shown.
+  /// A template copy at the icon's size, prepared for the bar.
   Image templateCopy(const Image& image);
-  /// The application's; light where there is no application.
+  /// The application's; light without an application.
   Appearance effectiveAppearance() const;
-  /// The main-thread rule: runs `body` here on the main thread, else there, and waits for it.
+  /// Runs `body` on the main thread and waits for it.
   void onMainThread(const std::function<void(TrayManager&)>& body);
-  /// The only way to change `menu`: the bar is told as well, which opens what it was told last.
+  /// Changes `menu` and announces it to the bar.
   void replaceMenu(std::shared_ptr<Menu> replacement);
 
   Desktop& desktop_;
 };
 
-/// Names under which platform objects call the manager's operations.
+/// The operations that the button, menu items and the timer call by name.
 namespace selectors {
 constexpr Selector kHandleClick = "handleClick";
 constexpr Selector kHandleMenuItemAction = "handleMenuItemAction:";
@@ -170,7 +171,7 @@ constexpr Selector kQuitApplication = "quitApplication";
 constexpr Selector kUpdateAnimation = "updateAnimation";
 }  // namespace selectors
 
-/// The module that all of the library's log lines name.
+/// The module of all log lines.
 constexpr std::string_view kLogModule = "TrayManager";
 
 /// Width and height of the icon and of its button, in points.

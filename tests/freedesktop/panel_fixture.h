@@ -1,12 +1,6 @@
 #pragma once
 
 #include <gio/gio.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdlib>
-#include <memory>
-#include <utility>
 
 #include "freedesktop_desktop.h"
 #include "gobject_handles.h"
@@ -15,14 +9,6 @@
 #include "tray_manager.h"
 
 namespace quill::freedesktop {
-
-using ::testing::AllOf;
-using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
-using namespace std::chrono_literals;
 
 /// Runs the default main context until `done` holds; false: not within `limit`.
 inline bool runUntil(const std::function<bool()>& done, std::chrono::nanoseconds limit = 10s) {
@@ -45,10 +31,10 @@ inline constexpr auto kMenu = "com.canonical.dbusmenu";
 inline constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 
 /// A panel or anybody else on the bus, in the same main context as what it talks to.
-class Peer {
- public:
-  explicit Peer(const PrivateBus& bus, std::initializer_list<const char*> names = {kWatcher})
-      : connection_(g_dbus_connection_new_for_address_sync(
+struct Peer {
+  explicit Peer(const PrivateBus& bus, std::initializer_list<const char*> names = {kWatcher}, int refusing = 0)
+      : refusals(refusing),
+        connection(g_dbus_connection_new_for_address_sync(
             bus.address().c_str(),
             static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                               G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
@@ -58,17 +44,15 @@ class Peer {
         "<arg type='s' direction='in'/></method></interface></node>",
         nullptr);
     static const GDBusInterfaceVTable table{onCall, nullptr, nullptr, {}};
-    auto* const connection = connection_.get();
-    g_dbus_connection_register_object(connection, "/StatusNotifierWatcher", served->interfaces[0], &table, this,
+    g_dbus_connection_register_object(connection.get(), "/StatusNotifierWatcher", served->interfaces[0], &table, this,
                                       nullptr, nullptr);
-    g_dbus_connection_signal_subscribe(connection, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                       G_DBUS_SIGNAL_FLAGS_NONE, onSignal, this, nullptr);
-    for (const auto* name : names) {
-      g_bus_own_name_on_connection(connection, name, G_BUS_NAME_OWNER_FLAGS_NONE, nullptr, nullptr, nullptr, nullptr);
-    }
+    g_dbus_connection_signal_subscribe(connection.get(), nullptr, nullptr, nullptr, nullptr, nullptr, {}, onSignal,
+                                       this, nullptr);
+    for (const auto* name : names)
+      g_bus_own_name_on_connection(connection.get(), name, {}, nullptr, nullptr, nullptr, nullptr);
   }
   ~Peer() {
-    g_dbus_connection_close_sync(connection_.get(), nullptr, nullptr);
+    g_dbus_connection_close_sync(connection.get(), nullptr, nullptr);
     while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;  // what came in before
   }
 
@@ -79,16 +63,15 @@ class Peer {
   template <typename... Values>
   std::string call(std::string_view interface, std::string_view method, const char* arguments = "()",
                    Values... values) const {
-    const auto keep = [](GObject* connection, GAsyncResult* result, gpointer kept) {
-      const VariantPointer reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(connection), result, nullptr));
+    const auto keep = [](GObject* called, GAsyncResult* result, gpointer kept) {
+      const VariantPointer reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(called), result, nullptr));
       *static_cast<std::string*>(kept) = text(reply.get());
     };
     std::string reply;
     g_dbus_connection_call(
-        connection_.get(), itemName.c_str(), interface == kMenu ? "/MenuBar" : "/StatusNotifierItem",
+        connection.get(), itemName.c_str(), interface == kMenu ? "/MenuBar" : "/StatusNotifierItem",
         method.starts_with("Get") && method.size() < 7 ? "org.freedesktop.DBus.Properties" : interface.data(),
-        method.data(), g_variant_new_parsed(arguments, values...), nullptr, G_DBUS_CALL_FLAGS_NONE, 9000, nullptr, keep,
-        &reply);
+        method.data(), g_variant_new_parsed(arguments, values...), nullptr, {}, 9000, nullptr, keep, &reply);
     runUntil([&] { return !reply.empty(); });
     return reply;
   }
@@ -96,7 +79,7 @@ class Peer {
   std::string menu() const { return call(kMenu, "GetLayout", "(0, -1, @as [])"); }
   std::string choose(std::int32_t id) const { return call(kMenu, "Event", "(%i, 'clicked', <0>, uint32 0)", id); }
   /// What the item has signalled since the last call, once all is shown that was changed before.
-  std::vector<std::string> takeSignals() {
+  Lines takeSignals() {
     bool presented = false;
     GlibMainQueue().post([&] { presented = true; });
     runUntil([&] { return presented; });
@@ -104,17 +87,11 @@ class Peer {
     return std::exchange(signals, {});
   }
 
-  void emit(const char* path, const char* interface, const char* signal, const char* arguments) const {
-    g_dbus_connection_emit_signal(connection_.get(), nullptr, path, interface, signal, g_variant_new_parsed(arguments),
-                                  nullptr);
-  }
+  std::string itemName;  ///< whose signals are noted: who has called last
+  Lines received;        ///< calls
+  int refusals = 0;      ///< of the next calls
+  Lines signals;
 
-  std::string itemName;               ///< whose signals are noted: who has called last
-  std::vector<std::string> received;  ///< calls
-  int refusals = 0;                   ///< of the next calls
-  std::vector<std::string> signals;
-
- private:
   static void onCall(GDBusConnection*, const char* sender, const char*, const char*, const char* method,
                      GVariant* arguments, GDBusMethodInvocation* call, gpointer self) {
     auto& peer = *static_cast<Peer*>(self);
@@ -129,7 +106,7 @@ class Peer {
     if (sender == peer.itemName) peer.signals.push_back(signal + text(arguments));
   }
 
-  ObjectPointer<GDBusConnection> connection_;
+  ObjectPointer<GDBusConnection> connection;
 };
 
 struct Manager : TrayManager {
@@ -137,23 +114,34 @@ struct Manager : TrayManager {
 };
 
 /// An item on a private bus, and a panel that reads it.
-class PanelTest : public ::testing::Test {
+class PanelTest : public Test {
  protected:
   PanelTest() {
     setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
-    setenv("HOME", ::testing::TempDir().c_str(), 1);
+    setenv("HOME", TempDir().c_str(), 1);
     manager->setClickCallback([] { told.emplace_back("click"); });
     manager->setMenuItemCallback([](const char* identifier) { told.emplace_back(identifier); });
   }
 
+  /// A panel that waits for an item.
+  void startPanel(std::initializer_list<const char*> names = {kWatcher}, int refusals = 0) {
+    panel.reset();
+    panel = std::make_unique<Peer>(bus, names, refusals);
+    ASSERT_TRUE(panel->waitForItem());
+  }
   /// An item with two entries in a panel.
   void showInPanel(std::initializer_list<const char*> panelNames = {kWatcher}) {
     bus.start();
-    panel = std::make_unique<Peer>(bus, panelNames);
     manager->setMenuItems({{"a", "A", true, ""}, {"b", "_B<", false, "Cmd+Ctrl+Alt+Shift+-"}});
     manager->createTray();
-    ASSERT_TRUE(panel->waitForItem());
+    startPanel(panelNames);
     panel->takeSignals();
+  }
+  /// Chooses each entry that there ever was; answers with what the host is told.
+  Lines chooseAll() {
+    for (int id = 1; id < 30; ++id) panel->choose(id);
+    panel->takeSignals();
+    return std::exchange(told, {});
   }
   /// Different for each number.
   static Pixels pixels(int number, int side = 44) {
@@ -175,7 +163,7 @@ class PanelTest : public ::testing::Test {
   std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);
   std::shared_ptr<StatusItem>& item = manager->statusItem;
   std::unique_ptr<Peer> panel;
-  static inline std::vector<std::string> told;
+  static inline Lines told;
 };
 
 }  // namespace quill::freedesktop

@@ -1,24 +1,16 @@
 #include "decode_image.h"
 
-#include <gmock/gmock.h>
 #include <sys/resource.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <sstream>
+#include <thread>
+
+#include "testing.h"
 
 namespace quill {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-using namespace std::string_view_literals;
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  EXPECT_TRUE(file) << path;
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 /// The pictures are also what the fuzzer starts from.
 Bytes picture(const std::string& name) {
@@ -37,19 +29,16 @@ std::string decoded(std::span<const std::uint8_t> bytes) {
   const auto image = decodeImage(bytes);
   if (!image) return "refused";
   const auto& rgba = image->pixels()->rgba;
-  const auto width = image->pixels()->width;
-  const auto height = image->pixels()->height;
+  const auto width = image->pixels()->width, height = image->pixels()->height;
   EXPECT_EQ(rgba.size(), static_cast<std::size_t>(width * height * 4));
   EXPECT_EQ(image->size(), (Size{static_cast<double>(width), static_cast<double>(height)}));
   std::string text;
   for (std::size_t i = 0; i < rgba.size(); i += 4) {
     if (i > 0 && i / 4 % static_cast<std::size_t>(width) == 0) text += ' ';
     const auto isNear = [&](const auto& known) {
-      constexpr int kTolerance = 12;  // of JPEG, and of 5 bits a channel
-      for (std::size_t c = 0; c < 4; ++c) {
-        if (std::abs(known.rgba[c] - rgba[i + c]) > kTolerance) return false;
-      }
-      return true;
+      return std::equal(known.rgba, std::end(known.rgba), &rgba[i], [](int one, int other) {
+        return std::abs(one - other) <= 12;  // as JPEG and 5 bits a channel have it
+      });
     };
     const auto* const found = std::find_if(std::begin(kLetters), std::end(kLetters), isNear);
     text += rgba[i + 3] == 0 ? '.' : found != std::end(kLetters) ? found->letter : '?';
@@ -57,182 +46,101 @@ std::string decoded(std::span<const std::uint8_t> bytes) {
   return text;
 }
 
-const struct {
-  const char* pixels;
-  std::vector<std::string> names;
-} kPictures[] = {
-    {"RGB KYh",
-     {"png/rgba.png", "png/palette_alpha.png", "png/rgba16.png", "png/gamma.png", "png/interlaced.png", "png/text.png",
-      "png/text_of_8_megabytes.png", "bmp/32_fields_v4.bmp", "bmp/32_fields_v5.bmp", "bmp/32_alpha_fields.bmp",
-      "ico/32.ico", "ico/png.ico", "ico/several.ico", "tiff/rgba.tiff", "tiff/lzw.tiff", "tiff/packbits.tiff",
-      "tiff/deflate.tiff"}},
-    {"RGB KYW", {"png/rgb.png",          "png/palette.png",       "png/rgb16.png",      "jpeg/rgb.jpg",
-                 "jpeg/progressive.jpg",
-
-                 "gif/plain.gif",        "gif/local_palette.gif", "gif/interlaced.gif", "gif/comment.gif",
-                 "gif/two_frames.gif",   "gif/many_frames.gif",   "bmp/4.bmp",          "bmp/8.bmp",
-                 "bmp/16.bmp",           "bmp/16_fields.bmp",     "bmp/24.bmp",         "bmp/32.bmp",
-                 "bmp/top_down.bmp",     "bmp/os2_v2.bmp",        "bmp/core_4.bmp",     "bmp/core_24.bmp",
-                 "bmp/rle4.bmp",         "bmp/rle8.bmp",          "tiff/rgb.tiff",      "tiff/palette.tiff",
-                 "tiff/big_endian.tiff", "tiff/tiled.tiff",       "tiff/16.tiff"}},
-    {"RGB KY.",
-     {"png/rgb_clear_colour.png", "gif/clear.gif", "ico/4.ico", "ico/8.ico", "ico/24.ico", "ico/32_mask.ico"}},
-    {"K12 WKW",
-     {"png/grey2.png", "png/grey4.png", "png/grey8.png", "png/grey16.png", "jpeg/grey.jpg", "tiff/grey.tiff"}},
-    {"K12 WKh", {"png/grey_alpha.png", "png/grey_alpha16.png"}},
-    {"K.2 WKW", {"png/grey_clear.png"}},
-    {"KWW WKW", {"png/grey1.png", "bmp/1.bmp", "tiff/1.tiff"}},
-    {"... .Y.", {"gif/smaller_frame.gif"}},
-    {"WWW KY.", {"bmp/rle8_step.bmp"}},
-    {"KR YG WB", {"tiff/turned.tiff"}},
-    {"R", {"gif/frame_without_pixels.gif"}},
-    {"refused",
-     {"png/too_large.png", "jpeg/cmyk.jpg", "jpeg/33_scans.jpg", "gif/no_palette.gif", "gif/no_frame.gif",
-      "gif/frame_beyond_the_edge.gif", "gif/frame_larger_than_all.gif", "bmp/header_of_a_gigabyte.bmp",
-      "bmp/pixels_after_a_gigabyte.bmp", "tiff/too_large.tiff", "tiff/large_tile.tiff"}},
-};
-
-long peakKiB() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss;
-}
-
 TEST(DecodeImage, EveryFormatGivesItsPixelsUprightWithinBounds) {
+  auto peakKiB = [usage = rusage{}]() mutable { return getrusage(RUSAGE_SELF, &usage), usage.ru_maxrss; };
   for (const auto* name : {"png/rgba.png", "jpeg/rgb.jpg", "gif/plain.gif", "bmp/8.bmp", "tiff/lzw.tiff"}) {
     decoded(picture(name));  // takes what the libraries themselves need
   }
   const auto before = peakKiB();
-  for (const auto& [pixels, names] : kPictures) {
-    for (const auto& name : names) EXPECT_EQ(decoded(picture(name)), pixels) << name;
-  }
+  for (const auto& [name, pixels] : casesIn(CASES "pictures.txt")) EXPECT_EQ(decoded(picture(name)), pixels) << name;
   EXPECT_TRUE(decodeImage(picture("jpeg/32_scans.jpg")));
   EXPECT_LT(peakKiB() - before, 6 * 1024);
 }
 
 TEST(DecodeImage, NoPartOfAFileIsAnImageAndNothingIsPrinted) {
-  ::testing::internal::CaptureStdout();
-  ::testing::internal::CaptureStderr();
-  for (const auto& [pixels, names] : kPictures) {
-    for (const auto& name : names) {
-      auto whole = picture(name);
-      const bool isPng = name.starts_with("png/");
-      if (name.find("megabytes") != std::string::npos) continue;
-      for (std::size_t size = 0; size < whole.size(); ++size) {
-        EXPECT_EQ(decoded(std::span(whole).first(size)), "refused") << size << " bytes of " << name;
-        whole[size] ^= 0x10U;
-        const auto harmed = decoded(whole);
-        EXPECT_TRUE(!isPng || harmed == "refused") << "byte " << size << " of " << name;
-        whole[size] ^= 0x10U;
-      }
+  const std::size_t step = kIsSanitized ? 4 : 1;  // under the thread sanitizer, to map memory takes long
+  internal::CaptureStdout();
+  internal::CaptureStderr();
+  for (const auto& [name, pixels] : casesIn(CASES "pictures.txt")) {
+    if (name.find("megabytes") != std::string::npos) continue;
+    auto whole = picture(name);
+    for (std::size_t size = 0; size < whole.size(); size += step) {
+      EXPECT_EQ(decoded(std::span(whole).first(size)), "refused") << size << " bytes of " << name;
+      whole[size] ^= 0x10U;
+      const auto harmed = decoded(whole);
+      EXPECT_TRUE(!name.starts_with("png/") || harmed == "refused") << "byte " << size << " of " << name;
+      whole[size] ^= 0x10U;
     }
   }
-  EXPECT_EQ(::testing::internal::GetCapturedStdout() + ::testing::internal::GetCapturedStderr(), "");
+  EXPECT_EQ(internal::GetCapturedStdout() + internal::GetCapturedStderr(), "");
 }
 
-TEST(DecodeImage, AJpegIsTurnedAsTheCameraSays) {
-  const char* const upright[] = {"RGB KYW",  "RGB KYW",  "BGR WYK",  "WYK BGR",  "KYW RGB",
-                                 "RK GY BW", "KR YG WB", "WB YG KR", "BW GY RK", "RGB KYW"};
-  for (std::size_t orientation = 0; orientation < std::size(upright); ++orientation) {
-    auto jpeg = picture("jpeg/rgb.jpg");
-    auto exif = std::string("\xFF\xE1\0\42Exif\0\0MM\0*\0\0\0\10\0\1\1\22\0\3\0\0\0\1\0\0\0\0\0\0\0\0"sv);
-    exif[29] = static_cast<char>(orientation);
-    jpeg.insert(jpeg.begin() + 2, exif.begin(), exif.end());
-    EXPECT_EQ(decoded(jpeg), upright[orientation]) << orientation;
-  }
+/// "Size in points, size in pixels, the last pixel" or "refused".
+std::string drawn(std::string_view svg) {
+  const auto image = decodeImage({reinterpret_cast<const std::uint8_t*>(svg.data()), svg.size()});
+  if (!image) return "refused";
+  const auto& pixels = *image->pixels();
+  std::ostringstream seen;
+  seen << image->size().width << 'x' << image->size().height << ", " << pixels.width << 'x' << pixels.height << ',';
+  for (const int value : std::span(pixels.rgba).last(4)) seen << ' ' << value;
+  return seen.str();
 }
-
-TEST(DecodeImage, APngLoadsNoLibraryOfAnotherFormat) {
-  EXPECT_EQ(decoded(picture("png/rgba.png")), "RGB KYh");
-  const auto isLoaded = [](const char* library) {
-    return contents("/proc/self/maps").find(library) != std::string::npos;
-  };
-  for (const auto* library : {"libjpeg", "libgif", "libtiff", "librsvg", "libcairo"})
-    EXPECT_FALSE(isLoaded(library)) << library;
-  EXPECT_EQ(decoded(picture("gif/plain.gif")), "RGB KYW");
-  EXPECT_TRUE(isLoaded("libgif"));
-}
-
-std::string times(int count, std::string_view text) {
-  std::ostringstream all;
-  while (count-- > 0) all << text;
-  return all.str();
-}
-
-std::optional<Image> decodeSvg(const std::string& attributes, const std::string& body) {
-  const auto text = "<svg xmlns='http://www.w3.org/2000/svg' xmlns:xlink='http://www.w3.org/1999/xlink' " + attributes +
-                    ">" + body + "</svg>";
-  return decodeImage(Bytes(text.begin(), text.end()));
+std::string svg(const std::string& attributes, const std::string& body) {
+  return "<svg xmlns='http://www.w3.org/2000/svg' " + attributes + ">" + body + "</svg>";
 }
 
 TEST(DecodeImage, VectorsAreDrawnAtOneSize) {
   const std::string shape = "<rect width='100%' height='100%'/>";
-  const std::tuple<const char*, Size, int, int> cases[] = {
-      {"width='22' height='11'", {22, 11}, 88, 44},
-      {"viewBox='0 0 10 40'", {10, 40}, 22, 88},
-      {"width='1in' height='1in' viewBox='0 0 5 5'", {90, 90}, 88, 88},
-      {"", {88, 88}, 88, 88},
+  const std::string faint = "<rect width='9' height='9' fill='#ff8000' opacity='.5'/>";
+  const std::tuple<std::string, std::string, std::string> cases[] = {
+      {"width='22' height='11'", shape, "22x11, 88x44, 0 0 0 255"},
+      {"viewBox='0 0 10 40'", shape, "10x40, 22x88, 0 0 0 255"},
+      {"width='1in' height='1in' viewBox='0 0 5 5'", shape, "90x90, 88x88, 0 0 0 255"},
+      {"", shape, "88x88, 88x88, 0 0 0 255"},
+      {"width='9' height='9'", faint, "9x9, 88x88, 255 128 0 128"},  // not multiplied by the opacity
+      {"width='9' height='9'", "<g>", "refused"},
+      {"width='9' height='9'", shape + times(1 << 20, " "), "refused"},
+      {"width='0' height='9'", shape, "refused"},
+      {"width='5000' height='9'", shape, "refused"},
+      {"width='1e30' height='1e30'", shape, "refused"},
   };
-  for (const auto& [attributes, size, width, height] : cases) {
-    const auto image = decodeSvg(attributes, shape);
-    ASSERT_TRUE(image) << attributes;
-    EXPECT_EQ(image->size(), size) << attributes;
-    EXPECT_EQ(image->pixels()->width, width) << attributes;
-    EXPECT_EQ(image->pixels()->height, height) << attributes;
-    EXPECT_EQ(image->pixels()->rgba.back(), 255) << attributes;
-  }
-  for (const auto* attributes : {"width='0' height='9'", "width='5000' height='9'", "width='1e30' height='1e30'"}) {
-    EXPECT_FALSE(decodeSvg(attributes, shape)) << attributes;
-  }
-  EXPECT_FALSE(decodeSvg("width='9' height='9'", "<g>"));
-  EXPECT_FALSE(decodeSvg("width='9' height='9'", shape + times(1 << 20, " ")));
-  // Colours are not multiplied by the opacity.
-  const auto faint = decodeSvg("width='9' height='9'", "<rect width='9' height='9' fill='#ff8000' opacity='.5'/>");
-  const auto& rgba = faint.value().pixels()->rgba;
-  EXPECT_THAT(std::vector<int>(rgba.begin(), rgba.begin() + 4), testing::ElementsAre(255, 128, 0, 128));
+  for (const auto& [attributes, body, expected] : cases)
+    EXPECT_EQ(drawn(svg(attributes, body)), expected) << attributes;
 }
 
-/// What librsvg would crash on, take gigabytes for, print of or leave threads behind for. Of what is nested deeply it
-/// may say itself that it is too much; the rest is drawn still.
+TEST(DecodeImage, APngLoadsNoLibraryOfAnotherFormat) {
+  EXPECT_EQ(decoded(picture("png/rgba.png")), "RGB KYh");
+  for (const auto* library : {"libjpeg", "libgif", "libtiff", "librsvg", "libcairo"})
+    EXPECT_EQ(contents("/proc/self/maps").find(library), std::string::npos) << library;
+}
+
+/// What librsvg would crash on, take gigabytes for, print of or leave threads behind for.
 TEST(DecodeImage, AVectorHarmsNobody) {
-  const auto chain = [](int count, const std::string& start, const std::string& link, const std::string& end) {
+  const std::string end = "<rect x='20' y='20' width='2' height='2'/>";
+  // Elements of which each refers to the next.
+  const auto chain = [&](const std::string& element, const std::string& inside, const std::string& property) {
     std::ostringstream all;
-    for (int i = 0; i < count; ++i) all << start << i << link << i + 1 << end;
-    return all.str();
+    for (int i = 0; i < 4000; ++i) {
+      all << '<' << element << " id='a" << i << "' width='9' height='9'><path d='M0 0h9" << inside << "' " << property
+          << "='url(#a" << i + 1 << ")'/></" << element << '>';
+    }
+    return svg("width='22' height='22'", all.str() + "<path d='M0 0h9v9' " + property + "='url(#a0)'/>" + end);
   };
-  const std::string use = "<rect width='9' height='9' ";
-  const std::pair<const char*, std::string> cases[] = {
-      {"filter", "<filter id='f'><feTurbulence baseFrequency='1' numOctaves='2000000000'/></filter>" + use +
-                     "filter='url(#f)'/>"},
-      {"blur",
-       "<filter id='f'><feGaussianBlur stdDeviation='3'/></filter>" + use + "style='filter:url(#f)!important'/>"},
-      {"text", "<text font-size='1e9'>a</text>"},
-      {"tile",
-       "<pattern id='p' width='8000' height='8000' patternUnits='userSpaceOnUse'><rect width='1e5' height='1e5'/>"
-       "</pattern>" +
-           use + "fill='url(#p)'/>"},
-      {"file", "<image href='" PICTURES "/png/rgba.png' width='9' height='9'/>"},
-      {"selectors", "<style>" + times(200'000, ":not(") + "</style>"},
-      {"masks",
-       chain(4'000, "<mask id='a", "'><path d='M0 0h9v9' mask='url(#a", ")'/></mask>") + use + "mask='url(#a0)'/>"},
-      {"patterns",
-       chain(4'000, "<pattern id='a", "' width='9' height='9'><path d='M0 0h9v9' fill='url(#a", ")'/></pattern>") +
-           use + "fill='url(#a0)'/>"},
-      {"markers", chain(4'000, "<marker id='a", "'><path d='M0 0h9' marker-start='url(#a", ")'/></marker>") +
-                      "<path d='M0 0h9' marker-start='url(#a0)'/>"},
-  };
-  const auto threads = [] {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), std::filesystem::directory_iterator());
-  };
-  const auto before = threads();
-  ::testing::internal::CaptureStderr();
-  for (const auto& [name, body] : cases) {
-    const auto image = decodeSvg("width='22' height='22'", body + "<rect x='20' y='20' width='2' height='2'/>");
-    EXPECT_TRUE(image || body.size() > 10'000) << name;
-    EXPECT_TRUE(!image || image->pixels()->rgba.back() == 255) << name;
-    EXPECT_EQ(threads(), before) << name;
-  }
-  EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+  std::thread([] {}).join();  // the thread sanitizer makes one of its own with the first
+  const auto before = countIn("/proc/self/task");
+  const std::string whole = "22x22, 88x88, 0 0 0 255";
+  internal::CaptureStderr();
+  for (const std::string name : {"filter", "blur", "text", "file"})
+    EXPECT_EQ(drawn(contents(PICTURES "/svg/" + name + ".svg")), whole) << name;
+  // 4 GiB are asked for and never written to: too much for the fuzzer's limit.
+  EXPECT_EQ(drawn(contents(CASES "tile.svg")), whole);
+  // Of what is nested deeply it may say itself that it is too much.
+  for (const auto& deep :
+       {chain("mask", "v9", "mask"), chain("pattern", "v9", "fill"), chain("marker", "", "marker-start"),
+        svg("width='22' height='22'", "<style>" + times(200'000, ":not(") + "</style>" + end)})
+    EXPECT_THAT(drawn(deep), AnyOf(whole, "refused")) << deep.substr(0, 80);
+  EXPECT_EQ(countIn("/proc/self/task"), before);
+  EXPECT_EQ(internal::GetCapturedStderr(), "");
 }
 
 }  // namespace

@@ -9,6 +9,11 @@ import subprocess
 
 import panel_session
 
+try:
+    from gi.repository import Gio, GLib
+except ImportError:
+    Gio = None
+
 PORTAL = "org.freedesktop.portal.Desktop"
 PORTAL_XML = """<node><interface name="org.freedesktop.portal.OpenURI"><method name="OpenURI">
 <arg type="s" direction="in"/><arg type="s" direction="in"/><arg type="a{sv}" direction="in"/><arg type="o" direction="out"/>
@@ -19,12 +24,8 @@ class Sandbox:
     def __init__(self, session):
         """NotInstalled where no sandbox can be made here."""
         missing = [program for program in ("bwrap", "xdg-dbus-proxy") if not shutil.which(program)]
-        try:
-            from gi.repository import Gio, GLib
-        except ImportError:
-            missing.append("python3-gi")
-        if missing:
-            raise panel_session.NotInstalled(", ".join(missing))
+        if missing or not Gio:
+            raise panel_session.NotInstalled(", ".join(missing or ["python3-gi"]))
         outside = session.environment["DBUS_SESSION_BUS_ADDRESS"]
         kind = Gio.DBusConnectionFlags
         flags = kind.AUTHENTICATION_CLIENT | kind.MESSAGE_BUS_CONNECTION
@@ -41,8 +42,7 @@ class Sandbox:
         shown = [path for path in ("/usr", "/etc", "/lib", "/lib64", "/bin") if os.path.exists(path)]
         shown += [host.parent, os.environ["LIBRARY_PATH"], *session.directory.glob("*.png")]
         inside = session.environment["XDG_RUNTIME_DIR"] + "/bus"
-        self.command = ["bwrap", "--unshare-pid", "--die-with-parent"]
-        self.command += ["--proc", "/proc", "--dev", "/dev", "--tmpfs", "/tmp"]
+        self.command = "bwrap --unshare-pid --die-with-parent --proc /proc --dev /dev --tmpfs /tmp".split()
         for path in shown:
             self.command += ["--ro-bind", path, path]
         self.command += ["--ro-bind", information, "/.flatpak-info", "--bind", self.home, session.environment["HOME"]]
@@ -57,26 +57,12 @@ class Sandbox:
         interface = Gio.DBusNodeInfo.new_for_xml(PORTAL_XML).interfaces[0]
         self.bus.register_object("/org/freedesktop/portal/desktop", interface, self._open, None, None)
         Gio.bus_own_name_on_connection(self.bus, PORTAL, Gio.BusNameOwnerFlags.NONE, None, None)
-        self._iterate = lambda: GLib.MainContext.default().iteration(False)
-        self._variant = GLib.Variant
 
     def _open(self, _bus, _sender, _path, _interface, _method, arguments, invocation):
         self.urls.append(arguments.unpack()[1])
-        invocation.return_value(self._variant("(o)", ("/org/freedesktop/portal/desktop/request/1",)))
+        invocation.return_value(GLib.Variant("(o)", ("/org/freedesktop/portal/desktop/request/1",)))
 
-    def wait_for_url(self):
-        panel_session.wait_for(lambda: (self._iterate(), self.urls)[1], "URL at the portal", pause=0.01)
-        return self.urls[-1]
-
-    def item_properties(self):
-        """Those of the one item in the bar."""
-
-        def get_all(name, path, interface):
-            arguments = self._variant("(s)", (interface,))
-            return self.bus.call_sync(
-                name, path, "org.freedesktop.DBus.Properties", "GetAll", arguments, None, 0, -1, None
-            ).unpack()[0]
-
-        (item,) = get_all(panel_session.WATCHER, "/StatusNotifierWatcher", panel_session.WATCHER)["RegisteredStatusNotifierItems"]
-        name, _, path = item.partition("/")
-        return get_all(name, "/" + path, "org.kde.StatusNotifierItem")
+    def url(self):
+        """The last one that the portal was asked for."""
+        GLib.MainContext.default().iteration(False)
+        return self.urls and self.urls[-1]

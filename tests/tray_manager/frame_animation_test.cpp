@@ -1,11 +1,10 @@
+#include <future>
 #include <thread>
 
 #include "manager_fixture.h"
 
-namespace quill::testing {
+namespace quill {
 namespace {
-
-using namespace std::chrono_literals;
 
 class AnimationTest : public ManagerTest {
  protected:
@@ -15,8 +14,7 @@ class AnimationTest : public ManagerTest {
     }
   }
   void start() { started = queue.now(), manager->startAnimation(); }
-  /// What the bar showed, as "milliseconds:width" since the last start; the main icon is 22 pixels wide, frame k 30 +
-  /// k.
+  /// What the bar showed, as "milliseconds:width" since the last start; the main icon is 22 wide, frame k 30 + k.
   Lines takeShown() {
     Lines all;
     for (const auto& [at, image] : std::exchange(desktop.shown, {})) {
@@ -42,20 +40,24 @@ TEST_F(AnimationTest, PlaysOnceAndRestoresTheMainIcon) {
   createWithIcon();
   for (const int count : {1, 3, 30, 30}) {  // the frames outlive the animation
     addFramesUpTo(count);
+    auto& button = *manager->statusItem->button();
+    spoilLook(button);
+    manager->currentFrameIndex = 1;
     start();
+    EXPECT_EQ(look(button), kImageOnly);
+    button.setBordered(true);
     EXPECT_THAT(takeLines(), ElementsAre("DEBUG 设置动画第一帧，图像: <Image 30x22 pixels>",
                                          "INFO 开始动画，总帧数: " + std::to_string(count) + "，直接更新按钮图像"));
     queue.advance(35ms * count - 1ns);
     Lines expected{"0:30"};
-    for (int tick = 2; tick < count; ++tick) {
+    for (int tick = 2; tick < count; ++tick)
       expected.push_back(std::to_string(35 * tick) + ":" + std::to_string(29 + tick));
-    }
     EXPECT_EQ(takeShown(), expected);
     queue.advance(1ns);
     // The last frame gives way to the main icon within its own tick.
     EXPECT_THAT(takeShown(), ElementsAre(std::to_string(35 * count) + ":22"));
     EXPECT_THAT(takeLines(), ElementsAre(restored));
-    EXPECT_TRUE(idle() && manager->currentFrameIndex == 0);
+    EXPECT_TRUE(idle() && manager->currentFrameIndex == 0 && look(button) == kImageOnly);
     EXPECT_EQ(desktop.prepared, 1 + count) << "a frame is turned into what the bar reads once, when it is added";
   }
 }
@@ -101,56 +103,46 @@ TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   takeLines();
   manager->stopAnimation();
   manager->resetAnimation();
-  EXPECT_THAT(takeLines(), ElementsAre(restored, restored, "INFO 动画已重置，动画帧数: 0"));
+  manager->perform(selectors::kUpdateAnimation, nullptr);  // with no frame, not running
+  EXPECT_THAT(takeLines(), ElementsAre(restored, restored, "INFO 动画已重置，动画帧数: 0", restored));
   EXPECT_TRUE(idle() && manager->animationFrames.empty());
-}
-
-TEST_F(AnimationTest, ALateTickMovesNoOtherAndTheTimerHoldsTheManager) {
-  createWithIcon();
-  addFramesUpTo(4);
-  start();
-  const std::weak_ptr<Manager> weak = manager;
-  manager.reset();
-  queue.stall(80ms);
-  queue.advance(94ms);
-  EXPECT_FALSE(weak.expired());
-  queue.advance(1ms);
-  EXPECT_TRUE(weak.expired());
-  EXPECT_THAT(takeShown(), ElementsAre("80:30", "105:31", "140:32"));
-}
-
-TEST_F(AnimationTest, TheTimerSendsItsActionByName) {
-  struct Named : Manager {
-    using Manager::Manager;
-    bool perform(Selector selector, const MenuItem* sender) override {
-      told.emplace_back(selector);
-      return Manager::perform(selector, sender);
-    }
-  };
-  manager = Manager::make<Named>(desktop);
-  createWithIcon();
   addFramesUpTo(2);
+  manager->perform(selectors::kUpdateAnimation, nullptr);  // not running
+  EXPECT_EQ(manager->currentFrameIndex, 0);
   start();
-  queue.advance(1s);
-  EXPECT_THAT(told, ElementsAre("updateAnimation", "updateAnimation"));
-}
-
-TEST_F(AnimationTest, OtherThreadsWaitForTheMainThread) {
-  createWithIcon();
-  std::thread worker([&] {
-    manager->addAnimationFrame(image(30));
-    manager->startAnimation();
-    manager->perform(selectors::kUpdateAnimation, nullptr);
-    manager->stopAnimation();
-    manager->resetAnimation();
-  });
-  ASSERT_TRUE(queue.waitAndRunOne());
-  EXPECT_TRUE(manager->animationFrames.size() == 1 && !manager->isAnimating);
-  while (!manager->isAnimating) ASSERT_TRUE(queue.waitAndRunOne());
-  while (!manager->animationFrames.empty()) ASSERT_TRUE(queue.waitAndRunOne());
-  worker.join();
+  std::vector<Image>().swap(manager->animationFrames);
+  queue.advance(35ms);
   EXPECT_TRUE(idle());
 }
 
+TEST_F(AnimationTest, OtherThreadsWaitForTheMainThreadTheTimerSendsItsActionByNameAndHoldsTheManager) {
+  createWithIcon();
+  addFramesUpTo(2);
+  const std::tuple<std::function<void()>, std::size_t, bool> steps[] = {
+      {[&] { manager->addAnimationFrame(image(30)); }, 3, false},
+      {[&] { manager->startAnimation(); }, 3, true},
+      {[&] { manager->stopAnimation(); }, 3, false},
+      {[&] { manager->resetAnimation(); }, 0, false}};
+  for (const auto& [call, frames, animates] : steps) {
+    const auto called = std::async(std::launch::async, call);
+    EXPECT_TRUE(queue.waitAndRunOne() && manager->animationFrames.size() == frames);
+    EXPECT_EQ(manager->isAnimating, animates);
+    called.wait(), queue.runAll();
+  }
+  addFramesUpTo(3);
+  start();
+  queue.advance(35ms);
+  EXPECT_THAT(manager->performed, ElementsAre("updateAnimation"));
+  std::thread([&] { manager->perform(selectors::kUpdateAnimation, nullptr); }).join();
+  EXPECT_EQ(manager->currentFrameIndex, 1);
+  queue.runAll();
+  EXPECT_EQ(manager->currentFrameIndex, 2);
+  const std::weak_ptr<Manager> held = std::exchange(manager, nullptr);
+  queue.advance(34ms);
+  EXPECT_FALSE(held.expired());
+  queue.advance(1ms);
+  EXPECT_TRUE(held.expired());
+}
+
 }  // namespace
-}  // namespace quill::testing
+}  // namespace quill

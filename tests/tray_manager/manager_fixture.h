@@ -1,37 +1,26 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
-
 #include "log.h"
 #include "memory_desktop.h"
 #include "memory_environment.h"
+#include "testing.h"
 #include "tray_manager.h"
 
-namespace quill::testing {
+namespace quill {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using Lines = std::vector<std::string>;
-
-/// What was logged since the last call, as "LEVEL message" without the tag, which each line must have; addresses are
-/// cut out of descriptions: "<StatusItem>".
+/// What was logged since the last call, as "LEVEL message" without the tag, which each line must have behind its
+/// module; addresses are cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
   const std::string tag = "[TrayManager] ";
-  Lines lines;
-  for (auto text : memory::Environment::current().logged()) {
-    EXPECT_THAT(text, ::testing::HasSubstr(' ' + tag));
-    for (auto at = text.find(tag); at != std::string::npos; at = text.find(tag, at)) text.erase(at, tag.size());
-    for (auto at = text.find(": 0x"); at != std::string::npos; at = text.find(": 0x", at)) {
-      text.erase(at, text.find_first_not_of("0123456789abcdef", at + 4) - at);
-    }
-    lines.push_back(text);
+  auto& environment = memory::Environment::current();
+  auto lines = environment.logged();
+  for (auto& line : lines) {
+    for (auto at = line.find(tag); at != std::string::npos; at = line.find(tag)) line.erase(at, tag.size());
+    for (auto at = line.find(": 0x"); at != std::string::npos; at = line.find(": 0x"))
+      line.erase(at, line.find_first_not_of("0123456789abcdef", at + 4) - at);
   }
-  memory::Environment::current().clear();
-  return lines;
+  EXPECT_THAT(environment.console(), Each(StartsWith(tag + tag)));
+  return environment.clear(), lines;
 }
 
 /// A manager on a desktop of its own, with its state laid open.
@@ -40,6 +29,12 @@ struct Manager : TrayManager {
       TrayManager::animationTimer, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
       TrayManager::mainIcon, TrayManager::mainIconView, TrayManager::make, TrayManager::menu, TrayManager::statusItem,
       TrayManager::TrayManager;
+
+  bool perform(Selector selector, const MenuItem* sender) override {
+    performed.emplace_back(selector);
+    return TrayManager::perform(selector, sender);
+  }
+  Lines performed;
 };
 
 /// Only its size is looked at here.
@@ -47,17 +42,29 @@ inline Image image(int width, int height = 22) {
   return {std::make_shared<Pixels>(Pixels{width, height, {}}), {1.0 * width, 1.0 * height}};
 }
 
+/// All that a host can change about how a button looks, but for its image.
+inline auto look(const StatusBarButton& button) {
+  return std::tuple(button.imagePosition(), button.isBordered(), button.isTransparent(), button.isHidden(),
+                    button.alphaValue());
+}
+inline const std::tuple kImageOnly{ImagePosition::imageOnly, false, false, false, 1.0};
+inline void spoilLook(StatusBarButton& button) {
+  button.setImagePosition(ImagePosition::none), button.setBordered(true), button.setTransparent(true);
+  button.setHidden(true), button.setAlphaValue(0.5);
+}
+
 /// What the host was told since it was last looked at.
 inline Lines told;
 inline void tellClick() { told.emplace_back("click"); }
 inline void tellChoice(const char* identifier) { told.emplace_back(identifier); }
 
-class ManagerTest : public ::testing::Test {
+class ManagerTest : public Test {
  protected:
-  ManagerTest() { told.clear(), takeLines(); }
+  ManagerTest() { told.clear(); }
+  ~ManagerTest() override { takeLines(); }
 
   memory::Desktop desktop;
   std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);
 };
 
-}  // namespace quill::testing
+}  // namespace quill

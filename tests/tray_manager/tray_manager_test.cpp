@@ -1,38 +1,35 @@
 #include "manager_fixture.h"
+#include "shortcut.h"
 
-namespace quill::testing {
+namespace quill {
 namespace {
-
-using ::testing::ElementsAreArray;
-using ::testing::Field;
-using ::testing::Pointee;
 
 const std::string kCreating = "INFO 创建状态项，长度: NSStatusItem.squareLength";
 
-Lines created(const std::string& menuLine, bool withButton = true) {
-  return {kCreating,
-          "INFO 状态项创建成功: <StatusItem>",
-          withButton ? "DEBUG 状态项按钮: <StatusBarButton>" : "DEBUG 状态项按钮: nil",
-          "INFO 已设置状态项可见",
-          menuLine,
-          "INFO 已设置点击事件（左键切换窗口，右键显示菜单）",
-          "INFO 已设置按钮可见",
-          withButton ? "DEBUG 按钮尺寸: 22.0x22.0" : "DEBUG 按钮尺寸: 0.0x0.0"};
-}
-
-TEST_F(ManagerTest, StartsEmptyWithTheHiddenIconViewGroup) {
-  EXPECT_FALSE(manager->statusItem || manager->mainIcon || manager->menu || manager->animationTimer);
-  EXPECT_THAT(manager->animatedView->subviews(), ElementsAre(manager->mainIconView, manager->animatedIconView));
-  EXPECT_TRUE(manager->animatedView->isHidden());
+auto created(const std::string& menuLine, const std::string& button = "<StatusBarButton>",
+             const std::string& size = "22.0x22.0") {
+  return ElementsAre(kCreating, "INFO 状态项创建成功: <StatusItem>", "DEBUG 状态项按钮: " + button,
+                     "INFO 已设置状态项可见", menuLine, "INFO 已设置点击事件（左键切换窗口，右键显示菜单）",
+                     "INFO 已设置按钮可见", "DEBUG 按钮尺寸: " + size);
 }
 
 TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   manager->createTray();
-  EXPECT_EQ(takeLines(), created("INFO 已创建并设置基本菜单"));
+  EXPECT_THAT(takeLines(), created("INFO 已创建并设置基本菜单"));
   const auto basic = manager->menu;
+  EXPECT_THAT(basic->items(),
+              ElementsAre(Pointee(Field(&MenuItem::title, "设置")), Pointee(Field(&MenuItem::isSeparator, true)),
+                          Pointee(AllOf(Field(&MenuItem::title, "退出"), Field(&MenuItem::keyEquivalent, "q"),
+                                        Field(&MenuItem::keyEquivalentModifierMask, kCommand)))));
+  for (const auto* title : {"设置", "退出"}) EXPECT_TRUE(desktop.choose(title));
+  EXPECT_TRUE(desktop.terminations == 1 && manager->performed == Lines{"quitApplication"});
   manager->createTray();
-  EXPECT_EQ(takeLines(), created("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
+  EXPECT_THAT(takeLines(), created("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), basic);
+  const auto& button = *manager->statusItem->button();
+  EXPECT_TRUE(!button.isHidden() && button.action().selector == "handleClick");
+  for (const auto orientation : {Orientation::horizontal, Orientation::vertical})
+    EXPECT_EQ(button.contentHuggingPriority(orientation), kRequiredLayoutPriority);
 
   desktop.refusesStatusItems = true;
   manager->createTray();
@@ -43,7 +40,38 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   manager->setMenuItems({{"a", "A", true, ""}, {"b", "B", false, ""}});
   EXPECT_EQ(manager->menu, basic) << "records wait for the status item";
   manager->createTray();
-  EXPECT_EQ(takeLines(), created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 2", false));
+  EXPECT_THAT(takeLines(), created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 2", "nil", "0.0x0.0"));
+  desktop.application->currentEvent = Event{EventType::rightMouseUp};
+  manager->perform(selectors::kHandleClick, nullptr);  // there is no place to open the menu at
+  EXPECT_THAT(desktop.poppedUp, IsEmpty());
+
+  struct Own : Manager {
+    using Manager::Manager;
+    bool fails = false;
+    std::shared_ptr<Menu> createStandardMenu() override {
+      if (fails) throw std::bad_alloc();
+      auto made = Manager::createStandardMenu();
+      return made->minimumWidth = 5, made;
+    }
+    std::shared_ptr<Menu> createBasicMenu() override {
+      auto made = Manager::createBasicMenu();
+      return made->addItem(MenuItem::separator()), made;
+    }
+  };
+  const auto own = Manager::make<Own>(desktop);
+  manager = own;
+  manager->createTray();
+  EXPECT_TRUE(manager->menu->minimumWidth == 5 && manager->menu->items().size() == 4);
+  manager->setMenuItems({{"a", "A", true, ""}});
+  EXPECT_EQ(manager->menu->minimumWidth, 5);
+  own->fails = true;
+  EXPECT_THROW(manager->setMenuItems({}), std::bad_alloc);
+  own->fails = false;
+  desktop.application.reset();
+  takeLines();
+  manager->createTray();
+  EXPECT_THAT(takeLines(), created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 1", "nil", "0.0x0.0"))
+      << "the records from before";
 }
 
 TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
@@ -60,8 +88,11 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
 
   desktop.application->effectiveAppearance = Appearance::dark;
   desktop.rightClick();
+  desktop.application->currentEvent = Event{EventType::rightMouseDown};
+  manager->perform(selectors::kHandleClick, nullptr);
+  desktop.application->currentEvent.reset();
   EXPECT_THAT(told, IsEmpty());
-  ASSERT_EQ(desktop.poppedUp.size(), 1U);
+  ASSERT_EQ(desktop.poppedUp.size(), 2U);
   EXPECT_TRUE(desktop.poppedUp[0].menu == manager->menu.get() && desktop.poppedUp[0].at == (Point{0.0, 22.0}));
   EXPECT_EQ(manager->menu->appearance, Appearance::dark);
 
@@ -82,55 +113,7 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
   item.representedObject = std::string("a");
   manager->perform("handleMenuItemAction:", &item);
   EXPECT_THAT(takeLines(), ElementsAre("ERROR 宿主回调抛出异常: host's \uFFFD'fault",
-                                       ::testing::StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
-}
-
-TEST_F(ManagerTest, AMenuMayCallBackWhenItIsAskedAndWhenItEnds) {
-  struct Calling : Menu {
-    explicit Calling(std::function<void()> call) : call_(std::move(call)) { addItem(MenuItem::make("A", {}, "")); }
-    Calling(const Calling&) = delete;
-    Calling& operator=(const Calling&) = delete;
-    ~Calling() override { call_(); }
-    Items items() const override { return call_(), Menu::items(); }
-    using Menu::announceChange;
-    std::function<void()> call_;
-  };
-  const std::vector<Manager::MenuItemData> records(2, {"b", "B", true, ""});
-  const std::pair<std::function<void()>, std::vector<std::string>> calls[] = {
-      {[&] { manager->setMenuItems(records); }, {"INFO 菜单已更新，菜单项数量: 2", "INFO 菜单已设置，菜单项数量: 1"}},
-      {[&] { manager->setMenu(std::make_shared<Menu>()); },
-       {"INFO 菜单已设置，菜单项数量: 0", "INFO 菜单已设置，菜单项数量: 1"}}};
-  manager->createTray();
-  for (const auto& [call, lines] : calls) {
-    takeLines();
-    manager->setMenu(std::make_shared<Calling>(call));
-    EXPECT_THAT(takeLines(), ElementsAreArray({lines[0], lines[1], lines[0]})) << "asked, then gone";
-    EXPECT_EQ(manager->statusItem->announcedMenu(), manager->menu);
-  }
-  manager->setMenuItems({});
-  manager->setMenu(std::make_shared<Calling>([&, called = 0]() mutable {
-    if (++called == 2) manager->createTray();  // when it ends
-  }));
-  const auto last = std::make_shared<Calling>([] {});
-  manager->setMenu(last);
-  EXPECT_TRUE(manager->menu == last && manager->statusItem->announcedMenu() == last);
-  desktop.mainQueue().runAll();
-  const auto before = desktop.presentations;
-  last->announceChange();
-  desktop.mainQueue().runAll();
-  EXPECT_EQ(desktop.presentations, before + 1) << "of the new item";
-}
-
-TEST_F(ManagerTest, TheBasicMenuQuits) {
-  manager->createTray();
-  EXPECT_THAT(manager->menu->items(),
-              ElementsAre(Pointee(Field(&MenuItem::title, "设置")), Pointee(Field(&MenuItem::isSeparator, true)),
-                          Pointee(AllOf(Field(&MenuItem::title, "退出"), Field(&MenuItem::keyEquivalent, "q"),
-                                        Field(&MenuItem::keyEquivalentModifierMask, kCommand)))));
-  EXPECT_TRUE(desktop.choose("设置") && desktop.terminations == 0);
-  EXPECT_TRUE(desktop.choose("退出") && desktop.terminations == 1);
-  desktop.application.reset();
-  EXPECT_EQ(manager->createStandardMenu()->appearance, Appearance::light);
+                                       StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
 }
 
 TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
@@ -139,12 +122,16 @@ TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
   using namespace std::string_literals;
   manager->setMenuItems({{"a", "A", true, "Cmd+"},
                          {"", "empty", true, "Hyper+Cmd+K"},
-                         {"x\0y"s, "nul", true, ""},
+                         {"x\0y"s, "nul", true, "K"},
                          {"off", "disabled", false, ""}});
   EXPECT_THAT(takeLines(), ElementsAre("WARN 无法解析快捷键：Cmd+，按键部分无效", "WARN 未知的修饰键：HYPER",
                                        "DEBUG 已设置快捷键：Hyper+Cmd+K -> keyEquivalent: k, modifiers: "
                                        "NSEventModifierFlags(rawValue: 1048576)",
+                                       "DEBUG 已设置快捷键：K -> keyEquivalent: k, modifiers: "
+                                       "NSEventModifierFlags(rawValue: 0)",
                                        "INFO 菜单已更新，菜单项数量: 4"));
+  const auto& plain = *manager->menu->items()[2];
+  EXPECT_TRUE(plain.keyEquivalent == "k" && plain.keyEquivalentModifierMask == ModifierFlags{});
 
   desktop.choose("A");
   manager->setMenuItemCallback(tellChoice);
@@ -164,22 +151,30 @@ TEST_F(ManagerTest, AHostMenuGetsTheLibrarysLookAndGivesWayToRecords) {
   const auto item = MenuItem::make("plain", {}, "x");
   item->attributedTitle = AttributedTitle{"styled", {30.0}};
   hostMenu->addItem(item);
-  manager->setMenu(hostMenu);
-  EXPECT_TRUE(hostMenu->font == Font{13.0} && hostMenu->minimumWidth == 250.0);
-  EXPECT_TRUE(item->attributedTitle->text == "plain" && item->attributedTitle->font == Font{13.0});
-
   manager->createTray();
   takeLines();
-  manager->setMenu(std::make_shared<Menu>());
-  EXPECT_EQ(manager->statusItem->announcedMenu(), manager->menu);
+  desktop.application->effectiveAppearance = Appearance::dark;
+  manager->statusItem->button()->sendActionOn(0);
+  manager->setMenu(hostMenu);
+  EXPECT_TRUE(hostMenu->font == Font{13.0} && hostMenu->minimumWidth == 250.0 &&
+              hostMenu->appearance == Appearance::dark);
+  EXPECT_TRUE(item->attributedTitle->text == "plain" && item->attributedTitle->font == Font{13.0});
+  EXPECT_EQ(manager->statusItem->button()->actionMask(), kClickEvents);
+  EXPECT_EQ(manager->statusItem->announcedMenu(), hostMenu);
   manager->setMenuItems({});
-  EXPECT_THAT(takeLines(), ElementsAre("INFO 菜单已设置，菜单项数量: 0", "INFO 菜单已更新，菜单项数量: 0"));
-  EXPECT_EQ(manager->menu->minimumWidth, 0.0);
+  EXPECT_THAT(takeLines(), ElementsAre("INFO 菜单已设置，菜单项数量: 1", "INFO 菜单已更新，菜单项数量: 0"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), manager->menu);
+  EXPECT_TRUE(manager->menu->minimumWidth == 0.0 && manager->menu->appearance == Appearance::dark);
 }
 
 TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
+  const auto& [group, icon, animated] =
+      std::tie(manager->animatedView, manager->mainIconView, manager->animatedIconView);
+  EXPECT_THAT(group->subviews(), ElementsAre(icon, animated));
+  for (const auto& view : {icon, animated})
+    EXPECT_TRUE(group->isHidden() && view->isHidden() && view->alphaValue() == 0 && view->frame().size == kIconSize);
   const auto source = image(64, 32);
+  animated->setAlphaValue(1.0);
   manager->setMainIcon(source);
   Lines expected{"DEBUG 设置主图标，原始图标: <Image 64x32 pixels>",
                  "DEBUG 原始图标尺寸: 64.0x32.0",
@@ -191,7 +186,7 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_EQ(takeLines(), expected);
   EXPECT_TRUE(manager->mainIcon->isTemplate() && manager->mainIcon->size() == kIconSize);
   EXPECT_FALSE(source.isTemplate() || source.size() == kIconSize);
-  EXPECT_TRUE(manager->mainIconView->image() == manager->mainIcon && manager->mainIconView->alphaValue() == 1.0);
+  EXPECT_TRUE(icon->image() == manager->mainIcon && icon->alphaValue() == 1.0 && animated->alphaValue() == 0.0);
   manager->setMainIcon(Image(std::make_shared<Pixels>(), {100'000, 0.00005}));
   EXPECT_THAT(takeLines()[1], "DEBUG 原始图标尺寸: 100000.0x0.00005");
 
@@ -199,7 +194,7 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   const auto button = manager->statusItem->button();
   EXPECT_EQ(button->image(), std::nullopt) << "an earlier icon is not put on a new button";
   button->setFrame({{3, 4}, {30, 22}});
-  button->setHidden(true);
+  spoilLook(*button);
   takeLines();
   manager->setMainIcon(source);
   expected[5] = "DEBUG statusItem: <StatusItem>";
@@ -209,7 +204,7 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_EQ(takeLines(), expected);
   EXPECT_EQ(button->frame(), (Rect{{3, 4}, {22, 22}}));
   EXPECT_EQ(button->image(), manager->mainIcon);
-  EXPECT_TRUE(!button->isHidden() && !button->isBordered() && !button->isTransparent());
+  EXPECT_EQ(look(*button), kImageOnly);
 
   manager->setMainIcon(source);
   expected.erase(expected.begin() + 7);
@@ -218,5 +213,19 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_EQ(desktop.presentations, 1) << "many settings, one presentation";
 }
 
+TEST(Shortcut, ReadsModifiersAndKey) {
+  // "[key] sum of shift 1, control 2, option 4 and command 8 <unknown>…"
+  const auto read = [](const std::string& text) -> std::string {
+    const auto shortcut = parseShortcut(text);
+    if (!shortcut) return "refused";
+    auto all = "[" + shortcut->keyEquivalent + "] " + std::to_string(shortcut->modifiers.rawValue >> 17U);
+    for (const auto& word : shortcut->unknownModifiers) all += " <" + word + ">";
+    return all;
+  };
+  for (const auto& [text, expected] : casesIn(CASES "shortcuts.txt")) EXPECT_EQ(read(text), expected) << text;
+  EXPECT_EQ(read("\nCmd+K"), "[k] 0 <\nCMD>");
+  EXPECT_EQ(read({"Cmd+\0K", 6}), std::string("[\0K] 8", 6));
+}
+
 }  // namespace
-}  // namespace quill::testing
+}  // namespace quill

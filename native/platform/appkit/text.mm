@@ -1,5 +1,7 @@
 #include "text.h"
 
+#include <nlohmann/json.hpp>
+
 #include "foundation.h"
 #include "url.h"
 
@@ -20,7 +22,11 @@ SEL toSEL(Selector selector) { return selector.empty() ? nullptr : NSSelectorFro
 
 }  // namespace appkit
 
-// None of these asks for the user's language.
+// Foundation refuses ill-formed text whole; a JSON string is mended where it is ill-formed.
+std::string utf8Text(const char* text) {
+  using nlohmann::json;
+  return json::parse(json(text).dump(-1, ' ', false, json::error_handler_t::replace)).get<std::string>();
+}
 
 std::string lowerCase(std::string_view text) {
   std::string mapped;
@@ -34,6 +40,15 @@ std::string upperCase(std::string_view text) {
   return mapped;
 }
 
+std::string trim(std::string_view text) {
+  std::string trimmed;
+  appkit::guarded([&] {
+    NSCharacterSet* const blanks = [NSCharacterSet whitespaceCharacterSet];
+    trimmed = appkit::toString([appkit::toNSString(text) stringByTrimmingCharactersInSet:blanks]);
+  });
+  return trimmed;
+}
+
 bool isSingleGrapheme(std::string_view text) {
   bool isSingle = false;
   appkit::guarded([&] {
@@ -45,7 +60,7 @@ bool isSingleGrapheme(std::string_view text) {
 
 std::optional<Url> parseUrl(std::string_view text) {
   std::optional<Url> url;
-  appkit::guarded([&, escaped = escapeUrl(text)] {
+  appkit::guarded([&, escaped = percentEncode(text)] {
     if (!escaped.empty() && [NSURL URLWithString:appkit::toNSString(escaped)] != nil) url = Url{escaped};
   });
   return url;

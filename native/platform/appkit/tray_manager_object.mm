@@ -10,11 +10,11 @@ using namespace quill::appkit;
 
 namespace {
 
-/// Calls `use` with the tray manager; nothing where it is gone, and for a timer's target.
-template <typename Use>
+/// Calls `use` with the manager as a `Kind`; not at all if it is gone or no such thing.
+template <typename Kind, typename Use>
 void with(const std::weak_ptr<Responder>& manager, Use use) {
   guarded([&] {
-    if (const auto tray = std::dynamic_pointer_cast<Tray>(manager.lock())) use(*tray);
+    if (const auto found = std::dynamic_pointer_cast<Kind>(manager.lock())) use(*found);
   });
 }
 
@@ -42,81 +42,81 @@ void with(const std::weak_ptr<Responder>& manager, Use use) {
 // The four that buttons, menu items and timers call.
 
 - (void)handleClick {
-  with(_manager, [&](Tray& tray) {
+  with<Responder>(_manager, [&](Responder& manager) {
     _desktop->readApplication();
-    tray.perform("handleClick", nullptr);
+    manager.perform("handleClick", nullptr);
   });
 }
 
 - (void)handleMenuItemAction:(id)sender {
-  with(_manager, [&](Tray& tray) {
+  with<Responder>(_manager, [&](Responder& manager) {
     MenuItem chosen;
     id const represented = [sender respondsToSelector:@selector(representedObject)] ? [sender representedObject] : nil;
     if ([represented isKindOfClass:[NSString class]]) chosen.representedObject = toString(represented);
-    tray.perform("handleMenuItemAction:", &chosen);
+    manager.perform("handleMenuItemAction:", &chosen);
   });
 }
 
 - (void)quitApplication {
-  with(_manager, [](Tray& tray) { tray.perform("quitApplication", nullptr); });
+  with<Responder>(_manager, [](Responder& manager) { manager.perform("quitApplication", nullptr); });
 }
 
 - (void)updateAnimation {
   const Handle<QuillTrayManager> held(self);  // a tick may end its timer, and this with it
   if (_tick) return guarded(_tick);
-  with(_manager, [](Tray& tray) { tray.perform("updateAnimation", nullptr); });
+  with<Responder>(_manager, [](Responder& manager) { manager.perform("updateAnimation", nullptr); });
 }
 
 // The others.
 
 - (void)createTray {
-  with(_manager, [](Tray& tray) { tray.createTray(); });
+  with<Tray>(_manager, [](Tray& tray) { tray.createTray(); });
 }
 
 - (void)setMainIcon:(NSImage*)image {
-  with(_manager, [&](Tray& tray) {
+  with<Tray>(_manager, [&](Tray& tray) {
     if (image != nil) tray.setMainIcon(imageOf(image));
   });
 }
 
 - (void)setMenu:(NSMenu*)menu {
-  with(_manager, [&](Tray& tray) {
+  with<Tray>(_manager, [&](Tray& tray) {
     if (auto adopted = HostMenu::adopt(menu)) tray.setMenu(std::move(adopted));
   });
 }
 
 - (NSMenu*)createStandardMenu {
   Handle<NSMenu> made;
-  with(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createStandardMenu(), *_desktop); });
+  with<Tray>(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createStandardMenu(), *_desktop); });
   return [[made.get() retain] autorelease];
 }
 
 - (NSMenu*)createBasicMenu {
   Handle<NSMenu> made;
-  with(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createBasicMenu(), *_desktop); });
+  with<Tray>(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createBasicMenu(), *_desktop); });
   return [[made.get() retain] autorelease];
 }
 
 - (void)addAnimationFrame:(NSImage*)image {
-  with(_manager, [&](Tray& tray) {
+  with<Tray>(_manager, [&](Tray& tray) {
     if (image != nil) tray.addAnimationFrame(imageOf(image));
   });
 }
 
 - (void)startAnimation {
-  with(_manager, [](Tray& tray) { tray.startAnimation(); });
+  with<Tray>(_manager, [](Tray& tray) { tray.startAnimation(); });
 }
 
 - (void)stopAnimation {
-  with(_manager, [](Tray& tray) { tray.stopAnimation(); });
+  with<Tray>(_manager, [](Tray& tray) { tray.stopAnimation(); });
 }
 
 - (void)resetAnimation {
-  with(_manager, [](Tray& tray) { tray.resetAnimation(); });
+  with<Tray>(_manager, [](Tray& tray) { tray.resetAnimation(); });
 }
 
 - (void)setClickCallback:(void (*)(void))callback {
-  with(_manager, [&](Tray& tray) { tray.setClickCallback(callback); });
+  with<Tray>(_manager, [&](Tray& tray) { tray.setClickCallback(callback); });
 }
 
 @end

@@ -9,20 +9,12 @@ namespace quill {
 
 namespace {
 
-/// Removes a desktop's files when the process exits in an orderly way or the library is unloaded.
-class FileRemover {
- public:
-  explicit FileRemover(freedesktop::Desktop& desktop) : desktop_(desktop) {}
-  FileRemover(const FileRemover&) = delete;
-  FileRemover& operator=(const FileRemover&) = delete;
-  ~FileRemover() { desktop_.removeFiles(); }
-
- private:
-  freedesktop::Desktop& desktop_;
+struct FileRemoval {
+  void operator()(freedesktop::Desktop* desktop) const { desktop->removeFiles(); }
 };
 
-/// Up to version 2.74 GLib sets its allocator up at the first use, under a lock that a child forked meanwhile would find
-/// locked for ever. So that is done when the library is loaded.
+/// Up to version 2.74 GLib sets its allocator up at the first use, under a lock that a child forked meanwhile would
+/// find locked for ever. So the library has it set up when it is loaded.
 [[gnu::constructor]] void setUpAllocator() {
   constexpr gsize kSize = 64;
   g_slice_free1(kSize, g_slice_alloc(kSize));
@@ -34,7 +26,8 @@ Desktop& Desktop::current() {
   static constinit NoDestructor<std::unique_ptr<freedesktop::Desktop>> desktop;
   return *desktop.get([] {
     auto made = std::make_unique<freedesktop::Desktop>();
-    static const FileRemover remover(*made);  // in here, where a fork waits for its making
+    // When the process exits in an orderly way or the library is unloaded. Set up here, which a fork waits for.
+    static const std::unique_ptr<freedesktop::Desktop, FileRemoval> removal(made.get());
     return made;
   });
 }

@@ -5,77 +5,26 @@
 #include <utility>
 
 #include "bus_message.h"
+#include "member_callbacks.h"
+#include "menu_entry_message.h"
 
 namespace quill::freedesktop {
 namespace {
 
 constexpr auto kInterface = "com.canonical.dbusmenu";
 constexpr std::uint32_t kVersion = 3;
-constexpr auto kEntrySignature = "ia{sv}av";
 constexpr std::string_view kClicked = "clicked";
-/// Names of properties in one call: there are nine.
+/// Property names in one call; nine exist.
 constexpr int kMaxNames = 256;
-/// Ids in one call; to look them up takes some milliseconds.
+/// Ids in one call, which take some milliseconds to look up.
 constexpr std::size_t kMaxIds = 250'000;
 
-void appendVariant(MessageWriter& to, const EntryValue& value) {
-  if (const auto* flag = std::get_if<bool>(&value)) {
-    to.container('v', "b", [&] { to.append(*flag); });
-  } else if (const auto* number = std::get_if<std::int32_t>(&value)) {
-    to.container('v', "i", [&] { to.append(*number); });
-  } else if (const auto* text = std::get_if<std::string>(&value)) {
-    to.container('v', "s", [&] { to.append(*text); });
-  } else {
-    to.container('v', "aas", [&] {
-      to.container('a', "as", [&] {
-        const auto& keys = std::get<KeyNames>(value);
-        if (keys.empty()) return;
-        to.container('a', "s", [&] {
-          for (const auto& key : keys) to.append(key);
-        });
-      });
-    });
-  }
-}
-
-/// Those of `properties` that are not at their defaults, and those in `always`.
-void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
-                      EntryProperties always = {}) {
-  to.container('a', "{sv}", [&] {
-    properties.forEach([&](EntryProperty property) {
-      auto value = entry.value(property, panel);
-      if (!value && always.contains(property)) value = defaultOf(property);
-      if (!value) return;
-      to.container('e', "sv", [&] {
-        to.append(nameOf(property).data());
-        appendVariant(to, *value);
-      });
-    });
-  });
-}
-
-/// What the fields of an entry's structure hold, down to `depth` levels below it.
-void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
-                 EntryProperties properties, std::int32_t depth) {
-  const auto& entries = layout.entries();
-  to.append(layout.idOf(index));
-  appendProperties(to, entries[index], panel, properties);
-  to.container('a', "v", [&] {
-    if (depth == 0) return;
-    for (auto child = index + 1; child < entries[index].end && to.result() >= 0; child = entries[child].end) {
-      to.container('v', "(ia{sv}av)", [&] {
-        to.container('r', kEntrySignature, [&] { appendEntry(to, layout, child, panel, properties, depth - 1); });
-      });
-    }
-  });
-}
-
-/// For what would hold up the host's main loop.
+/// For a call that would hold up the host's main loop.
 int refuseSize(sd_bus_error* error) {
   return sd_bus_error_set(error, SD_BUS_ERROR_LIMITS_EXCEEDED, "More than a menu is asked or told at once");
 }
 
-/// Reads a list of names, of which an empty one means all. Negative: the error.
+/// Reads a list of property names; an empty list means all. Negative: the error.
 int readProperties(sd_bus_message* from, EntryProperties& properties, sd_bus_error* error) {
   properties = {};
   int names = 0;
@@ -114,16 +63,13 @@ int refuseId(sd_bus_error* error, std::int32_t id) {
   return sd_bus_error_setf(error, SD_BUS_ERROR_INVALID_ARGS, "No menu entry has the id %d", id);
 }
 
-using Getter = int(sd_bus*, const char*, const char*, const char*, sd_bus_message*, void*, sd_bus_error*);
-
-constexpr Getter* kGetVersion = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                   sd_bus_error*) { return sd_bus_message_append(reply, "u", kVersion); };
-constexpr Getter* kGetTextDirection = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                         sd_bus_error*) { return sd_bus_message_append(reply, "s", "ltr"); };
-constexpr Getter* kGetStatus = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                  sd_bus_error*) { return sd_bus_message_append(reply, "s", "normal"); };
-constexpr Getter* kGetIconThemePath = [](sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void*,
-                                         sd_bus_error*) { return sd_bus_message_append(reply, "as", 0); };
+// Properties that are the same for every menu.
+void appendVersion(MessageWriter& to) { to.append(kVersion); }
+void appendTextDirection(MessageWriter& to) { to.append("ltr"); }
+void appendStatus(MessageWriter& to) { to.append("normal"); }
+void appendIconThemePath(MessageWriter& to) {
+  to.container('a', "s", [] {});
+}
 
 }  // namespace
 
@@ -137,25 +83,22 @@ const sd_bus_vtable DBusMenu::kVtable[] = {
     SD_BUS_METHOD("EventGroup", "a(isvu)", "ai", call<&DBusMenu::eventGroup>, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("AboutToShow", "i", "b", call<&DBusMenu::aboutToShow>, SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_METHOD("AboutToShowGroup", "ai", "aiai", call<&DBusMenu::aboutToShowGroup>, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_PROPERTY("Version", "u", kGetVersion, 0, 0),
-    SD_BUS_PROPERTY("TextDirection", "s", kGetTextDirection, 0, 0),
-    SD_BUS_PROPERTY("Status", "s", kGetStatus, 0, 0),
-    SD_BUS_PROPERTY("IconThemePath", "as", kGetIconThemePath, 0, 0),
+    SD_BUS_PROPERTY("Version", "u", get<appendVersion>, 0, 0),
+    SD_BUS_PROPERTY("TextDirection", "s", get<appendTextDirection>, 0, 0),
+    SD_BUS_PROPERTY("Status", "s", get<appendStatus>, 0, 0),
+    SD_BUS_PROPERTY("IconThemePath", "as", get<appendIconThemePath>, 0, 0),
     SD_BUS_SIGNAL("ItemsPropertiesUpdated", "a(ia{sv})a(ias)", 0),
     SD_BUS_SIGNAL("LayoutUpdated", "ui", 0),
     SD_BUS_SIGNAL("ItemActivationRequested", "iu", 0),
     SD_BUS_VTABLE_END};
 
-void DBusMenu::exportOn(sd_bus* bus) {
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_add_object_vtable(bus, &slot, kPath, kInterface, kVtable, this) >= 0) slot_.reset(slot);
-}
+void DBusMenu::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
 
 void DBusMenu::show(const Menu* menu) {
   const auto update = history_.show(menu);
   if (!update.isNewLayout && update.changes.empty()) return;
-  sd_bus* const bus = bus_.forSignals();
-  if (bus == nullptr) return;  // who comes later reads it all
+  sd_bus* const bus = bus_.connection();
+  if (bus == nullptr) return;  // a panel that comes later reads everything
   if (update.isNewLayout) {
     sd_bus_emit_signal(bus, kPath, kInterface, "LayoutUpdated", "ui", history_.revision(), MenuLayout::kRootId);
   } else {
@@ -163,10 +106,9 @@ void DBusMenu::show(const Menu* menu) {
   }
 }
 
-int DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes) {
+void DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes) {
   sd_bus_message* created = nullptr;
-  const int result = sd_bus_message_new_signal(bus, &created, kPath, kInterface, "ItemsPropertiesUpdated");
-  if (result < 0) return result;
+  if (sd_bus_message_new_signal(bus, &created, kPath, kInterface, "ItemsPropertiesUpdated") < 0) return;
   const MessageHandle signal(created);
   MessageWriter to(created);
   const auto& layout = history_.current();
@@ -190,7 +132,7 @@ int DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& 
       });
     }
   });
-  return to.result() < 0 ? to.result() : sd_bus_send(bus, created, nullptr);
+  if (to.result() >= 0) sd_bus_send(bus, created, nullptr);
 }
 
 int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
@@ -206,7 +148,7 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
   if (depth < 0) depth = std::numeric_limits<std::int32_t>::max();
   result = reply(call, [&](MessageWriter& to) {
     to.append(history_.revision());
-    to.container('r', kEntrySignature, [&] { appendEntry(to, layout, *index, panel_, properties, depth); });
+    appendEntry(to, layout, *index, panel_, properties, depth);
   });
   if (result >= 0) history_.noteRead();
   return result;
@@ -267,7 +209,7 @@ void DBusMenu::postNext(const std::shared_ptr<Choices>& choices) {
   choices->queue.post([choices] {
     const auto item = std::move(choices->items.front());
     choices->items.pop_front();
-    if (!choices->items.empty()) postNext(choices);  // before the host is told, which may run a loop inside
+    if (!choices->items.empty()) postNext(choices);  // first, since the host may run a main loop inside choose()
     item->choose();
   });
 }
@@ -317,8 +259,8 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
 int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t id = 0;
   if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
-  if (!history_.knows(id)) return refuseId(error, id);
-  return reply(call, [](MessageWriter& to) { to.append(false); });  // what changed was signalled
+  if (!history_.find(id).isKnown) return refuseId(error, id);
+  return reply(call, [](MessageWriter& to) { to.append(false); });  // every change was signalled
 }
 
 int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
@@ -326,7 +268,7 @@ int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
   if (const int result = readIds(call, ids, error); result < 0) return result;
   std::vector<std::int32_t> unknown;
   for (const auto id : ids) {
-    if (!history_.knows(id)) unknown.push_back(id);
+    if (!history_.find(id).isKnown) unknown.push_back(id);
   }
   if (!ids.empty() && unknown.size() == ids.size()) return refuseId(error, unknown.front());
   return reply(call, [&](MessageWriter& to) {

@@ -9,27 +9,25 @@
 
 namespace quill::freedesktop {
 
-/// com.canonical.dbusmenu: a menu that panels read and show themselves. A choice is told after the
-/// panel has its answer, in a dispatch of its own, one a turn of the main loop. Main thread.
+/// com.canonical.dbusmenu: a menu that panels read and show. The host is told of a choice after the panel has its
+/// answer, in a dispatch of its own; one choice in each turn of the main loop. Main thread.
 class DBusMenu {
  public:
   static constexpr auto kPath = "/MenuBar";
 
-  /// Events of one message, and choices that wait to be told. A user makes one at a time: a call that brings more is
-  /// refused as a whole.
+  /// The limit for the events of one call, and for the choices that wait. A call that goes beyond is refused as a
+  /// whole: a user makes one choice at a time.
   static constexpr std::size_t kMaxChoices = 1024;
 
   DBusMenu(Bus& bus, GlibMainQueue& queue) : bus_(bus), choices_(std::make_shared<Choices>(Choices{{}, queue})) {}
   DBusMenu(const DBusMenu&) = delete;
   DBusMenu& operator=(const DBusMenu&) = delete;
 
-  /// Offers `menu`, or an empty one for null, and signals what is new about it.
+  /// Shows `menu`, or an empty menu for null, and signals what changed.
   void show(const Menu* menu);
-  /// What is told from now on is told to this panel: one that comes later has read nothing yet.
+  /// Writes labels in this panel's form from now on; a new panel has read nothing yet.
   void offerTo(PanelKind panel) { panel_ = panel; }
   void exportOn(sd_bus* bus);
-  /// Forgets the connection, which is closed.
-  void withdraw() { slot_.reset(); }
 
  private:
   static const sd_bus_vtable kVtable[];
@@ -41,17 +39,13 @@ class DBusMenu {
   int eventGroup(sd_bus_message* call, sd_bus_error* error);
   int aboutToShow(sd_bus_message* call, sd_bus_error* error);
   int aboutToShowGroup(sd_bus_message* call, sd_bus_error* error);
-  /// A vtable's entry for a member function.
-  template <int (DBusMenu::*method)(sd_bus_message*, sd_bus_error*)>
-  static int call(sd_bus_message* message, void* self, sd_bus_error* error) {
-    return (static_cast<DBusMenu*>(self)->*method)(message, error);
-  }
 
   void chooseLater(std::shared_ptr<const MenuItem> item);
   bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
-  int signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
+  void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
 
-  /// What was chosen and is not told yet. It outlives the menu, which the host may replace in between.
+  /// Choices that the host has not been told of. They outlive this object: the host may replace its status item
+  /// meanwhile.
   struct Choices {
     std::deque<std::shared_ptr<const MenuItem>> items;
     GlibMainQueue& queue;
@@ -62,7 +56,6 @@ class DBusMenu {
   std::shared_ptr<Choices> choices_;
   MenuHistory history_;
   PanelKind panel_ = PanelKind::other;
-  SlotHandle slot_;
 };
 
 }  // namespace quill::freedesktop

@@ -2,10 +2,8 @@
 
 #include <utility>
 
-#include "bus.h"
-#include "host_application.h"
-#include "host_menu.h"
 #include "icon_rendering.h"
+#include "session_bus_address.h"
 #include "status_notifier.h"
 
 namespace quill::freedesktop {
@@ -24,11 +22,5 @@ void Desktop::prepare(Image& image) {
   symbolicIcons_.add(rendering->symbolic());
   image.setPicture(std::move(rendering));
 }
-
-std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) { return HostMenu::adopt(menu, hostMenuReads_); }
-
-void Desktop::openUrl(const Url& url) { urlOpener_.open(url); }
-
-void Desktop::terminate() { terminateHost(); }
 
 }  // namespace quill::freedesktop

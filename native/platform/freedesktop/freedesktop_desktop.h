@@ -2,6 +2,7 @@
 
 #include "desktop.h"
 #include "glib_main_queue.h"
+#include "host_application.h"
 #include "host_menu.h"
 #include "symbolic_icons.h"
 #include "url_opener.h"
@@ -14,16 +15,16 @@ class Desktop : public quill::Desktop {
   Desktop() { application.emplace(); }
 
   MainQueue& mainQueue() override { return mainQueue_; }
-  /// Null where the environment names no session bus that can be used; one that is not there yet is waited for.
+  /// Null where the environment names no usable session bus. A bus that is not there yet is waited for.
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
   /// Panels have no views.
   void present(std::shared_ptr<View> /*group*/) override {}
   void prepare(Image& image) override;
-  std::shared_ptr<Menu> adoptMenu(const void* menu) override;
-  void openUrl(const Url& url) override;
-  void terminate() override;
+  std::shared_ptr<Menu> adoptMenu(const void* menu) override { return HostMenu::adopt(menu, hostMenuReads_); }
+  void openUrl(const Url& url) override { urlOpener_.open(url); }
+  void terminate() override { terminateHost(); }
 
-  /// Removes the files made for panels; the process ends.
+  /// Removes the files made for panels, for good, as the process ends.
   void removeFiles() { symbolicIcons_.close(); }
 
  private:

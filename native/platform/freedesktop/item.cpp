@@ -1,23 +1,23 @@
 #include "item.h"
 
 #include <string_view>
-#include <type_traits>
 #include <utility>
 
 #include "bus_message.h"
 #include "dbusmenu.h"
 #include "host_application.h"
+#include "member_callbacks.h"
 
 namespace quill::freedesktop {
 namespace {
 
 constexpr auto kInterface = "org.kde.StatusNotifierItem";
-/// Tokens are a few dozen bytes; a longer one is nobody's.
+/// Bytes; real tokens have a few dozen.
 constexpr std::size_t kMaxToken = 4096;
 
 const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
 
-// What is the same for every item.
+// Properties that are the same for every item.
 void appendEmpty(MessageWriter& to) { to.append(""); }
 void appendNoPixels(MessageWriter& to) {
   to.container('a', "(iiay)", [] {});
@@ -28,19 +28,6 @@ void appendMenuPath(MessageWriter& to) { to.appendPath(DBusMenu::kPath); }
 void appendItemIsMenu(MessageWriter& to) { to.append(false); }
 
 }  // namespace
-
-template <auto append>
-int Item::get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*) {
-  MessageWriter to(reply);
-  if constexpr (std::is_invocable_v<decltype(append), MessageWriter&>) {
-    append(to);
-  } else if constexpr (std::is_member_object_pointer_v<decltype(append)>) {
-    to.append(static_cast<const Item*>(self)->*append);
-  } else {
-    (static_cast<const Item*>(self)->*append)(to);
-  }
-  return to.result();
-}
 
 const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_VTABLE_START(0),
@@ -81,10 +68,7 @@ const sd_bus_vtable Item::kVtable[] = {
 Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
     : bus_(bus), clicked_(std::move(clicked)), replaced_(queue) {}
 
-void Item::exportOn(sd_bus* bus) {
-  sd_bus_slot* slot = nullptr;
-  if (sd_bus_add_object_vtable(bus, &slot, kPath, kInterface, kVtable, this) >= 0) slot_.reset(slot);
-}
+void Item::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
 
 void Item::show(const StatusItem& item) {
   if (id_.empty()) id_ = hostId();
@@ -96,9 +80,7 @@ void Item::show(const StatusItem& item) {
   const auto& button = item.button();
   if (const bool isActive = item.isVisible() && button && !button->isHidden(); isActive != isActive_) {
     isActive_ = isActive;
-    if (sd_bus* bus = bus_.forSignals()) {
-      sd_bus_emit_signal(bus, kPath, kInterface, "NewStatus", "s", statusName(isActive_));
-    }
+    signal("NewStatus", statusName(isActive_));
   }
   const auto image = button ? button->image() : std::nullopt;
   if (image == image_) return;
@@ -116,11 +98,8 @@ void Item::offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder) {
   if (folder == symbolicIcons_) return;
   symbolicIcons_ = std::move(folder);
   writeSymbolicIcon();
-  // For those who have read the item already: panels that were there before their watcher.
-  if (sd_bus* bus = bus_.forSignals()) {
-    sd_bus_emit_signal(bus, kPath, kInterface, "NewIconThemePath", "s",
-                       symbolicIcons_ ? symbolicIcons_->path().c_str() : "");
-  }
+  // For a panel that read the item before its watcher was there.
+  signal("NewIconThemePath", symbolicIcons_ ? symbolicIcons_->path().c_str() : "");
   signal("NewIcon");
 }
 
@@ -128,7 +107,7 @@ void Item::repaint() {
   if (symbolicFile()) signal("NewIcon");
 }
 
-/// An image that was prepared is there already.
+/// A prepared image has its file already.
 void Item::writeSymbolicIcon() const {
   if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_, panel_);
 }
@@ -137,8 +116,9 @@ std::shared_ptr<const IconFile> Item::symbolicFile() const {
   return symbolicIcons_ && icon_ ? icon_->symbolic()->fileIn(symbolicIcons_) : nullptr;
 }
 
-void Item::signal(const char* member) {
-  if (sd_bus* bus = bus_.forSignals()) sd_bus_emit_signal(bus, kPath, kInterface, member, nullptr);
+void Item::signal(const char* member, const char* argument) {
+  sd_bus* const bus = bus_.connection();
+  if (bus != nullptr) sd_bus_emit_signal(bus, kPath, kInterface, member, argument != nullptr ? "s" : nullptr, argument);
 }
 
 int Item::click(sd_bus_message* call, EventType type) {
@@ -147,7 +127,7 @@ int Item::click(sd_bus_message* call, EventType type) {
   return result;
 }
 
-int Item::provideXdgActivationToken(sd_bus_message* call) {
+int Item::provideXdgActivationToken(sd_bus_message* call, sd_bus_error*) {
   const char* token = nullptr;
   if (const int result = sd_bus_message_read(call, "s", &token); result < 0) return result;
   if (const std::string_view given(token); given.size() <= kMaxToken) activationToken_ = given;

@@ -28,58 +28,49 @@ class Item {
   Item(const Item&) = delete;
   Item& operator=(const Item&) = delete;
 
-  /// Takes over what `item` shows, and signals what is new about it.
+  /// Copies what `item` shows, and signals what changed.
   void show(const StatusItem& item);
   void exportOn(sd_bus* bus);
-  /// Forgets the connection, which is closed.
-  void withdraw() { slot_.reset(); }
-  /// Whose the panel is, and where it finds the symbolic icons of templates; null for one that does not
-  /// recolour them: many of those show a broken image for a name that they cannot draw.
+  /// Tells which panel shows the item, and in which folder it finds symbolic icons. Null for a panel that does not
+  /// recolour them: many such panels show a broken image for a name that they cannot draw.
   void offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder);
-  /// Has the panel draw the icon anew.
+  /// Makes the panel draw the icon again.
   void repaint();
-  /// What a panel gave since the last call, to raise a window with; empty: nothing.
+  /// The activation token that the panel gave since the last call; empty: none.
   std::string takeActivationToken() { return std::exchange(activationToken_, {}); }
 
  private:
   static const sd_bus_vtable kVtable[];
 
-  int contextMenu(sd_bus_message* call) { return click(call, EventType::rightMouseUp); }
-  int activate(sd_bus_message* call) { return click(call, EventType::leftMouseUp); }
+  int contextMenu(sd_bus_message* call, sd_bus_error*) { return click(call, EventType::rightMouseUp); }
+  int activate(sd_bus_message* call, sd_bus_error*) { return click(call, EventType::leftMouseUp); }
   int click(sd_bus_message* call, EventType type);
-  int ignore(sd_bus_message* call) { return sd_bus_reply_method_return(call, nullptr); }
-  int provideXdgActivationToken(sd_bus_message* call);
-  template <int (Item::*method)(sd_bus_message*)>
-  static int call(sd_bus_message* message, void* self, sd_bus_error*) {
-    return (static_cast<Item*>(self)->*method)(message);
-  }
+  int ignore(sd_bus_message* call, sd_bus_error*) { return sd_bus_reply_method_return(call, nullptr); }
+  int provideXdgActivationToken(sd_bus_message* call, sd_bus_error*);
 
   void appendStatus(MessageWriter& to) const;
   void appendIconName(MessageWriter& to) const;
   void appendIconThemePath(MessageWriter& to) const;
   void appendIcon(MessageWriter& to) const;
   void appendToolTip(MessageWriter& to) const;
-  /// A vtable's getter for a function, a member function or a member.
-  template <auto append>
-  static int get(sd_bus*, const char*, const char*, const char*, sd_bus_message* reply, void* self, sd_bus_error*);
 
   void writeSymbolicIcon() const;
   /// Null where the panel reads pixels.
   std::shared_ptr<const IconFile> symbolicFile() const;
-  void signal(const char* member);
+  /// `argument` may be null: none.
+  void signal(const char* member, const char* argument = nullptr);
 
   Bus& bus_;
   std::function<void(EventType)> clicked_;
   std::string id_;
   std::string name_;
   bool isActive_ = false;
-  std::optional<Image> image_;                 // the one that icon_ shows
+  std::optional<Image> image_;                 // what icon_ was made of
   std::shared_ptr<const IconRendering> icon_;  // null: no icon
   PanelKind panel_ = PanelKind::other;
   std::shared_ptr<IconFolder> symbolicIcons_;
   ReplacedIcons replaced_;
   std::string activationToken_;
-  SlotHandle slot_;
 };
 
 }  // namespace quill::freedesktop

@@ -1,6 +1,6 @@
 #include "status_notifier.h"
 
-#include "activation_scope.h"
+#include "host_application.h"
 
 namespace quill::freedesktop {
 
@@ -12,18 +12,15 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Sy
            {[this](sd_bus* bus) {
               item_.exportOn(bus);
               menu_.exportOn(bus);
-              themeChanges_.follow(bus);
               watcher_.follow(bus);
             },
             [this] {
-              item_.withdraw();
-              menu_.withdraw();
               watcher_.leave();
               themeChanges_.leave();
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, queue),
-      themeChanges_(queue, [this] { item_.repaint(); }),
+      themeChanges_(bus_, queue, [this] { item_.repaint(); }),
       watcher_(queue, Item::kPath, [this, &symbolicIcons](PanelKind panel) {
         item_.offerTo(panel, panel != PanelKind::other ? symbolicIcons.open(panel) : nullptr);
         menu_.offerTo(panel);
@@ -34,16 +31,14 @@ void StatusNotifier::present(const StatusItem& item) {
   presented_ = item.weak_from_this();
   item_.show(item);
   if (!bus_.isStarted()) bus_.start();
-  const auto menu = item.announcedMenu();  // to read it may call the host, which may announce another one
+  const auto menu = item.announcedMenu();  // kept, since reading it may call the host, which may announce another
   menu_.show(menu.get());
 }
 
 void StatusNotifier::clicked(EventType type) {
   queue_.post([&desktop = desktop_, presented = presented_, token = item_.takeActivationToken(), type] {
     const auto item = presented.lock();
-    if (!item) return;
-    const ActivationScope scope(token);
-    desktop.deliver(type, *item);
+    if (item) runWithActivationToken(token, [&] { desktop.deliver(type, *item); });
   });
 }
 

@@ -17,12 +17,12 @@ namespace quill::freedesktop {
 /// One status item on a connection of its own. Main thread.
 class StatusNotifier : public StatusItemPresenter {
  public:
-  /// Connects at the first present(), so that nothing touches the bus outside of the main loop.
+  /// Connects at the first present(), so that the bus is only touched from the main loop.
   StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, SymbolicIcons& symbolicIcons,
                  const std::string& busAddress);
 
   void present(const StatusItem& item) override;
-  /// The panel has shown the announced menu by itself.
+  /// Nothing to do: the panel shows the announced menu itself.
   void popUp(const Menu&, Point) override {}
 
  private:

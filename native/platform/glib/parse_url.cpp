@@ -6,11 +6,12 @@ namespace quill {
 
 std::optional<Url> parseUrl(std::string_view text) {
   if (text.empty()) return std::nullopt;
-  auto escaped = escapeUrl(text);
-  const bool wellFormed = g_uri_split(escaped.c_str(), G_URI_FLAGS_ENCODED, nullptr, nullptr, nullptr, nullptr, nullptr,
-                                      nullptr, nullptr, nullptr) != FALSE;
-  if (!wellFormed) return std::nullopt;
-  return Url{std::move(escaped)};
+  Url url{percentEncode(text)};
+  if (!g_uri_split(url.text.c_str(), G_URI_FLAGS_ENCODED, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                   nullptr)) {
+    return std::nullopt;
+  }
+  return url;
 }
 
 }  // namespace quill

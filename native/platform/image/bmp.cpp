@@ -23,7 +23,7 @@ using Colour = std::array<std::uint8_t, 4>;
 struct Field {
   std::uint32_t mask = 0;
 
-  /// 0 to 255, or `missing` where the pixel has no such channel.
+  /// 0 to 255; `missing` if the pixel has no such channel.
   std::uint8_t of(std::uint32_t pixel, std::uint8_t missing) const {
     if (mask == 0) return missing;
     const int shift = std::countr_zero(mask);
@@ -40,7 +40,7 @@ class Bitmap {
   std::shared_ptr<Pixels> read() {
     if (!readHeader() || !readColours() || !(pixels_ = makePixels(width_, height_))) return nullptr;
     const bool isPacked = compression_ == kRle8 || compression_ == kRle4;
-    if (isPacked ? !readPacked() : !readRows()) return nullptr;
+    if (isPacked ? !readPacked() : !readPlain()) return nullptr;
     if (isIcon_ && !readMask()) return nullptr;
     return pixels_;
   }
@@ -79,7 +79,7 @@ class Bitmap {
     }
   }
 
-  /// The palette, or where the channels are.
+  /// Reads the palette, or where the channels are.
   bool readColours() {
     std::size_t at = headerSize_;
     if (compression_ == kFields || compression_ == kFieldsWithAlpha) {
@@ -105,25 +105,30 @@ class Bitmap {
 
   std::size_t stride(std::size_t bits) const { return (static_cast<std::size_t>(width_) * bits + 31) / 32 * 4; }
 
-  /// Row `line` of the file.
+  /// The picture's row for row `line` of the file.
   std::uint8_t* row(std::int64_t line) {
     return rowOf(*pixels_, static_cast<int>(isTopDown_ ? line : height_ - 1 - line));
   }
 
-  bool readRows() {
-    if (!file_.has(pixelsAt_, stride(bits_) * static_cast<std::size_t>(height_))) return false;
-    for (std::int64_t line = 0; line < height_; ++line) {
+  /// Calls `read(start of the row in the file, x, pixel)` for each pixel. False if the file is cut short.
+  template <typename Read>
+  bool readRows(std::size_t at, std::size_t bits, Read read) {
+    if (!file_.has(at, stride(bits) * static_cast<std::size_t>(height_))) return false;
+    for (std::int64_t line = 0; line < height_; ++line, at += stride(bits)) {
       auto* to = row(line);
-      const auto start = pixelsAt_ + static_cast<std::size_t>(line) * stride(bits_);
-      for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x, to += 4) {
-        const Colour colour = bits_ <= 8 ? palette_[index(start, x, bits_)] : channels(start + x * bits_ / 8);
-        std::memcpy(to, colour.data(), colour.size());
-      }
+      for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x, to += 4) read(at, x, to);
     }
     return true;
   }
 
-  /// The x-th number of so many bits, the first one in a byte's high bits.
+  bool readPlain() {
+    return readRows(pixelsAt_, bits_, [this](std::size_t start, std::size_t x, std::uint8_t* to) {
+      const Colour colour = bits_ <= 8 ? palette_[index(start, x, bits_)] : channels(start + x * bits_ / 8);
+      std::memcpy(to, colour.data(), colour.size());
+    });
+  }
+
+  /// The x-th number of `bits` bits, the first of which is in a byte's high bits.
   std::size_t index(std::size_t start, std::size_t x, std::size_t bits) const {
     const auto shift = 8 - bits - x * bits % 8;
     return (bytes_[start + x * bits / 8] >> shift) & ((1U << bits) - 1);
@@ -135,8 +140,8 @@ class Bitmap {
     return {fields_[0].of(pixel, 0), fields_[1].of(pixel, 0), fields_[2].of(pixel, 0), fields_[3].of(pixel, 255)};
   }
 
-  /// Runs of pixels up to the mark that ends the picture. What they leave out stays clear, what they have beyond the
-  /// edges is dropped.
+  /// Reads runs of pixels up to the mark that ends the picture. Pixels without a run stay transparent; those beyond the
+  /// edges are dropped.
   bool readPacked() {
     std::int64_t x = 0;
     std::int64_t line = 0;
@@ -155,12 +160,12 @@ class Bitmap {
         ++line;
       } else if (value == 1) {  // end of the picture
         return true;
-      } else if (value == 2) {  // a step to the right and up
+      } else if (value == 2) {  // move right and up
         if (!file_.has(at, 2)) return false;
         x += bytes_[at];
         line += bytes_[at + 1];
         at += 2;
-      } else {  // so many pixels one by one, filled up to an even count of bytes
+      } else {  // that many single pixels, padded to an even number of bytes
         const auto size = (value * bits_ + 15) / 16 * 2;
         if (!file_.has(at, size)) return false;
         for (std::size_t i = 0; i < value; ++i) put(index(at, i, bits_));
@@ -170,23 +175,17 @@ class Bitmap {
     return false;
   }
 
-  /// An icon's second picture, of one bit: where it is set, the first one is clear. Where that has an opacity of its
-  /// own, it counts instead, and the second one may be missing.
+  /// An icon's mask, with one bit a pixel: a set bit makes the pixel transparent. It does not count, and may be
+  /// missing, if the icon has an alpha channel that is not all 0.
   bool readMask() {
     auto& rgba = pixels_->rgba;
     for (std::size_t i = 3; bits_ == 32 && i < rgba.size(); i += 4) {
       if (rgba[i] != 0) return true;
     }
     const auto at = pixelsAt_ + stride(bits_) * static_cast<std::size_t>(height_);
-    if (!file_.has(at, stride(1) * static_cast<std::size_t>(height_))) return false;
-    for (std::int64_t line = 0; line < height_; ++line) {
-      auto* to = row(line);
-      const auto start = at + static_cast<std::size_t>(line) * stride(1);
-      for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x, to += 4) {
-        to[3] = index(start, x, 1) != 0 ? 0 : 255;
-      }
-    }
-    return true;
+    return readRows(at, 1, [this](std::size_t start, std::size_t x, std::uint8_t* to) {
+      to[3] = index(start, x, 1) != 0 ? 0 : 255;
+    });
   }
 
   Bytes bytes_;

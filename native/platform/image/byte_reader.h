@@ -6,7 +6,7 @@
 
 namespace quill {
 
-/// Unsigned numbers in a file; 0 where the file ends before them.
+/// Numbers in a file; 0 for those beyond its end.
 class ByteReader {
  public:
   explicit ByteReader(std::span<const std::uint8_t> bytes, bool isBigEndian = false)
@@ -17,7 +17,7 @@ class ByteReader {
   std::uint32_t u32(std::size_t at) const { return number(at, 4); }
   std::int64_t i32(std::size_t at) const { return static_cast<std::int32_t>(u32(at)); }
 
-  /// Whether all of these bytes are there.
+  /// Whether the file has all of these bytes.
   bool has(std::size_t at, std::size_t count) const { return at <= bytes_.size() && count <= bytes_.size() - at; }
 
  private:

@@ -18,24 +18,24 @@ inline std::string_view asText(Bytes bytes) {
 /// Every PNG begins with these bytes.
 inline constexpr std::string_view kPngStart = "\x89PNG\r\n\x1A\n";
 
-// One function a format. Each is given a whole file; empty for what is cut short, corrupt or too large, and where the
-// format's library is missing. Any thread; nothing is printed.
+// One function a format, each for a whole file. Empty if that is cut short, corrupt or too large, or if the format's
+// library is missing. Any thread; nothing is printed.
 
 std::optional<Image> decodePng(Bytes bytes);
-/// Upright, as the camera was held.
+/// Turned upright by its EXIF orientation.
 std::optional<Image> decodeJpeg(Bytes bytes);
-/// The first frame, on a clear canvas.
+/// The first frame, on a transparent canvas.
 std::optional<Image> decodeGif(Bytes bytes);
 std::optional<Image> decodeBmp(Bytes bytes);
-/// The largest picture; of those the one with the most bits a pixel.
+/// The largest picture; among several, the one with the most bits a pixel.
 std::optional<Image> decodeIco(Bytes bytes);
-/// The first picture, upright.
+/// The first picture, turned upright.
 std::optional<Image> decodeTiff(Bytes bytes);
-/// Its natural size in points, and more pixels than that.
+/// In the file's own size in points, with more pixels than that.
 std::optional<Image> decodeSvg(Bytes bytes);
 
-/// A bitmap as BMP and ICO hold it, from its header on. `pixelsAt` is where its pixels begin, 0 for right after the
-/// header and the colours. In an icon a mask follows the pixels, and the height is that of both.
+/// A bitmap as in BMP and ICO files, from its header on. `pixelsAt` is the offset of its pixels, 0 for right behind
+/// header and palette. In an icon a mask follows the pixels, and the header's height is that of both.
 std::optional<Image> decodeBitmap(Bytes bytes, std::size_t pixelsAt, bool isIcon);
 
 }  // namespace quill

@@ -7,7 +7,7 @@
 namespace quill {
 namespace {
 
-/// An XML text in an encoding that keeps ASCII as it is; not a packed one, which could unpack to any size.
+/// XML in an encoding that contains ASCII. Not SVGZ, which could unpack to any size.
 bool beginsAsMarkup(std::string_view text) {
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   const auto start = text.find_first_not_of(" \t\r\n");

@@ -32,7 +32,7 @@ class GifReader : GifLibrary {
     if (gif_) DGifCloseFile(gif_, nullptr);
   }
 
-  /// Frames after the first one are gone over, as a file that breaks off in one of them is no whole picture.
+  /// Skips all frames but the first, and so finds out whether the file is whole.
   std::shared_ptr<Pixels> read() {
     if (!isComplete()) return nullptr;
     gif_ = DGifOpen(this, take, nullptr);
@@ -58,12 +58,13 @@ class GifReader : GifLibrary {
     return static_cast<int>(taken);
   }
 
-  /// Keeps which colour is clear.
+  /// Notes which colour is transparent.
   bool readExtension() {
     int kind = 0;
-    GifByteType* block = nullptr;  // its own length comes first
+    GifByteType* block = nullptr;  // begins with its length
     if (DGifGetExtension(gif_, &kind, &block) != GIF_OK) return false;
-    if (kind == GRAPHICS_EXT_FUNC_CODE && block && block[0] >= 4) clearColour_ = (block[1] & 1) != 0 ? block[4] : -1;
+    if (kind == GRAPHICS_EXT_FUNC_CODE && block && block[0] >= 4)
+      transparentColour_ = (block[1] & 1) != 0 ? block[4] : -1;
     while (block) {
       if (DGifGetExtensionNext(gif_, &block) != GIF_OK) return false;
     }
@@ -90,16 +91,16 @@ class GifReader : GifLibrary {
     auto pixels = makePixels(gif_->SWidth, gif_->SHeight);
     if (!pixels) return nullptr;
     std::vector<GifPixelType> line(static_cast<std::size_t>(frame.Width));
-    constexpr std::pair<int, int> kPasses[] = {{0, 1}, {0, 8}, {4, 8}, {2, 4}, {1, 2}};  // the first one if plain
+    constexpr std::pair<int, int> kPasses[] = {
+        {0, 1}, {0, 8}, {4, 8}, {2, 4}, {1, 2}};  // the first for a frame that is not interlaced
     for (const auto& [first, step] : std::span(kPasses).subspan(frame.Interlace ? 1 : 0, frame.Interlace ? 4 : 1)) {
       for (int y = first; y < frame.Height; y += step) {
         if (DGifGetLine(gif_, line.data(), frame.Width) != GIF_OK) return nullptr;
         auto* to = rowOf(*pixels, frame.Top + y) + static_cast<std::ptrdiff_t>(frame.Left) * 4;
         for (const int index : line) {
-          if (index != clearColour_ && index < colours->ColorCount) {
+          if (index != transparentColour_ && index < colours->ColorCount) {
             const auto& colour = colours->Colors[index];
-            const std::uint8_t rgba[] = {colour.Red, colour.Green, colour.Blue, 255};
-            std::memcpy(to, rgba, sizeof rgba);
+            setPixel(to, colour.Red, colour.Green, colour.Blue, 255);
           }
           to += 4;
         }
@@ -110,7 +111,7 @@ class GifReader : GifLibrary {
 
   Bytes rest_;
   GifFileType* gif_ = nullptr;
-  int clearColour_ = -1;
+  int transparentColour_ = -1;
 };
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include <cstdio>  // before the library's own header, which needs it
+#include <cstdio>  // which jpeglib.h needs
 
 #include <jpeglib.h>
 
@@ -14,9 +14,9 @@
 namespace quill {
 namespace {
 
-/// Each goes over the whole picture, in a few bytes of the file if it likes. Encoders make ten or so.
+/// Each passes over the whole picture, yet may take only a few bytes of the file. Encoders make about ten.
 constexpr int kMaxScans = 32;
-/// For a picture in several scans, whose parts are kept until the last one: enough for the most pixels.
+/// Enough for a picture of the largest size in several scans, all of which are kept until the last one.
 constexpr long kMaxMemory = 128L * 1024 * 1024;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 
@@ -53,7 +53,7 @@ class JpegReader : JpegLibrary {
     std::longjmp(static_cast<JpegReader*>(jpeg->client_data)->jump_, 1);  // NOLINT(*-err52-cpp)
   }
 
-  /// Warnings, which are below 0, tell of corrupt and missing data.
+  /// Warnings have a level below 0 and mean corrupt or missing data.
   static void failOnWarning(j_common_ptr jpeg, int level) {
     if (level < 0) fail(jpeg);
   }
@@ -79,7 +79,7 @@ class JpegReader : JpegLibrary {
   }
 
   void readRows(Pixels& pixels) {
-    jpeg_.out_color_space = JCS_EXT_RGBA;  // which refuses a picture made of inks
+    jpeg_.out_color_space = JCS_EXT_RGBA;  // fails for CMYK
     jpeg_start_decompress(&jpeg_);
     while (jpeg_.output_scanline < jpeg_.output_height) {
       JSAMPROW row = rowOf(pixels, static_cast<int>(jpeg_.output_scanline));

@@ -9,24 +9,29 @@
 
 namespace quill {
 
-/// Of a picture, in pixels: at most 64 MiB decoded.
+/// Pixels; so a decoded picture takes 64 MiB at most.
 inline constexpr std::int64_t kMaxSide = 4096;
 
-/// A clear picture; null for a size that no icon has use for, before its memory is taken.
+/// A transparent picture. Null for a side below 1 or above kMaxSide.
 std::shared_ptr<Pixels> makePixels(std::int64_t width, std::int64_t height);
+
+/// Writes the lowest byte of each value.
+inline void setPixel(std::uint8_t* to, unsigned red, unsigned green, unsigned blue, unsigned alpha) {
+  for (const unsigned value : {red, green, blue, alpha}) *to++ = static_cast<std::uint8_t>(value);
+}
 
 /// The row's first byte.
 inline std::uint8_t* rowOf(Pixels& pixels, int y) {
   return pixels.rgba.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(pixels.width) * 4;
 }
 
-/// One point a pixel; none for null.
+/// An image of one point a pixel; empty for null.
 std::optional<Image> imageOf(std::shared_ptr<const Pixels> pixels);
 
-/// Turns and mirrors by the number that TIFF and EXIF have for it, 1 to 8; any other leaves the picture as it is.
+/// Rotates and mirrors by an orientation of TIFF and EXIF, 1 to 8. Any other number changes nothing.
 void putUpright(Pixels& pixels, unsigned orientation);
 
-/// Takes the opacity out of the colours, which `rgba` has multiplied by it.
+/// Divides the colours by alpha.
 void unpremultiply(Pixels& pixels);
 
 }  // namespace quill

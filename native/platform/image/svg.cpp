@@ -15,16 +15,15 @@
 namespace quill {
 namespace {
 
-/// However large it says it is, it is drawn with this many pixels on its longer side: twice what the sharpest bars
-/// show.
+/// Pixels of the longer side, whatever size the file names: enough for 22 points at four times the density.
 constexpr int kVectorSide = 88;
 constexpr std::size_t kMaxText = 1'048'576;  // bytes
-/// The library reads nested selectors, and follows masks of masks, by calling itself, and the longest text can hold two
-/// hundred thousand of them. Of this only what is used takes memory, and that until the picture is drawn.
+/// The library recurses into nested selectors and masks, of which the longest text can hold 200,000. Only what is used
+/// of the stack takes memory.
 constexpr std::size_t kStackSize = std::size_t{2} * 1024 * 1024 * 1024;
 
-/// What would harm a host is left out before anything of it is made: filters start threads that stay, and may never
-/// end; fonts print warnings; tiles and embedded pictures take as much memory as they say.
+/// Leaves out what could harm a host: filters start threads that stay and may never end, fonts print warnings, patterns
+/// and embedded images take any amount of memory.
 constexpr std::string_view kLeftOut =
     "*{filter:none!important}"
     "image,text,pattern>*{display:none!important}";
@@ -43,7 +42,7 @@ struct RsvgLibrary : SharedLibrary {
   QUILL_FUNCTION(cairo_destroy);
 };
 
-/// Without an address to start from, the library reads no file and no network.
+/// The library gets no base URL, so it reads no file and no network.
 class SvgReader : RsvgLibrary {
  public:
   explicit SvgReader(Bytes bytes) : bytes_(bytes) {}
@@ -66,7 +65,7 @@ class SvgReader : RsvgLibrary {
   }
 
  private:
-  /// Of a picture that gives none, that of its view box, or as far as its shapes reach.
+  /// Its width and height, else those of its view box, else the extent of its shapes.
   Size naturalSize() const {
     Size size;
     if (rsvg_handle_get_intrinsic_size_in_pixels(svg_, &size.width, &size.height)) return size;
@@ -92,8 +91,7 @@ class SvgReader : RsvgLibrary {
     for (std::size_t i = 0; i < rgba.size(); i += 4) {
       std::uint32_t argb = 0;
       std::memcpy(&argb, &rgba[i], 4);
-      for (const unsigned shift : {16U, 8U, 0U, 24U}) rgba[i++] = static_cast<std::uint8_t>(argb >> shift);
-      i -= 4;
+      setPixel(&rgba[i], argb >> 16U, argb >> 8U, argb, argb >> 24U);
     }
     unpremultiply(pixels);
     return isDrawn;
@@ -103,7 +101,7 @@ class SvgReader : RsvgLibrary {
   RsvgHandle* svg_ = nullptr;
 };
 
-/// A thread's stack, whose memory is taken page by page as it is used.
+/// A thread's stack that takes memory page by page as it is used.
 class LargeStack {
  public:
   LargeStack()
@@ -115,7 +113,7 @@ class LargeStack {
     if (start_ != MAP_FAILED) munmap(start_, kStackSize);
   }
 
-  /// Runs `function` on it and waits. False where there is no such stack or no thread; then it did not run.
+  /// Runs `function` on it and waits. False, and not run, if the stack or the thread cannot be had.
   bool run(void* (*function)(void*), void* argument) const {
     pthread_attr_t attributes;
     sigset_t signals;

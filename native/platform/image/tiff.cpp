@@ -13,7 +13,7 @@
 namespace quill {
 namespace {
 
-/// One allocation of the library's: a strip may hold the whole picture, with 16 bits a channel.
+/// Bytes of one allocation: a strip may hold the whole picture with 16 bits a channel.
 constexpr tmsize_t kMaxAllocation = kMaxSide * kMaxSide * 8;
 
 struct TiffLibrary : SharedLibrary {
@@ -29,7 +29,6 @@ struct TiffLibrary : SharedLibrary {
   QUILL_FUNCTION(TIFFReadRGBAImageOriented);
 };
 
-/// The file as the library sees it.
 class TiffReader : TiffLibrary {
  public:
   explicit TiffReader(Bytes bytes) : bytes_(bytes) {}
@@ -49,7 +48,7 @@ class TiffReader : TiffLibrary {
     TIFFGetFieldDefaulted(tiff_, TIFFTAG_ORIENTATION, &orientation);
     auto pixels = isUsual(compression) ? makePixels(width, height) : nullptr;
     if (!pixels) return nullptr;
-    // A pixel is a number whose lowest byte is red: in memory red comes first but on big-endian machines.
+    // A pixel is a 32-bit number whose lowest byte is red.
     auto* const raster = reinterpret_cast<std::uint32_t*>(pixels->rgba.data());  // NOLINT(*-reinterpret-cast)
     if (TIFFReadRGBAImageOriented(tiff_, width, height, raster, orientation, 1) == 0 || hasFailed_) return nullptr;
     if constexpr (std::endian::native == std::endian::big) {
@@ -61,7 +60,7 @@ class TiffReader : TiffLibrary {
   }
 
  private:
-  /// What icons are packed with; the library has codecs for much more.
+  /// Those that icons use; the library has codecs for many more.
   static bool isUsual(unsigned compression) {
     return compression == COMPRESSION_NONE || compression == COMPRESSION_LZW || compression == COMPRESSION_PACKBITS ||
            compression == COMPRESSION_ADOBE_DEFLATE || compression == COMPRESSION_DEFLATE;
@@ -88,7 +87,8 @@ class TiffReader : TiffLibrary {
   static tmsize_t read(thandle_t handle, void* to, tmsize_t count) {
     auto& reader = self(handle);
     const auto from = std::min<std::uint64_t>(reader.at_, reader.bytes_.size());
-    const auto taken = std::min(static_cast<std::uint64_t>(count), reader.bytes_.size() - from);  // never below 0
+    const auto taken =
+        std::min(static_cast<std::uint64_t>(count), reader.bytes_.size() - from);  // count is not negative
     if (taken > 0) std::memcpy(to, reader.bytes_.data() + from, taken);
     reader.at_ = from + taken;
     return static_cast<tmsize_t>(taken);
@@ -101,7 +101,7 @@ class TiffReader : TiffLibrary {
   }
   static int close(thandle_t) { return 0; }
   static toff_t size(thandle_t handle) { return self(handle).bytes_.size(); }
-  /// What is not mapped is read in blocks of 1 KiB, and smaller tiles are refused for it.
+  /// A file that is not mapped is read in blocks of 1 KiB, and smaller tiles fail.
   static int map(thandle_t handle, void** base, toff_t* count) {
     *base = const_cast<std::uint8_t*>(self(handle).bytes_.data());  // NOLINT(*-const-cast): opened to be read only
     *count = self(handle).bytes_.size();

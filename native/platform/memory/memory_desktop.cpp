@@ -1,5 +1,7 @@
 #include "memory_desktop.h"
 
+#include <algorithm>
+
 #include "no_destructor.h"
 
 namespace quill {
@@ -45,27 +47,19 @@ void Desktop::mouseUp(EventType type) {
 bool Desktop::choose(std::string_view title) {
   const auto item = statusItem();
   if (!item || !item->announcedMenu()) return false;
-  const auto menu = item->announcedMenu();  // the choice may replace it
-  for (const auto& entry : menu->items()) {
-    if (entry->title != title) continue;
-    const auto chosen = entry;  // NOLINT(performance-unnecessary-copy-initialization): keeps it meanwhile
-    chosen->choose();
-    return true;
-  }
-  return false;
+  const auto items = item->announcedMenu()->items();  // held, as the choice may replace the menu
+  const auto chosen =
+      std::find_if(items.begin(), items.end(), [&](const auto& entry) { return entry->title == title; });
+  if (chosen == items.end()) return false;
+  (*chosen)->choose();
+  return true;
 }
 
 std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
   if (refusesStatusItems) return nullptr;
-  ++statusItemsMade;
   auto item = StatusItem::make(length, mainQueue_, std::make_unique<Presenter>(*this), !refusesButtons);
   newest_ = item;
   return item;
-}
-
-std::shared_ptr<Menu> Desktop::adoptMenu(const void* menu) {
-  const auto known = hostMenus.find(menu);
-  return known == hostMenus.end() ? nullptr : known->second;
 }
 
 void Desktop::prepare(Image& image) {

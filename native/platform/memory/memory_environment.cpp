@@ -64,20 +64,14 @@ void Environment::clear() {
   appended_.clear();
 }
 
-bool Environment::runOne() {
-  std::function<void()> job;
-  {
-    const std::lock_guard lock(mutex_);
-    if (jobs_.empty()) return false;
-    job = std::move(jobs_.front());
-    jobs_.pop_front();
-  }
-  job();
-  return true;
-}
-
 void Environment::runAll() {
-  while (runOne()) {
+  std::unique_lock lock(mutex_);
+  while (!jobs_.empty()) {
+    const auto job = std::move(jobs_.front());
+    jobs_.pop_front();
+    lock.unlock();
+    job();
+    lock.lock();
   }
 }
 
@@ -102,25 +96,14 @@ std::optional<std::filesystem::path> Environment::userDirectory(const std::strin
 }
 
 std::error_code Environment::createDirectories(const std::filesystem::path& directory) {
-  if (directories.contains(directory)) return {};
-  if (directoryError) return directoryError;
-  std::filesystem::path made;
-  for (const auto& component : directory) {
-    made /= component;
-    if (files.contains(made)) return std::make_error_code(std::errc::not_a_directory);
-    directories.insert(made);
-  }
+  directories.insert(directory);
   return {};
 }
 
-bool Environment::fileExists(const std::filesystem::path& file) {
-  return files.contains(file) || directories.contains(file);
-}
+bool Environment::fileExists(const std::filesystem::path& file) { return files.contains(file); }
 
 std::error_code Environment::append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
                                     Flush flush) {
-  if (fileError) return fileError;
-  if (directories.contains(file)) return std::make_error_code(std::errc::is_a_directory);
   const bool mayCreate = missing == Missing::create && directories.contains(file.parent_path());
   if (!files.contains(file) && !mayCreate) return std::make_error_code(std::errc::no_such_file_or_directory);
   files[file] += bytes;

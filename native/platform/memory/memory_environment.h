@@ -10,40 +10,32 @@
 
 namespace quill::memory {
 
-/// An environment without a console, a disk, a clock or a thread: it records, and runs what is queued
-/// when told to. Logging is open to any thread; the rest belongs to the test's own.
+/// An environment without console, disk, clock and threads, for tests. It records what is written, and runs jobs when
+/// told to. The log may use it from any thread; the rest belongs to the test's thread.
 class Environment : public quill::Environment {
  public:
   /// The one that quill::Environment::current() answers with.
   static Environment& current();
 
-  // What a machine can refuse.
   bool hasUserDirectory = true;
-  std::error_code directoryError;  ///< of making a directory that is missing
-  std::error_code fileError;       ///< of making a file that is missing, or of opening one that is there
+  bool isEnding = false;  ///< the process ends and waits for its queues
 
-  // What the process does.
-  bool isEnding = false;  ///< its queues are waited for
-
-  // The disk: a test may take away from it, or put in its way.
+  // The disk.
   std::map<std::filesystem::path, std::string> files;
   std::set<std::filesystem::path> directories;
-  int flushes = 0;  ///< of any file
+  int flushes = 0;
 
   void setNow(std::chrono::local_time<std::chrono::milliseconds> now);
-  /// The lines written to the console so far, without their line feeds.
+  /// The console's lines, without their line feeds.
   std::vector<std::string> console();
-  /// Does what is queued and tells the lines of all files in the order they came, each as
-  /// "LEVEL message", without time and module.
+  /// Runs all jobs; then the lines of all files in order, each as "LEVEL message", without time and module.
   std::vector<std::string> logged();
-  /// Forgets lines, files and directories; what is queued is done before.
+  /// Runs all jobs, then forgets lines, files and directories.
   void clear();
-
-  /// Does the next job of the queues, on the calling thread; false: there was none.
-  bool runOne();
+  /// Runs all jobs on the calling thread.
   void runAll();
 
-  /// Labels of the queues made, in order.
+  /// Of the queues made, in order.
   std::vector<std::string> queueLabels;
 
   std::chrono::local_time<std::chrono::milliseconds> now() override;

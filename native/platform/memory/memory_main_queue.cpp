@@ -29,13 +29,6 @@ std::unique_ptr<Timer> MainQueue::repeat(std::chrono::nanoseconds period, std::f
   return std::make_unique<Handle>(*this, std::move(ticking));
 }
 
-bool MainQueue::runOne() { return waitAndRunOne(std::chrono::milliseconds(0)); }
-
-void MainQueue::runAll() {
-  while (runOne()) {
-  }
-}
-
 bool MainQueue::waitAndRunOne(std::chrono::milliseconds deadline) {
   std::function<void()> work;
   {

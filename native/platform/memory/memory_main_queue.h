@@ -10,26 +10,26 @@
 
 namespace quill::memory {
 
-/// A main queue driven by hand: nothing runs and no time passes unless told. The thread that makes
-/// it is the main thread.
+/// A main queue driven by hand, for tests: nothing runs and no time passes unless told. The process's first thread is
+/// the main thread.
 class MainQueue : public quill::MainQueue {
  public:
   bool isCurrent() const override { return std::this_thread::get_id() == mainThread_; }
   void post(std::function<void()> work) override;
   std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
 
-  /// Runs the oldest posted work; false: there was none.
-  bool runOne();
-  /// Runs posted work, also what it posts itself, until there is none.
-  void runAll();
-  /// Waits for the next posted work of another thread and runs it; false: none came by the deadline.
+  /// Runs posted work, and what that posts, until there is none.
+  void runAll() {
+    while (waitAndRunOne(std::chrono::milliseconds(0))) continue;
+  }
+  /// Waits for posted work and runs one piece of it; false if none came by the deadline.
   bool waitAndRunOne(std::chrono::milliseconds deadline = std::chrono::seconds(10));
-  /// Lets time pass while the main loop runs: timers fire when they are due.
+  /// Lets time pass while the main loop runs.
   void advance(std::chrono::nanoseconds duration);
-  /// Lets time pass while the main thread is busy: what falls due waits.
+  /// Lets time pass while the main thread is busy, so that timers fire late.
   void stall(std::chrono::nanoseconds duration) { now_ += duration; }
   std::chrono::nanoseconds now() const { return now_; }
-  /// Timers that would still fire.
+  /// Timers that were not invalidated.
   std::size_t timers() const { return timers_.size(); }
 
  private:
@@ -39,7 +39,7 @@ class MainQueue : public quill::MainQueue {
   };
   class Handle;
 
-  static inline const std::thread::id mainThread_ = std::this_thread::get_id();  // the process's first thread
+  static inline const std::thread::id mainThread_ = std::this_thread::get_id();
   std::mutex mutex_;
   std::condition_variable posted_;
   std::deque<std::function<void()>> work_;

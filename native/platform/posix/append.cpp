@@ -1,5 +1,3 @@
-#include "append.h"
-
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
@@ -9,6 +7,7 @@
 #include <thread>
 
 #include "file_descriptor.h"
+#include "posix_environment.h"
 #include "quiet_write.h"
 
 namespace quill::posix {
@@ -17,12 +16,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr mode_t kReadableAndWritable = 0666;  // the host's umask takes its part off
-// Others hold the lock for one write, unless they are stopped in it.
+constexpr mode_t kReadableAndWritable = 0666;  // as far as the host's umask lets it
+// Others hold the lock for one write only, unless they are stopped meanwhile.
 constexpr std::chrono::seconds kLockTimeout{1};
 constexpr std::chrono::microseconds kLockRetry{100};
 
-// Takes the last `count` bytes off again, unless somebody who does not lock has written behind them.
+// Removes the last `count` bytes, unless somebody without the lock has written behind them.
 void cutOff(int file, off_t count) {
   const auto end = lseek(file, 0, SEEK_CUR);
   struct stat now {};
@@ -32,8 +31,7 @@ void cutOff(int file, off_t count) {
 
 }  // namespace
 
-// Between a write that fell short and its cutting off, nobody else may append.
-bool Appender::lock(int file) {
+bool Environment::lock(int file) {
   const auto deadline = Clock::now() + kLockTimeout;
   while (flock(file, LOCK_EX | LOCK_NB) != 0) {
     if (errno != EWOULDBLOCK) return false;  // a file system without locks
@@ -47,18 +45,18 @@ bool Appender::lock(int file) {
   return true;
 }
 
-std::error_code Appender::append(const std::filesystem::path& file, std::string_view bytes,
-                                 Environment::Missing missing, Environment::Flush flush) {
-  const int create = missing == Environment::Missing::create ? O_CREAT : 0;
+std::error_code Environment::append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
+                                    Flush flush) {
+  const int create = missing == Missing::create ? O_CREAT : 0;
   const auto opened = openFile(AT_FDCWD, file.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | create,
                                kReadableAndWritable);
   if (!opened.isOpen()) return {errno, std::generic_category()};
 
-  const bool isLocked = lock(opened.number());
+  const bool isLocked = lock(opened.number());  // until a write that fell short is cut off
   const auto written = writeQuietly(opened.number(), bytes);
   if (written > 0 && static_cast<std::size_t>(written) < bytes.size()) cutOff(opened.number(), written);
-  if (isLocked) flock(opened.number(), LOCK_UN);  // not by closing: a forked child may have a copy
-  if (flush == Environment::Flush::now) fsync(opened.number());
+  if (isLocked) flock(opened.number(), LOCK_UN);  // closing would not: a forked child may have a copy
+  if (flush == Flush::now) fsync(opened.number());
   return {};
 }
 

@@ -1,5 +1,3 @@
-#include "console.h"
-
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/stat.h>
@@ -17,6 +15,7 @@
 #include "errno_saver.h"
 #include "no_destructor.h"
 #include "owner_process.h"
+#include "posix_environment.h"
 #include "quiet_write.h"
 #include "standard_output_lock.h"
 
@@ -26,18 +25,18 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// How long all callers together wait for the reader of a full non-blocking standard output.
+// How long all callers together wait while a non-blocking standard output is full.
 constexpr std::chrono::milliseconds kTimeout{100};
 
-/// A non-blocking standard output that did not take all it was given. Ends with the next line it takes whole.
+/// Exists from the moment a non-blocking standard output refuses bytes until it accepts a whole line again.
 class Blockage {
  public:
   explicit Blockage(int file) : status_(statusOf(file)) {}
 
-  std::string rest;  ///< of a line that was partly written: it goes out before any other
+  std::string rest;  ///< of a line that was partly written; to be written before any other
 
   bool isTimeUp() const { return Clock::now() >= deadline_; }
-  /// Looks at least once, also where the time is up.
+  /// Checks at least once, even if the time is up.
   bool waitUntilWritable(int file) const {
     for (;;) {
       const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline_ - Clock::now());
@@ -66,7 +65,7 @@ class Blockage {
   Clock::time_point deadline_ = Clock::now() + kTimeout;
 };
 
-/// What stands in the way of the next line; the lock of standard output guards it.
+/// The current blockage, if any. Guarded by the lock of standard output.
 std::unique_ptr<Blockage>& blockage() {
   static constinit NoDestructor<std::unique_ptr<Blockage>> current;
   return current.get([] { return nullptr; });
@@ -77,7 +76,7 @@ Blockage& blockageOf(int file) {
   return *blockage();
 }
 
-/// Takes off `bytes` what was written, and all where writing fails for good. False: the rest has to wait.
+/// Removes from `bytes` what was written, or everything if writing fails for good. False: the rest has to wait.
 bool write(int file, std::string_view& bytes) {
   while (!bytes.empty()) {
     const auto written = writeQuietly(file, bytes);
@@ -93,27 +92,27 @@ bool write(int file, std::string_view& bytes) {
   return true;
 }
 
-bool isEmpty(FILE* stream) {
+bool hasPrinted() {
 #ifdef __APPLE__
-  return stream->_p == stream->_bf._base;
+  return stdout->_p != stdout->_bf._base;
 #else
-  return __fpending(stream) == 0;
+  return __fpending(stdout) != 0;
 #endif
 }
 
-/// A flush that finds a non-blocking file full would lose what the host printed.
-bool flush(FILE* stream, int file) {
-  if (isEmpty(stream)) return true;
+/// Writes what the host has printed. False: it has to wait, since flushing to a full non-blocking file would lose it.
+bool flushHost(int file) {
+  if (!hasPrinted()) return true;
   const bool mayRefuse = (fcntl(file, F_GETFL) & O_NONBLOCK) != 0;
   if (mayRefuse && !blockageOf(file).waitUntilWritable(file)) return false;
-  flushQuietly(stream);
+  flushQuietly(stdout);
   return true;
 }
 
-/// Goes on with the line that was partly written. False: still in the way.
+/// Writes the rest of a line that was partly written. False: it still has to wait.
 bool finishRest(int file) {
-  if (!blockage()) return true;
-  if (!blockage()->isOwn()) static_cast<void>(blockage().release());  // the parent's, perhaps in the midst of a change
+  // The parent process's is left as it is: another thread may have been changing it.
+  if (blockage() && !blockage()->isOwn()) static_cast<void>(blockage().release());
   if (blockage() && !blockage()->isOf(file)) blockage().reset();
   if (!blockage()) return true;
   std::string_view rest = blockage()->rest;
@@ -124,21 +123,21 @@ bool finishRest(int file) {
 
 }  // namespace
 
-void writeToStandardOutput(std::string_view bytes) {
+void Environment::writeConsole(std::string_view line) {
   const ErrnoSaver saver;
   const StandardOutputLock locked;
   const int file = fileno(stdout);
-  if (file < 0) {  // a stream that the host made from functions of its own
-    fwrite(bytes.data(), 1, bytes.size(), stdout);
+  if (file < 0) {  // a stream made by fopencookie(3)
+    fwrite(line.data(), 1, line.size(), stdout);
     fflush(stdout);
     return;
   }
-  if (!finishRest(file) || !flush(stdout, file)) return;
-  // Past the stream: it would take the stream's orientation, and leave the line there where writing fails.
-  auto left = bytes;
+  if (!finishRest(file) || !flushHost(file)) return;
+  // Not through the stream, which would be given an orientation and would keep the line if writing fails.
+  auto left = line;
   if (write(file, left)) {
     blockage().reset();
-  } else if (left.size() < bytes.size()) {
+  } else if (left.size() < line.size()) {
     blockage()->rest = left;
   }
 }

@@ -4,7 +4,7 @@
 
 namespace quill::posix {
 
-/// Puts errno back: a log call between a host's failed call and its look at errno must not show.
+/// Restores errno, so that a host may log between a call that failed and reading errno.
 class ErrnoSaver {
  public:
   ErrnoSaver() = default;

@@ -19,7 +19,7 @@ int FileDescriptor::movedUp(int number) {
 
 FileDescriptor openFile(int directory, const char* path, int flags, mode_t mode) {
   std::optional<StandardOutputLock> lock;
-  if (fcntl(STDOUT_FILENO, F_GETFD) < 0) lock.emplace();  // closed: the file would take its place for a moment
+  if (fcntl(STDOUT_FILENO, F_GETFD) < 0) lock.emplace();  // closed: the file may get its number for a moment
   return FileDescriptor(openat(directory, path, flags, mode));
 }
 

@@ -5,8 +5,8 @@
 
 namespace quill::posix {
 
-/// Owns an open file; what opening returned, also its failure, goes in as it is. It does not stay at the number of a
-/// standard stream, which the host may have closed but still writes to.
+/// Owns what open(2) and the like returned, -1 included. It is moved away from the number of a standard stream, which
+/// the host may have closed but still writes to.
 class FileDescriptor {
  public:
   explicit FileDescriptor(int number) : number_(number >= 0 && number <= STDERR_FILENO ? movedUp(number) : number) {}
@@ -25,7 +25,7 @@ class FileDescriptor {
   int number_;
 };
 
-/// openat(2), so that what writeToStandardOutput writes meanwhile does not get into the file. Any thread.
+/// openat(2), with other threads' console lines kept out of the file while it has standard output's number. Any thread.
 FileDescriptor openFile(int directory, const char* path, int flags, mode_t mode);
 
 }  // namespace quill::posix

@@ -4,11 +4,11 @@
 
 namespace quill::posix {
 
-/// Remembers the process that made it. A forked child gets a copy of everything its parent owns,
-/// but must leave alone what lies outside of the memory, and locks that another thread may have held.
+/// Remembers the process that made it. A forked child has copies of its parent's objects, but must not touch
+/// what they own outside of memory, nor locks that another thread may have held.
 class OwnerProcess {
  public:
-  /// Whether this is still the process that made it, and no forked child.
+  /// False in a forked child.
   bool isCurrent() const { return getpid() == id_; }
 
  private:

@@ -7,7 +7,6 @@
 #include <cstdlib>
 #include <vector>
 
-#include "console.h"
 #include "worker_queue.h"
 
 namespace quill::posix {
@@ -34,8 +33,6 @@ std::chrono::local_time<std::chrono::milliseconds> Environment::now() {
   return std::chrono::local_time<std::chrono::milliseconds>(utc.time_since_epoch() + offset);
 }
 
-void Environment::writeConsole(std::string_view line) { writeToStandardOutput(line); }
-
 std::string Environment::homeVariable() {
   const char* home = std::getenv("HOME");
   return home == nullptr ? std::string() : home;
@@ -59,11 +56,6 @@ std::error_code Environment::createDirectories(const std::filesystem::path& dire
 bool Environment::fileExists(const std::filesystem::path& file) {
   std::error_code unknown;
   return std::filesystem::exists(file, unknown);
-}
-
-std::error_code Environment::append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
-                                    Flush flush) {
-  return appender_.append(file, bytes, missing, flush);
 }
 
 }  // namespace quill::posix

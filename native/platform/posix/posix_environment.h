@@ -2,12 +2,12 @@
 
 #include <functional>
 
-#include "append.h"
 #include "environment.h"
 
 namespace quill::posix {
 
-/// What every POSIX system offers; only the time zone has to come from somewhere else.
+/// The environment of a POSIX process; the time zone comes from elsewhere. The log file may be shared with other
+/// processes: a write that falls short is taken back, and no line of theirs with it.
 class Environment : public quill::Environment {
  public:
   /// Seconds east of UTC at an instant. Any thread.
@@ -16,6 +16,7 @@ class Environment : public quill::Environment {
   explicit Environment(UtcOffset utcOffset) : utcOffset_(std::move(utcOffset)) {}
 
   std::chrono::local_time<std::chrono::milliseconds> now() override;
+  /// To C's standard output, behind what the host has printed there. errno stays, and no signal is raised.
   void writeConsole(std::string_view line) override;
   std::string homeVariable() override;
   std::shared_ptr<SerialQueue> makeSerialQueue(std::string label) override;
@@ -26,8 +27,11 @@ class Environment : public quill::Environment {
                          Flush flush) override;
 
  private:
+  /// Keeps other processes from appending; false where that cannot be had.
+  bool lock(int file);
+
   const UtcOffset utcOffset_;
-  Appender appender_;
+  bool isLockStuck_ = false;  // another process held it for too long
 };
 
 }  // namespace quill::posix

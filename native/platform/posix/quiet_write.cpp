@@ -13,7 +13,7 @@ namespace quill::posix {
 namespace {
 
 #ifdef __APPLE__
-/// Calls while the file itself keeps quiet: here a write's SIGPIPE goes to the process, whatever this thread blocks.
+/// Calls while the file itself raises no SIGPIPE: there, a write's goes to the process, whatever this thread blocks.
 template <typename Call>
 auto withoutSignals(int file, Call call) {
   const int before = fcntl(file, F_GETNOSIGPIPE);
@@ -24,17 +24,17 @@ auto withoutSignals(int file, Call call) {
   return result;
 }
 #else
-/// Calls with both signals blocked, then takes back those that the call raised on this thread.
+/// Calls with both signals blocked, then removes those that the call raised on this thread.
 template <typename Call>
 auto withoutSignals(int /*file*/, Call call) {
   auto raised = signalSet({SIGPIPE, SIGXFSZ});
   const SignalMask blocked(SIG_BLOCK, raised);
   const auto wasBlocked = [&](int signal) { return sigismember(&blocked.before(), signal) == 1; };
-  if (wasBlocked(SIGPIPE) || wasBlocked(SIGXFSZ)) {  // else none of them can have waited
-    sigset_t waiting;
-    sigpending(&waiting);
+  if (wasBlocked(SIGPIPE) || wasBlocked(SIGXFSZ)) {  // else neither can be pending
+    sigset_t pending;
+    sigpending(&pending);
     for (const int signal : {SIGPIPE, SIGXFSZ}) {
-      if (sigismember(&waiting, signal) == 1) sigdelset(&raised, signal);
+      if (sigismember(&pending, signal) == 1) sigdelset(&raised, signal);
     }
   }
   const auto result = call();

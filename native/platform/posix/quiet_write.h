@@ -7,8 +7,8 @@
 
 namespace quill::posix {
 
-// Neither raises SIGPIPE, where the other end of a pipe or socket is gone, nor SIGXFSZ, where a file
-// would grow beyond the process's limit. Handlers and signals that waited before stay untouched.
+// Neither raises SIGPIPE (no reader) or SIGXFSZ (the process's limit on file sizes). Handlers, and signals
+// that were pending before, stay untouched.
 
 /// write(2)
 ssize_t writeQuietly(int file, std::string_view bytes);

@@ -2,7 +2,7 @@
 
 #include <cstdio>
 
-// The thread sanitizer cannot see into the C library's lock, so it is told.
+// The thread sanitizer does not know flockfile(3).
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
 #define QUILL_LOCKED(lock) __tsan_acquire(lock)
@@ -14,7 +14,7 @@
 
 namespace quill::posix {
 
-/// Keeps other threads from C's standard output.
+/// Holds the lock of C's standard output.
 class StandardOutputLock {
  public:
   StandardOutputLock() {

@@ -32,13 +32,13 @@ void nameThread(const std::string& label) {
 
 void becomeUtilityThread() {
   const sched_param ordinary{};
-  pthread_setschedparam(pthread_self(), SCHED_OTHER, &ordinary);  // not a host's real-time thread's
+  pthread_setschedparam(pthread_self(), SCHED_OTHER, &ordinary);  // even if it was made by a real-time thread
   const auto thread = static_cast<id_t>(gettid());
   setpriority(PRIO_PROCESS, thread, std::min(getpriority(PRIO_PROCESS, thread) + kNiceness, 19));
 }
 #endif
 
-/// All but those that report a thread's own fault.
+/// All signals but those that report a fault of the thread itself.
 sigset_t hostSignals() {
   sigset_t set;
   sigfillset(&set);
@@ -59,7 +59,7 @@ void Worker::add(Job job) {
 }
 
 void Worker::drain(Clock::time_point deadline) {
-  // Whoever holds the lock may be a thread that never runs again.
+  // Not lock(): when the process exits, the lock may be held by a thread that never runs again.
   std::unique_lock lock(mutex_, std::defer_lock);
   while (!lock.try_lock()) {
     if (Clock::now() >= deadline) return;
@@ -85,11 +85,11 @@ void Worker::close() {
 
 bool Worker::ensureThread() {
   if (hasThread_) return true;
-  const SignalMask mask(SIG_SETMASK, hostSignals());  // the thread takes none of the host's signals
+  const SignalMask mask(SIG_SETMASK, hostSignals());  // inherited by the thread
   try {
     std::thread([self = shared_from_this()] { self->run(); }).detach();
     hasThread_ = true;
-  } catch (const std::system_error&) {  // no room for a thread now; the next job tries again
+  } catch (const std::system_error&) {  // the next job tries again
   }
   return hasThread_;
 }
@@ -103,7 +103,7 @@ void Worker::run() {
   }
 }
 
-// Takes the lock for all of them once: a thread at low priority that holds it makes others wait.
+// Takes the lock once for all jobs: others would wait for this thread, which runs at low priority.
 void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
   auto jobs = std::exchange(waiting_, {});
   lock.unlock();
@@ -111,7 +111,7 @@ void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
     std::exchange(job, nullptr)();
     ++done_;
     if (waitingThreads_ == 0) continue;
-    lock.lock();  // else it could come between a thread's last look and its wait
+    lock.lock();  // or the notice could come between drain's check and its wait
     jobDone_.notify_all();
     lock.unlock();
   }

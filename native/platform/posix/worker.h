@@ -12,36 +12,36 @@
 
 namespace quill::posix {
 
-/// Utility: below the host's threads, for work that nobody waits for.
+/// Utility is below the host's threads, for work that nobody waits for.
 enum class Priority { utility, ordinary };
 
-/// Jobs in their order and the thread that does them, made for the first one; the two share the ownership.
+/// A queue of jobs and its thread, which is made for the first job and shares the ownership.
 class Worker : public std::enable_shared_from_this<Worker> {
  public:
   using Clock = std::chrono::steady_clock;
   using Job = std::function<void()>;
 
   Worker(std::string label, Priority priority) : label_(std::move(label)), priority_(priority) {}
-  /// The same without a job or a thread.
+  /// Another one with the same settings.
   std::shared_ptr<Worker> fresh() const { return std::make_shared<Worker>(label_, priority_); }
 
   void add(Job job);
-  /// Waits until all jobs added before are done; does them itself where no thread can be made.
+  /// Waits until all jobs added before are done. Does them itself if no thread can be made.
   void drain(Clock::time_point deadline);
-  /// The thread ends once no job is left.
+  /// Lets the thread end once all jobs are done.
   void close();
 
-  /// Asked from a job: whether somebody waits for jobs behind it.
+  /// See SerialQueue::isDraining.
   bool isDraining() const { return done_ + 1 < awaited_; }
 
-  /// Held by a fork.
+  /// To be held during fork(2).
   std::mutex& mutex() { return mutex_; }
 
  private:
-  /// False: there is no thread, and none can be made now. With the lock held.
+  /// False if no thread can be made now. Both need the lock, which doWaiting releases meanwhile.
   bool ensureThread();
-  void run();
   void doWaiting(std::unique_lock<std::mutex>& lock);
+  void run();
 
   const std::string label_;
   const Priority priority_;
@@ -51,7 +51,7 @@ class Worker : public std::enable_shared_from_this<Worker> {
   std::deque<Job> waiting_;
   std::uint64_t added_ = 0;
   std::atomic<std::uint64_t> done_ = 0;
-  std::atomic<std::uint64_t> awaited_ = 0;  // somebody waits, or did, until so many are done
+  std::atomic<std::uint64_t> awaited_ = 0;  // the count of jobs that drain waits for, or waited for
   std::atomic<int> waitingThreads_ = 0;
   bool hasThread_ = false;
   bool isClosed_ = false;

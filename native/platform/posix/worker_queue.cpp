@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "errno_saver.h"
+#include "library_call.h"
 #include "no_destructor.h"
 
 namespace quill::posix {
@@ -19,12 +20,12 @@ using Clock = Worker::Clock;
 
 constexpr std::chrono::seconds kExitTimeout{2};
 
-// When a process on its way out stops waiting for jobs; zero while it is not.
+// Until when an exiting process waits for jobs; zero before it exits.
 std::atomic<Clock::rep> exitDeadline{0};
 
 }  // namespace
 
-/// Every queue of the process, for its end and for fork.
+/// All queues of the process, for exit and for fork(2).
 class QueueRegistry {
  public:
   static QueueRegistry& get() {
@@ -63,7 +64,7 @@ class QueueRegistry {
     FirstUse::mutex.unlock();
   }
 
-  // In a forked child. What a thread of the parent was busy with may be in any state: it is set aside, untouched.
+  // In a forked child. The parent's workers may be in any state, so they are kept but not touched.
   void startAgain() {
     for (auto* queue : queues_) setAside_.push_back(std::exchange(queue->worker_, queue->worker_->fresh()));
     exitDeadline = 0;
@@ -77,14 +78,19 @@ class QueueRegistry {
 
 namespace {
 
-// When the library is loaded: later, a fork could come between.
+// When the library is loaded, as no fork may come before it.
 [[gnu::constructor]] void watchForks() {
   QueueRegistry::get();
-  pthread_atfork([] { QueueRegistry::get().lock(); }, [] { QueueRegistry::get().unlock(); },
-                 [] { QueueRegistry::get().unlock(), QueueRegistry::get().startAgain(); });
+  pthread_atfork([] { LibraryCall::holdBack(), QueueRegistry::get().lock(); },
+                 [] { QueueRegistry::get().unlock(), LibraryCall::release(); },
+                 [] {
+                   QueueRegistry::get().unlock();
+                   LibraryCall::releaseInChild();
+                   QueueRegistry::get().startAgain();
+                 });
 }
 
-// Runs after the host's exit handlers and static destructors, which may still log.
+// After the host's exit handlers and static destructors, which may still log.
 [[gnu::destructor]] void drainAtExit() {
   const auto deadline = Clock::now() + kExitTimeout;
   exitDeadline = deadline.time_since_epoch().count();
@@ -113,7 +119,7 @@ void WorkerQueue::submit(std::function<void()> job) {
 
 bool WorkerQueue::isDraining() const {
   if (worker_->isDraining()) return true;
-  // What is logged late in an exit is rather written than flushed, where there is no time for both.
+  // Late in an exit there may be no time for flushing.
   const Clock::time_point deadline(Clock::duration(exitDeadline.load(std::memory_order_relaxed)));
   return deadline != Clock::time_point() && Clock::now() > deadline - kExitTimeout / 2;
 }

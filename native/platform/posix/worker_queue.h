@@ -4,25 +4,23 @@
 #include <memory>
 #include <string>
 
-#include "serial_queue.h"
+#include "environment.h"
 #include "worker.h"
 
 namespace quill::posix {
 
-/// A serial queue with one thread, made for the first job and asleep while there is none.
+/// A serial queue with one thread, made for the first job and asleep without one.
 ///
-/// When the process exits in an orderly way, the jobs that wait are done first, for two seconds at
-/// most in all; one submitted later on the way out is waited for within the same two seconds. A
-/// forked child starts with an empty queue and a thread of its own.
-///
-/// A job that throws ends the process: there is nobody to tell.
+/// An orderly exit of the process does the remaining jobs first, also those that are submitted during the
+/// exit, for two seconds at most in all. A forked child has an empty queue and a thread of its own. A job
+/// that throws ends the process.
 class WorkerQueue final : public SerialQueue {
  public:
-  /// `label` names the thread, as far as the system has room for it.
+  /// The thread's name is the beginning of `label`.
   WorkerQueue(std::string label, Priority priority);
   WorkerQueue(const WorkerQueue&) = delete;
   WorkerQueue& operator=(const WorkerQueue&) = delete;
-  /// The jobs that wait are still done. Any thread, also the queue's own.
+  /// Remaining jobs are still done. Any thread, also the queue's own.
   ~WorkerQueue() override;
 
   void submit(std::function<void()> job) override;
@@ -31,11 +29,11 @@ class WorkerQueue final : public SerialQueue {
  private:
   friend class QueueRegistry;
 
-  std::shared_ptr<Worker> worker_;  // replaced only in a forked child, while it has one thread
+  std::shared_ptr<Worker> worker_;  // replaced in a forked child only, while that has one thread
 };
 
-/// Waits for what all queues of the process hold by now, for two seconds at most in all, as an exit
-/// does: for a process that is about to be ended in another way. Not from a queue's job.
+/// Waits for the present jobs of all queues, for two seconds at most in all: for a process that is about to end
+/// without an orderly exit. Not from a queue's job.
 void drainQueues();
 
 }  // namespace quill::posix

@@ -42,6 +42,7 @@ typedef NSUInteger NSEventModifierFlags;
 
 #ifdef __cplusplus
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -52,6 +53,12 @@ extern std::vector<std::string> record;
 extern bool isDark;
 /// The views that were given a layer.
 extern std::vector<NSView*> layered;
+/// The item that was made last; nil once it is gone.
+extern NSStatusItem* newestItem;
+/// The titles of the menu that popped up last.
+extern std::vector<std::string> titles;
+/// What a user chooses from menus, by title; an empty title: nothing. Without it they are shown on the screen.
+extern std::optional<std::string> choice;
 /// Whether the next status item asked for is refused, and whether it throws.
 extern bool refuses, throws;
 }  // namespace standin

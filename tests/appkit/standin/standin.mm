@@ -9,6 +9,9 @@ namespace standin {
 std::vector<std::string> record;
 bool isDark = false;
 std::vector<NSView*> layered;
+NSStatusItem* newestItem = nil;
+std::vector<std::string> titles;
+std::optional<std::string> choice;
 bool refuses = false, throws = false;
 }  // namespace standin
 
@@ -107,10 +110,12 @@ CGFloat nextPlace = 0;
   note("statusItemWithLength:", length);
   [[window contentView] addSubview:button];
   [window orderFrontRegardless];
+  standin::newestItem = self;
   return self;
 }
 - (void)dealloc {
   standin::record.push_back("the item leaves the bar");
+  if (standin::newestItem == self) standin::newestItem = nil;
   [window close];
   [window release];
   [button release];
@@ -131,7 +136,7 @@ CGFloat nextPlace = 0;
 
 @implementation CALayer
 - (void)setBackgroundColor:(CGColorRef)color {
-  note("setBackgroundColor:", [(NSColor*)color description]);
+  note("setBackgroundColor: clear", [(NSColor*)color isEqual:[NSColor clearColor]]);
 }
 @end
 
@@ -164,11 +169,17 @@ CGFloat nextPlace = 0;
   return YES;
 }
 @end
+@implementation NSMenuItem (StandIn)
+- (void)setAttributedTitle:(NSAttributedString*)title {
+  note("setAttributedTitle:", [title string]);
+  note("  in size", [[title attribute:NSFontAttributeName atIndex:0 effectiveRange:nullptr] pointSize]);
+}
+@end
 #pragma clang diagnostic pop
 
 @implementation NSView (StandIn)
 - (void)setWantsLayer:(BOOL)flag {
-  if (flag) standin::layered.push_back(self);
+  if (flag && [self layer] == nil) standin::layered.push_back(self);
 }
 - (CALayer*)layer {
   static CALayer* const layer = [CALayer new];
@@ -195,8 +206,16 @@ CGFloat nextPlace = 0;
 }
 - (BOOL)popUpMenuPositioningItem:(NSMenuItem*)item atLocation:(NSPoint)point inView:(NSView*)view {
   note("popUp at", NSStringFromPoint(point));
+  standin::titles.clear();
+  for (NSMenuItem* each in [self itemArray]) standin::titles.push_back([[each title] UTF8String]);
+  if (standin::choice) {
+    const auto chosen = std::find(standin::titles.begin(), standin::titles.end(), *standin::choice);
+    if (chosen != standin::titles.end()) [self performActionForItemAtIndex:chosen - standin::titles.begin()];
+    return YES;
+  }
   // GNUstep shows the menu and returns at once; a Mac returns once it is closed.
-  [self popUpMenuPositionItem:item atLocation:point inView:view];
+  // Nor is its button flipped, as a Mac's is.
+  [self popUpMenuPositionItem:item atLocation:NSMakePoint(point.x, NSHeight([view bounds]) - point.y) inView:view];
   NSMenuView* const shown = [self menuRepresentation];
   NSWindow* const window = [shown window];
   [shown mouseDown:[NSEvent mouseEventWithType:NSLeftMouseDown
@@ -224,7 +243,7 @@ CGFloat nextPlace = 0;
 @end
 @implementation NSFileManager (StandIn)
 - (NSArray*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)mask {
-  return @[ [NSURL fileURLWithPath:NSHomeDirectory() isDirectory:YES] ];
+  return @[ [NSURL fileURLWithPath:[NSString stringWithUTF8String:getenv("HOME")] isDirectory:YES] ];
 }
 @end
 
@@ -264,6 +283,7 @@ dispatch_queue_t dispatch_get_main_queue(void) { return nullptr; }
 
 void dispatch_async_f(dispatch_queue_t, void* context, dispatch_function_t work) {
   @autoreleasepool {
+    [NSRunLoop mainRunLoop];  // without one, GNUstep would call at once
     StandInCall* const call = [[StandInCall new] autorelease];
     call->work = work;
     call->context = context;

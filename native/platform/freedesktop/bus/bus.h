@@ -12,31 +12,27 @@
 
 namespace quill::freedesktop {
 
-/// Where the session bus listens, as the environment says now; empty where it names none that can be connected to
-/// without waiting: other transports than "unix:" look up host names or start programs.
-std::optional<std::string> sessionBusAddress();
-
-/// A private connection to the session bus, driven by the default main context. It never waits: a
-/// bus that is missing, refuses or goes away is connected to once it is there. Main thread.
+/// A private connection to the session bus, driven by the default main context. It never waits, and connects again when
+/// a bus that was missing, refused or went away is there. Main thread.
 class Bus {
  public:
   struct Handlers {
-    /// A new connection, which need not be through yet: what is sent now goes out once it is.
+    /// A new connection that has its name from the bus: xdg-dbus-proxy before its version 0.1.6 mixes up the answers to
+    /// what is sent earlier.
     std::function<void(sd_bus*)> opened;
-    /// That connection is closed; slots on it are to be given back.
+    /// That connection is closed; its slots are to be released.
     std::function<void()> lost;
   };
 
   Bus(GlibMainQueue& queue, std::string address, Handlers handlers);
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
-  ~Bus();
 
-  /// Connects; from then on the connection is kept up. Not twice.
+  /// Connects, and keeps the connection up from then on. To be called once.
   void start();
   bool isStarted() const { return source_ != nullptr; }
-  /// The connection for signals; null while there is none that anyone could hear.
-  sd_bus* forSignals();
+  /// The connection; null while nothing can be sent on it.
+  sd_bus* connection();
 
  private:
   struct Source;
@@ -46,11 +42,12 @@ class Bus {
   void open();
   bool isForked() const;
   bool isCongested() const;
-  bool prepare(int& timeoutMilliseconds);
-  bool isReadyToProcess() const;
+  void prepare();
   void process();
   void lose();
-  void watchDescriptor(int descriptor, int events);
+  /// Has process() called when `descriptor` has one of `events` (-1: none), or at a time of CLOCK_MONOTONIC in
+  /// microseconds.
+  void wait(int descriptor, int events, gint64 readyTime = kNever);
 
   GlibMainQueue& queue_;
   std::string address_;
@@ -62,10 +59,10 @@ class Bus {
   void* watch_ = nullptr;  // the descriptor's tag in source_
   int descriptor_ = -1;
   int events_ = 0;
-  bool isProcessing_ = false;  // sd-bus handles one message at a time, also where a main loop runs inside of one
-  std::optional<std::chrono::nanoseconds> due_;
+  bool isProcessing_ = false;              // a main loop inside a handler must not enter sd-bus again
   std::optional<BusHandshake> handshake_;  // while there is no bus_ yet
   BusHandle bus_;
+  bool isOpen_ = false;  // handlers_.opened was called for bus_
 };
 
 }  // namespace quill::freedesktop

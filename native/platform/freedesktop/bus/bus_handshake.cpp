@@ -1,19 +1,17 @@
 #include "bus_handshake.h"
 
 #include <fcntl.h>
-#include <glib.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
 #include <string_view>
 
-#include "glib_handles.h"
+#include "session_bus_address.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -23,24 +21,19 @@ constexpr std::size_t kMaxAnswers = 1024;  // bytes
 bool connectTo(int socket, std::string_view path) {
   sockaddr_un place{};
   place.sun_family = AF_UNIX;
-  if (path.empty() || path.size() >= sizeof place.sun_path) return false;
+  if (path.size() >= sizeof place.sun_path) return false;
   path.copy(place.sun_path, path.size());
   return connect(socket, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
 }
 
-/// The socket of the first of an address's alternatives that is a path and takes a connection; else -1.
-int connectedSocket(std::string_view address) {
-  constexpr std::string_view kPath = "unix:path=";
+/// Connected to the first of an address's paths that takes a connection; -1: none does.
+int connectedSocket(const std::string& address) {
   const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-  while (socket >= 0 && !address.empty()) {
-    const auto alternative = address.substr(0, address.find(';'));
-    address.remove_prefix(std::min(alternative.size() + 1, address.size()));
-    if (!alternative.starts_with(kPath)) continue;
-    const auto value = alternative.substr(kPath.size(), alternative.find(',') - kPath.size());
-    const GCharPointer path(g_uri_unescape_segment(value.data(), value.data() + value.size(), nullptr));
-    if (path && connectTo(socket, path.get())) return socket;
+  if (socket < 0) return -1;
+  for (const auto& path : socketPaths(address)) {
+    if (connectTo(socket, path)) return socket;
   }
-  if (socket >= 0) close(socket);
+  close(socket);
   return -1;
 }
 
@@ -48,7 +41,7 @@ bool sendAll(int socket, std::string_view text) {
   return send(socket, text.data(), text.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(text.size());
 }
 
-/// Who asks is this process's user, whose number is told in hexadecimal digits of its decimal ones.
+/// Authenticates as this process's user: the decimal digits of the user's number, each in hexadecimal.
 std::string request() {
   std::string text("\0AUTH EXTERNAL ", 15);
   for (const char digit : std::to_string(geteuid())) text += {'3', digit};
@@ -58,7 +51,7 @@ std::string request() {
 }  // namespace
 
 BusHandshake::BusHandshake(const std::string& address) : socket_(connectedSocket(address)) {
-  if (isConnected()) sendAll(descriptor(), request());  // what does not go out is never answered
+  if (isConnected()) sendAll(descriptor(), request());  // a failure shows as a missing answer
 }
 
 int BusHandshake::advance() {
@@ -83,21 +76,20 @@ int BusHandshake::finish(std::chrono::milliseconds timeout) {
   return result;
 }
 
-// sd-bus has no way in behind the handshake. So it has one of its own, with the answers that came,
-// over a pair of sockets, in whose place the connection is put before the first message.
+// sd-bus cannot start after a handshake. So it makes one with a pair of sockets, in which the answers lie ready; then
+// the connection takes the place of sd-bus's socket, before the first message.
 int BusHandshake::start(sd_bus* bus) {
   std::array<int, 2> pair{};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair.data()) < 0) return -errno;
+  const posix::FileDescriptor theirs(pair[0]);
   const posix::FileDescriptor answering(pair[1]);
-  int result = sd_bus_set_fd(bus, pair[0], pair[0]);
-  if (result < 0) {
-    close(pair[0]);
-    return result;
-  }
   if (!sendAll(answering.number(), "DATA\r\n" + answers_)) return -EPROTO;
-  result = sd_bus_start(bus);
-  if (result >= 0) result = sd_bus_process(bus, nullptr);  // takes the answers in
-  if (result >= 0 && dup3(descriptor(), pair[0], O_CLOEXEC) < 0) result = -errno;
+  const int socket = fcntl(theirs.number(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (socket < 0) return -errno;
+  int result = sd_bus_set_fd(bus, socket, socket);  // which owns it from here on
+  if (result >= 0) result = sd_bus_start(bus);
+  if (result >= 0) result = sd_bus_process(bus, nullptr);  // reads the answers
+  if (result >= 0 && dup3(descriptor(), socket, O_CLOEXEC) < 0) result = -errno;
   return result;
 }
 

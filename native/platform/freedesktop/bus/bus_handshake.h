@@ -9,9 +9,8 @@
 
 namespace quill::freedesktop {
 
-/// A connection to the bus behind a sandbox's filter, up to the first message. sd-bus sends this whole
-/// part at once, without waiting for answers, and xdg-dbus-proxy took that for garbage before its
-/// version 0.1.6. Any thread, one at a time.
+/// A connection to the bus behind a sandbox's filter, up to the first message. sd-bus sends its handshake at once,
+/// without waiting for answers, which xdg-dbus-proxy refuses before its version 0.1.6. Any thread, one at a time.
 class BusHandshake {
  public:
   /// Connects to the first socket that takes a connection now, and asks to be let in. Never waits.
@@ -20,11 +19,12 @@ class BusHandshake {
   bool isConnected() const { return socket_.isOpen(); }
   /// Readable when there is something to do.
   int descriptor() const { return socket_.number(); }
-  /// Reads answers. Positive once they are complete, zero before; a negative errno ends it.
+  /// Reads answers. Positive: they are complete; zero: not yet; negative: the errno of a failure.
   int advance();
   /// The same, waiting for them.
   int finish(std::chrono::milliseconds timeout);
-  /// After that: starts `bus`, to which no address was given, on this connection. Answers as sd_bus_start.
+  /// Starts `bus`, which has no address, on this connection once the answers are complete. Returns what sd_bus_start
+  /// does.
   int start(sd_bus* bus);
 
  private:

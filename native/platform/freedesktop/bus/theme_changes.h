@@ -2,31 +2,31 @@
 
 #include <functional>
 
+#include "bus.h"
 #include "glib_main_queue.h"
 #include "panel_kind.h"
 #include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
 
-/// Word that a panel has changed its colours without drawing icons anew. Main thread.
+/// Listens for a panel's word that its colours changed, where that panel does not draw icons anew by itself. Main
+/// thread.
 class ThemeChanges {
  public:
-  /// `changed` is called a moment after such word, when the panel has taken on its new colours itself.
-  ThemeChanges(GlibMainQueue& queue, std::function<void()> changed);
+  /// `changed` is called a moment after that word, when the panel itself has taken on the new colours.
+  ThemeChanges(Bus& bus, GlibMainQueue& queue, std::function<void()> changed)
+      : bus_(bus), timer_(queue, std::move(changed)) {}
 
-  void follow(sd_bus* bus) { bus_ = bus; }
-  /// Forgets the connection, which is closed.
-  void leave();
-  /// Whose word counts from now on.
+  /// Follows this panel alone from now on.
   void listenTo(PanelKind panel);
+  /// Forgets the connection, which is closed.
+  void leave() { match_.reset(); }
 
  private:
-  static int onChange(sd_bus_message* message, void* self, sd_bus_error* error);
+  int onChange(sd_bus_message* signal, sd_bus_error*);
 
-  sd_bus* bus_ = nullptr;  // not owned
+  Bus& bus_;
   SlotHandle match_;
-  std::function<void()> changed_;
-  bool isDue_ = false;  // however often it is said, it is acted upon once in a while
   OneShotTimer timer_;
 };
 

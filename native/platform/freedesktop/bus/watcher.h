@@ -1,25 +1,24 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "backoff.h"
 #include "glib_main_queue.h"
-#include "name_owner.h"
 #include "panel_kind.h"
 #include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
 
-/// Announces an object as a status item to whoever watches for them: whenever the watcher's name
-/// gains an owner, and a few times more while that owner answers with an error. Main thread.
+/// Registers an object as a status item with the watcher: with each new owner of the watcher's name, and again a few
+/// times while that owner answers with an error. Main thread.
 class Watcher {
  public:
-  /// `path` is that of the object to announce. `found` is called before it is announced to another
-  /// watcher, and told whose that one is.
-  Watcher(GlibMainQueue& queue, std::string path, std::function<void(PanelKind panel)> found);
+  /// `path` is the object's, a string literal. `found` is called before each new watcher is registered with, and told
+  /// which panel that watcher belongs to.
+  Watcher(GlibMainQueue& queue, const char* path, std::function<void(PanelKind panel)> found);
   Watcher(const Watcher&) = delete;
   Watcher& operator=(const Watcher&) = delete;
 
@@ -28,21 +27,21 @@ class Watcher {
   void leave();
 
  private:
-  static constexpr std::size_t kKnownPanels = 3;
+  int onOwnerChange(sd_bus_message* signal, sd_bus_error*);
+  int onOwner(sd_bus_message* reply, sd_bus_error*);
+  int onPanelOwner(sd_bus_message* reply, sd_bus_error*);
+  int onRegistered(sd_bus_message* reply, sd_bus_error*);
 
-  static int onPanelOwner(sd_bus_message* message, void* self, sd_bus_error* error);
-  static int onRegistered(sd_bus_message* message, void* self, sd_bus_error* error);
-
-  void ownerChanged();
+  void setOwner(std::string owner);
   void registerItem();
-  void retryLater();
 
-  std::string path_;
+  const char* path_;
   std::function<void(PanelKind)> found_;
   sd_bus* bus_ = nullptr;  // not owned
-  NameOwner owner_;
-  std::array<SlotHandle, kKnownPanels> panelOwners_;
-  std::size_t unanswered_ = 0;
+  std::string owner_;      // the watcher's unique name; empty while there is none
+  SlotHandle ownerQuery_;
+  std::vector<SlotHandle> panelQueries_;  // one for each known panel
+  std::size_t unanswered_ = 0;            // of panelQueries_
   PanelKind panel_ = PanelKind::other;
   Backoff backoff_;
   int attempts_ = 0;

@@ -4,14 +4,12 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace quill::freedesktop {
 namespace {
 
-struct ModifierName {
-  std::string_view name;
-  ModifierFlags flag;
-};
+using ModifierName = std::pair<std::string_view, ModifierFlags>;
 
 // <Primary> is the platform's main modifier, which is Control here.
 constexpr std::array kModifierNames{
@@ -28,11 +26,10 @@ Accelerator parseAccelerator(std::string_view text) {
     const auto end = text.find('>');
     if (end == std::string_view::npos) return {};
     std::string name(text.substr(1, end - 1));
-    std::transform(name.begin(), name.end(), name.begin(), g_ascii_tolower);
-    const auto* const known = std::find_if(kModifierNames.begin(), kModifierNames.end(),
-                                           [&](const auto& candidate) { return candidate.name == name; });
+    std::ranges::transform(name, name.begin(), g_ascii_tolower);
+    const auto* const known = std::ranges::find(kModifierNames, name, &ModifierName::first);
     if (known == kModifierNames.end()) return {};
-    accelerator.modifiers = accelerator.modifiers | known->flag;
+    accelerator.modifiers = accelerator.modifiers | known->second;
     text.remove_prefix(end + 1);
   }
   accelerator.key = text;

@@ -11,14 +11,14 @@ namespace quill::freedesktop {
 namespace {
 
 constexpr Selector kActivate = "activate:";
-/// Where models hold each other, what lies deeper, or comes later, is left out.
+/// Limits for models that hold each other; what lies deeper or comes later is left out.
 constexpr int kMaxDepth = 32;
 constexpr int kMaxItems = 100'000;
-/// Reads inside one read: a host's object that has its menu read whenever it is asked would never end.
+/// Reads inside one read: without a limit, an object that has its menu read whenever it is asked would never end.
 constexpr int kMaxReads = 16;
-/// What ends the name in a detailed action name, "name::target" or "name(target)".
+/// Characters that end the name in a detailed action name, "name::target" or "name(target)".
 constexpr std::string_view kNameEnds = " :()";
-/// Where a host finds it: quill_tray_manager.h, QUILL_TRAY_MANAGER_ACTION_GROUP_KEY.
+/// QUILL_TRAY_MANAGER_ACTION_GROUP_KEY in quill_tray_manager.h.
 constexpr std::string_view kActionGroupKey = "quill-tray-manager-action-group-";
 
 std::string stringAttribute(GMenuModel* model, int index, const char* attribute) {
@@ -26,7 +26,7 @@ std::string stringAttribute(GMenuModel* model, int index, const char* attribute)
   return value ? g_variant_get_string(value.get(), nullptr) : std::string();
 }
 
-/// Takes the mark of the access key out of a label: "_" before its character, while "__" is one "_".
+/// Splits a label into title and access key: "_" marks the character after it, "__" is one "_".
 void setLabel(MenuItem& item, std::string_view label) {
   for (std::size_t at = 0; at < label.size(); ++at) {
     if (label[at] == '_' && at + 1 < label.size()) {
@@ -46,8 +46,8 @@ void setIcon(MenuItem& item, GMenuModel* model, int index) {
   if (names != nullptr && *names != nullptr) item.iconName = *names;
 }
 
-/// A detailed action name, as g_action_parse_detailed_name reads it. GLib's own printer takes fewer
-/// names than its parser: none with an underscore, which hosts use all the same.
+/// A detailed action name for g_action_parse_detailed_name. GLib's own printer refuses names with an underscore, which
+/// hosts use.
 std::string detailedName(const std::string& action, GVariant* target) {
   return target == nullptr ? action : action + "(" + GCharPointer(g_variant_print(target, TRUE)).get() + ")";
 }
@@ -76,7 +76,7 @@ ActionState query(GActionGroup* group, const std::string& name, GVariant* target
   return {true, enabled != FALSE && fits, VariantPointer(state)};
 }
 
-/// One read, for as long as it takes.
+/// Counts a read while it lasts.
 class Reading {
  public:
   explicit Reading(HostMenuReads& reads) : reads_(reads) {
@@ -95,13 +95,10 @@ class Reading {
 
 }  // namespace
 
-/// Walks the model once. All that it makes is its own until it is done.
+/// Reads the model once. The results are its own until it is done.
 class HostMenu::Builder {
  public:
-  explicit Builder(const HostMenu& menu)
-      : menu_(menu), self_(const_cast<HostMenu*>(&menu)), target_(self_->weak_from_this()) {
-    addTo(entries, menu_.model_.get(), 0);
-  }
+  explicit Builder(HostMenu& menu) : menu_(menu) { addTo(entries, menu_.model_.get(), 0); }
 
   Items entries;
   std::vector<SignalConnection> connections;
@@ -139,7 +136,7 @@ class HostMenu::Builder {
     const auto action = stringAttribute(model, index, G_MENU_ATTRIBUTE_ACTION);
     const VariantPointer target(g_menu_model_get_item_attribute_value(model, index, G_MENU_ATTRIBUTE_TARGET, nullptr));
     const ObjectPointer<GMenuModel> submenu(g_menu_model_get_item_link(model, index, G_MENU_LINK_SUBMENU));
-    // From here on others are asked, and the item may go from the model meanwhile.
+    // From here on other objects are asked, and the host may remove the item meanwhile.
     if (submenu) {
       Items items;
       addTo(items, submenu.get(), depth + 1);
@@ -156,7 +153,7 @@ class HostMenu::Builder {
 
   /// False: there is no such action.
   bool setAction(MenuItem& item, const std::string& action, GVariant* target) {
-    item.action = {kActivate, target_};
+    item.action = {kActivate, menu_.weak_from_this()};
     item.representedObject = detailedName(action, target);
     item.enabled = false;
 
@@ -182,13 +179,11 @@ class HostMenu::Builder {
   void follow(gpointer sender, std::initializer_list<const char*> signals) {
     if (!followed_.insert(sender).second) return;
     for (const auto* signal : signals) {
-      connections.emplace_back(sender, signal, G_CALLBACK(&HostMenu::changed), self_);
+      connections.emplace_back(sender, signal, G_CALLBACK(&HostMenu::changed), &menu_);
     }
   }
 
-  const HostMenu& menu_;
-  HostMenu* self_;
-  std::weak_ptr<Responder> target_;
+  HostMenu& menu_;
   std::set<gpointer> followed_;
   int visited_ = 0;
 };
@@ -196,27 +191,24 @@ class HostMenu::Builder {
 std::shared_ptr<HostMenu> HostMenu::adopt(const void* menu, std::shared_ptr<HostMenuReads> reads) {
   auto* const object = const_cast<void*>(menu);
   if (!G_IS_MENU_MODEL(object)) return nullptr;
-  struct Adopted : HostMenu {
-    Adopted(GMenuModel* model, std::shared_ptr<HostMenuReads> reads) : HostMenu(model, std::move(reads)) {}
-  };
-  return std::make_shared<Adopted>(G_MENU_MODEL(object), std::move(reads));
+  return std::make_shared<HostMenu>(G_MENU_MODEL(object), std::move(reads));
 }
 
 Menu::Items HostMenu::items() const {
   const bool isCurrent = !isOutdated_ && lastRead_ == readsBegun_;
   if (isCurrent || reads_->total >= kMaxReads) return built_;
-  const auto self = shared_from_this();  // the host may replace the menu while it is read
+  const auto self = std::const_pointer_cast<HostMenu>(shared_from_this());  // the host may replace it meanwhile
   const Reading reading(*reads_);
   isOutdated_ = false;
   const auto number = ++readsBegun_;
-  Builder built(*this);
-  // One that began later, from inside this one, has seen what is newer.
+  Builder built(*self);
+  // A read that began later, from inside this one, has newer results.
   if (number == readsBegun_) {
     lastRead_ = number;
     built_.swap(built.entries);
     connections_.swap(built.connections);
   }
-  return built_;  // before the old connections go, whose end may call the host
+  return built_;  // copied before the old connections end, which may call the host
 }
 
 void HostMenu::changed(HostMenu* self) {

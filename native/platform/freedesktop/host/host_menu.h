@@ -14,30 +14,29 @@
 
 namespace quill::freedesktop {
 
-/// How many host menus are being read, one inside another: a host's object that is asked may make the library ask
-/// again. Main thread.
+/// Counts nested reads of host menus: a host's object may have a menu read while it is asked something. Main thread.
 struct HostMenuReads {
   int depth = 0;
   int total = 0;  ///< since the outermost one began
 };
 
-/// A host's GMenuModel as a tray menu: follows the model and the actions that its items name, and
-/// activates those. It holds the model for as long as it lives. The host's objects may call anything of the library
-/// whenever they are asked something, told something or let go. Main thread.
+/// A host's GMenuModel as a tray menu. It holds the model, follows it and the actions that its items name, and
+/// activates those. The host's objects may call anything of the library whenever they are asked something, told
+/// something or let go. Main thread.
 class HostMenu : public Menu, public Responder, public std::enable_shared_from_this<HostMenu> {
  public:
   /// Null for a null pointer and for an object that is no GMenuModel. `reads` is shared by all menus of a desktop.
   static std::shared_ptr<HostMenu> adopt(const void* menu, std::shared_ptr<HostMenuReads> reads);
 
+  /// adopt() is what to call.
+  HostMenu(GMenuModel* model, std::shared_ptr<HostMenuReads> reads)
+      : model_(holdObject(model)), reads_(std::move(reads)) {}
+
   /// Asked from inside too many other reads, it answers with what was read last.
   Items items() const override;
   std::string description() const override;
-  /// The action of an item of the model.
+  /// Activates the action of an item of the model.
   bool perform(Selector selector, const MenuItem* sender) override;
-
- protected:
-  HostMenu(GMenuModel* model, std::shared_ptr<HostMenuReads> reads)
-      : model_(holdObject(model)), reads_(std::move(reads)) {}
 
  private:
   class Builder;
@@ -51,10 +50,10 @@ class HostMenu : public Menu, public Responder, public std::enable_shared_from_t
 
   ObjectPointer<GMenuModel> model_;
   std::shared_ptr<HostMenuReads> reads_;
-  // What the last read made of the model, and the handlers that tell when that is out of date.
+  // The results of the last read, and the handlers that tell when they are outdated.
   mutable bool isOutdated_ = true;
   mutable std::uint64_t readsBegun_ = 0;
-  mutable std::uint64_t lastRead_ = 0;  // its number; another one: a read is under way
+  mutable std::uint64_t lastRead_ = 0;  // differs from readsBegun_ during a read
   mutable Items built_;
   mutable std::vector<SignalConnection> connections_;
 };

@@ -12,10 +12,14 @@
 namespace quill::freedesktop {
 namespace {
 
-/// What is kept free for an outline, in pixels of 22; where a shape needs all the room, only the rim is cut.
+/// Kept free on each side for the outline, in 22nds of the icon. Less than the outline's width: where a shape needs all
+/// the room, only the rim is cut.
 constexpr int kMargin = 2;
-/// An opacity below this part of the strongest does not count as touching the margin.
+/// Below this fraction of the strongest opacity, 1/16, a pixel does not count as touching the margin.
 constexpr int kFaintest = 16;
+/// The strongest pixel of a shape, however faint on purpose, is brought up to this: so that its fill or its black
+/// outline has 3 : 1 on a bar of any grey.
+constexpr std::uint8_t kMinStrongest = 170;
 /// A shape up to this side is kept as it is.
 constexpr int kMaxKeptSide = 128;
 
@@ -26,7 +30,7 @@ Fixed weighed(Fixed value, Fixed weight) {
   return static_cast<Fixed>((std::uint32_t{value} * std::uint32_t{weight}) >> 16U);
 }
 
-/// What one line of target pixels takes from a line of source pixels.
+/// The weights with which a line of target pixels is made from a line of source pixels.
 class LineFilter {
  public:
   /// `scale` is target pixels for each source pixel; the source's line lies in the middle of the target's.
@@ -79,16 +83,15 @@ class LineFilter {
   std::vector<Fixed> weights_;
 };
 
-/// Rows of as many numbers as the largest side has, and some more: compilers turn a loop over a fixed
-/// number of them into wide operations.
+/// The length of a row, at least the largest side: compilers vectorise loops over a fixed length.
 constexpr std::size_t kStride = 48;
 constexpr std::size_t kTile = 8;
 
-/// Turned about the diagonal: kStride rows of `width` numbers. Both are multiples of a tile's side.
-void turn(const Fixed* rows, std::size_t width, Fixed* columns) {
+/// Transposes kStride rows of `width` numbers; both are multiples of kTile.
+void transpose(const Fixed* rows, std::size_t width, Fixed* columns) {
   for (std::size_t y = 0; y < kStride; y += kTile) {
     for (std::size_t x = 0; x < width; x += kTile) {
-      std::array<Fixed, kTile * kTile> tile;
+      std::array<Fixed, kTile * kTile> tile{};
       const Fixed* const from = rows + y * width + x;
       for (std::size_t j = 0; j < kTile; ++j) {
         for (std::size_t i = 0; i < kTile; ++i) tile[j * kTile + i] = from[i * width + j];
@@ -98,14 +101,14 @@ void turn(const Fixed* rows, std::size_t width, Fixed* columns) {
   }
 }
 
-/// A square that the shape covers in part, scaled about the centre: rows of kStride, of which `side` count.
+/// The shape scaled about the centre into a square of `side` rows and columns, in rows of kStride.
 std::vector<Fixed> resample(const Shape& shape, int side, double scale) {
   const LineFilter across(shape.width, side, scale);
   const LineFilter down = shape.width == shape.height ? across : LineFilter(shape.height, side, scale);
   const auto width = static_cast<std::size_t>(shape.width);
   const auto n = static_cast<std::size_t>(side);
 
-  // Both steps sum whole rows, the second one of what was turned.
+  // Both passes sum whole rows, the second those of the transposed picture.
   const auto stride = (width + kTile - 1) / kTile * kTile;
   std::pmr::vector<Fixed> rows(stride * kStride, posix::pageMemory());
   for (std::size_t y = 0; y < n; ++y) {
@@ -119,23 +122,23 @@ std::vector<Fixed> resample(const Shape& shape, int side, double scale) {
     }
   }
   std::pmr::vector<Fixed> columns(rows.size(), posix::pageMemory());
-  turn(rows.data(), stride, columns.data());
+  transpose(rows.data(), stride, columns.data());
 
-  std::array<Fixed, kStride * kStride> turned{};
+  std::array<Fixed, kStride * kStride> transposed{};
   for (std::size_t x = 0; x < n; ++x) {
-    Fixed* const sums = turned.data() + x * kStride;
+    Fixed* const sums = transposed.data() + x * kStride;
     const Fixed* column = columns.data() + across.source(x) * kStride;
     for (const Fixed weight : across.weights(x)) {
       for (std::size_t y = 0; y < kStride; ++y) sums[y] = static_cast<Fixed>(sums[y] + weighed(column[y], weight));
       column += kStride;
     }
   }
-  std::vector<Fixed> square(turned.size());
-  turn(turned.data(), kStride, square.data());
+  std::vector<Fixed> square(transposed.size());
+  transpose(transposed.data(), kStride, square.data());
   return square;
 }
 
-/// Half as wide and high: what averages over areas give for that side.
+/// The square at half its side, as averages over areas.
 std::vector<Fixed> halved(const std::vector<Fixed>& square) {
   std::vector<Fixed> small(square.size());
   for (std::size_t y = 0; y < kSmallSide; ++y) {
@@ -150,15 +153,17 @@ std::vector<Fixed> halved(const std::vector<Fixed>& square) {
   return small;
 }
 
-/// The strongest becomes full, in proportion: faint templates and hairlines gain, soft edges stay soft.
-std::vector<std::uint8_t> strengthened(const std::vector<Fixed>& square, int side) {
+/// Scales the opacities so that the strongest becomes as strong as in the source, `wanted`: hairlines, which resampling
+/// weakens, gain; soft edges stay soft.
+std::vector<std::uint8_t> strengthened(const std::vector<Fixed>& square, int side, std::uint8_t wanted) {
   const auto n = static_cast<std::size_t>(side);
   Fixed strongest = 0;
   for (std::size_t i = 0; i < n * kStride; ++i) strongest = square[i] > strongest ? square[i] : strongest;
-  const float gain = strongest > 128 ? 255.0F / static_cast<float>(strongest) : 0.0F;
+  const float gain =
+      strongest > 128 ? static_cast<float>(std::max(wanted, kMinStrongest)) / static_cast<float>(strongest) : 0.0F;
   std::vector<std::uint8_t> coverage(n * n);
   for (std::size_t y = 0; y < n; ++y) {
-    std::array<std::uint8_t, kStride> row;
+    std::array<std::uint8_t, kStride> row{};
     std::transform(square.begin() + static_cast<std::ptrdiff_t>(y * kStride),
                    square.begin() + static_cast<std::ptrdiff_t>((y + 1) * kStride), row.begin(), [gain](Fixed value) {
                      return static_cast<std::uint8_t>(static_cast<int>(static_cast<float>(value) * gain + 0.5F));
@@ -168,8 +173,12 @@ std::vector<std::uint8_t> strengthened(const std::vector<Fixed>& square, int sid
   return coverage;
 }
 
-/// How far the shape reaches from the centre, in source pixels, towards the side it comes closest to.
-double reach(const Shape& shape) {
+struct Extent {
+  std::uint8_t strongest = 0;  ///< opacity
+  double reach = 0.0;          ///< from the centre, in source pixels, towards the side that the shape comes closest to
+};
+
+Extent extentOf(const Shape& shape) {
   const auto width = static_cast<std::size_t>(shape.width);
   const auto height = static_cast<std::size_t>(shape.height);
   const auto row = [&](std::size_t y) { return std::span(shape.alpha).subspan(y * width, width); };
@@ -178,10 +187,11 @@ double reach(const Shape& shape) {
     const std::uint8_t* const alpha = row(y).data();
     for (std::size_t x = 0; x < width; ++x) columns[x] = alpha[x] > columns[x] ? alpha[x] : columns[x];
   }
-  const int least = std::max(1, *std::ranges::max_element(columns) / kFaintest);
+  const std::uint8_t strongest = *std::ranges::max_element(columns);
+  const int least = std::max(1, strongest / kFaintest);
   const auto isTouched = [least](std::uint8_t alpha) { return alpha >= least; };
   const auto left = static_cast<std::size_t>(std::ranges::find_if(columns, isTouched) - columns.begin());
-  if (left == width) return 0.0;
+  if (left == width) return {};
 
   std::size_t right = width;
   std::size_t top = 0;
@@ -191,8 +201,8 @@ double reach(const Shape& shape) {
   while (std::ranges::none_of(row(bottom - 1), isTouched)) --bottom;
   const double middle = shape.height / 2.0;
   const double centre = shape.width / 2.0;
-  return std::max({centre - static_cast<double>(left), static_cast<double>(right) - centre,
-                   middle - static_cast<double>(top), static_cast<double>(bottom) - middle});
+  return {strongest, std::max({centre - static_cast<double>(left), static_cast<double>(right) - centre,
+                               middle - static_cast<double>(top), static_cast<double>(bottom) - middle})};
 }
 
 double fittingScale(const Shape& shape, int side) {
@@ -225,19 +235,21 @@ int largestSide(const Shape& shape) {
 std::vector<std::uint8_t> shapeCoverage(const Shape& shape) {
   if (shape.alpha.empty()) return {};
   const int side = largestSide(shape);
-  return strengthened(resample(shape, side, fittingScale(shape, side)), side);
+  return strengthened(resample(shape, side, fittingScale(shape, side)), side, extentOf(shape).strongest);
 }
 
 FramedCoverage framedCoverage(const Shape& shape) {
   if (shape.alpha.empty()) return {};
   constexpr double kRoom = kSmallSide / 2.0 - kMargin;
   const double fitting = fittingScale(shape, kSmallSide);
-  const double reached = reach(shape) * fitting;
+  const auto [strongest, reach] = extentOf(shape);
+  const double reached = reach * fitting;
   const double scale = reached > kRoom ? fitting * kRoom / reached : fitting;
-  if (largestSide(shape) == kSmallSide) return {strengthened(resample(shape, kSmallSide, scale), kSmallSide), {}};
+  if (largestSide(shape) == kSmallSide)
+    return {strengthened(resample(shape, kSmallSide, scale), kSmallSide, strongest), {}};
   const auto large = resample(shape, kLargeSide, 2.0 * scale);
   const auto small = 2.0 * scale <= 1.0 ? halved(large) : resample(shape, kSmallSide, scale);
-  return {strengthened(small, kSmallSide), strengthened(large, kLargeSide)};
+  return {strengthened(small, kSmallSide, strongest), strengthened(large, kLargeSide, strongest)};
 }
 
 }  // namespace quill::freedesktop

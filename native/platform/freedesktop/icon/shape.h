@@ -8,14 +8,14 @@
 
 namespace quill::freedesktop {
 
-/// A picture's opacities: rows from the top, a byte a pixel. All that counts of a template.
+/// A picture's opacities, which are all that counts of a template: rows from the top, a byte a pixel.
 struct Shape {
   int width = 0;
   int height = 0;
   std::pmr::vector<std::uint8_t> alpha;
 };
 
-/// The sides of the squares that a panel is given of a picture, in pixels.
+/// The sides of the square icons that a panel is given, in pixels.
 constexpr int kSmallSide = 22;
 constexpr int kLargeSide = 44;
 
@@ -29,11 +29,12 @@ Shape keptOf(Shape shape);
 int largestSide(const Shape& shape);
 
 /// How much of each pixel of a square of the shape's largest side is covered, 0 to 255, rows from the
-/// top; the strongest is brought up to 255. Aspect ratio kept, centred. Empty for an empty shape.
+/// top; the strongest is as strong as the source's, and 170 at least. Aspect ratio kept, centred. Empty for an empty
+/// shape.
 std::vector<std::uint8_t> shapeCoverage(const Shape& shape);
 
-/// The same with `kMargin` of 22 pixels free on each side, for each side of a square up to the largest:
-/// a shape that reaches into the margin is shrunk about the centre.
+/// The same with 2 of 22 pixels kept free on each side for an outline, in each size up to the largest: a shape that
+/// reaches into that margin is shrunk about the centre.
 struct FramedCoverage {
   std::vector<std::uint8_t> small;
   std::vector<std::uint8_t> large;  ///< empty where there is no more than 22 pixels to show

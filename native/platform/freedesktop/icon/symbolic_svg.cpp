@@ -36,13 +36,13 @@ struct Layer {
 /// Together 1/4, 1/2, 3/4 and 1; each level stands for the coverages around it.
 constexpr std::array kLayers = {Layer{32, ".25"}, Layer{96, ".3333"}, Layer{160, ".5"}, Layer{224, "1"}};
 
-/// Walks around the pixels of a grid that are set, with them on the right hand.
+/// Traces the outlines of the set pixels of a grid, which it keeps on the right.
 class Outliner {
  public:
   Outliner(const std::vector<std::uint8_t>& coverage, int side, int leastCoverage)
       : coverage_(coverage), side_(side), least_(leastCoverage), walked_(coverage.size()) {}
 
-  /// Sub-paths around all areas and, the other way round, around their holes.
+  /// A sub-path around each area and, the other way round, around each hole.
   std::string path() {
     std::string path;
     for (int y = 0; y < side_; ++y) {
@@ -61,7 +61,7 @@ class Outliner {
   bool isSet(int x, int y) const {
     return x >= 0 && y >= 0 && x < side_ && y < side_ && coverage_[index(x, y)] >= least_;
   }
-  /// Whether the pixel that touches grid point (x, y) towards (dx, dy), each 1 or -1, is set.
+  /// Whether the pixel at the corner of grid point (x, y) towards (dx, dy), each 1 or -1, is set.
   bool isSetTowards(int x, int y, int dx, int dy) const { return isSet(dx > 0 ? x : x - 1, dy > 0 ? y : y - 1); }
 
   void addLoop(std::string& path, int startX, int startY) {
@@ -89,7 +89,7 @@ class Outliner {
           dx = turned;
         }
       }
-      if (x == startX && y == startY && dx == 1) break;  // the way home needs no line of its own
+      if (x == startX && y == startY && dx == 1) break;  // the path's end closes the last line
       path += x != fromX ? 'h' + std::to_string(x - fromX) : 'v' + std::to_string(y - fromY);
     } while (true);
     path += 'z';

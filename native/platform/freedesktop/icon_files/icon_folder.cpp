@@ -20,16 +20,11 @@ namespace {
 constexpr std::string_view kPrefix = "quill-tray-";
 constexpr auto kSuffix = ".svg";
 constexpr auto kUnfinished = "unfinished";
-/// A folder that has just been made may be taken for a left one, once for each process that starts then.
+/// Before a new folder is locked, a process that starts may take it for one left behind and remove it.
 constexpr int kAttempts = 4;
 
-/// Where the panel would look under the same path; empty: nowhere.
-std::optional<std::string> sharedRuntimeDirectory() {
-  const char* directory = std::getenv("XDG_RUNTIME_DIR");
-  if (directory == nullptr || *directory != '/') return std::nullopt;
-  if (isSandboxed()) return std::nullopt;
-  return directory;
-}
+/// The runtime directory where panels find it under the same path; empty: they do not.
+std::optional<std::string> sharedRuntimeDirectory() { return isSandboxed() ? std::nullopt : runtimeDirectory(); }
 
 int openDirectory(const std::string& path) {
   return open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
@@ -39,7 +34,7 @@ bool lock(const posix::FileDescriptor& directory) {
   return directory.isOpen() && flock(directory.number(), LOCK_EX | LOCK_NB) == 0;
 }
 
-/// Whoever sweeps holds the lock until the folder is gone.
+/// False for a folder that was swept away before it was locked.
 bool isLinked(const posix::FileDescriptor& directory) {
   struct stat status {};
   return fstat(directory.number(), &status) == 0 && status.st_nlink > 0;
@@ -88,7 +83,7 @@ IconFolder::~IconFolder() { remove(); }
 
 void IconFolder::remove() {
   if (!owner_.isCurrent()) return;
-  const std::unique_lock lock(mutex_, std::try_to_lock);  // may come from an exit in the midst of anything
+  const std::unique_lock lock(mutex_, std::try_to_lock);  // an exit may come from inside another call
   if (lock && !std::exchange(isRemoved_, true)) removeFolder(path_);
 }
 
@@ -122,6 +117,7 @@ bool IconFolder::write(const std::string& fileName, std::string_view text) const
 }
 
 void IconFolder::release(const std::string& name) {
+  if (!owner_.isCurrent()) return;
   const std::lock_guard lock(mutex_);
   const auto known = files_.find(name);
   if (isRemoved_ || known == files_.end() || !known->second.expired()) return;  // written again meanwhile
@@ -129,11 +125,7 @@ void IconFolder::release(const std::string& name) {
   unlinkat(directory_.number(), (name + kSuffix).c_str(), 0);
 }
 
-IconFile::IconFile(std::weak_ptr<IconFolder> folder, std::string name)
-    : folder_(std::move(folder)), name_(std::move(name)) {}
-
 IconFile::~IconFile() {
-  if (!owner_.isCurrent()) return;
   if (const auto folder = folder_.lock()) folder->release(name_);
 }
 

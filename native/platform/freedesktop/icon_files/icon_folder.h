@@ -5,6 +5,7 @@
 #include <mutex>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "file_descriptor.h"
 #include "owner_process.h"
@@ -13,27 +14,26 @@ namespace quill::freedesktop {
 
 class IconFile;
 
-/// A folder that only this user can look into, for icons that a panel reads as files; it goes with
-/// the object, and with all it holds. It lies below the user's runtime directory, which is kept in
-/// memory and there for just this: what is written is a few kilobytes, and waits for no disk. A
-/// forked child changes nothing in it. Any thread.
+/// A folder for icons that a panel reads as files, removed with the object. Only this user can look into it. It lies in
+/// the user's runtime directory, which is in memory, so that writing waits for no disk. A forked child changes nothing
+/// in it. Any thread.
 class IconFolder : public std::enable_shared_from_this<IconFolder> {
  public:
-  /// Null where there is no such directory, or one that panels don't see: a sandbox's own.
+  /// Null where there is no runtime directory, or one that panels do not see: a sandbox's own.
   static std::shared_ptr<IconFolder> make();
   /// Removes what processes that were killed have left behind.
   static void sweep();
-  /// Takes over a folder that was just made; make() is what to call.
+  /// For make(), which has just made the folder.
   explicit IconFolder(std::string path);
   IconFolder(const IconFolder&) = delete;
   IconFolder& operator=(const IconFolder&) = delete;
   ~IconFolder();
 
   const std::string& path() const { return path_; }
-  /// `name` stands for `text`, so that a file which is there already is the one. Null where it
-  /// cannot be written.
+  /// Writes `text`, or returns the file that has that name already: a name belongs to one text. Null where it cannot be
+  /// written.
   std::shared_ptr<const IconFile> file(const std::string& name, std::string_view text);
-  /// What the destructor does, earlier, unless another call is under way; no file is made after it.
+  /// Removes the folder for good, unless another call is under way.
   void remove();
 
  private:
@@ -43,16 +43,16 @@ class IconFolder : public std::enable_shared_from_this<IconFolder> {
 
   const std::string path_;
   const posix::OwnerProcess owner_;
-  posix::FileDescriptor directory_;  // locked, which tells others that this folder is in use
+  posix::FileDescriptor directory_;  // locked as long as the folder is in use
   std::mutex mutex_;                 // guards what follows
   bool isRemoved_;
   std::map<std::string, std::weak_ptr<const IconFile>> files_;
 };
 
-/// One icon in a folder; its file goes with the object.
+/// One icon in a folder; its file is removed with the object.
 class IconFile {
  public:
-  IconFile(std::weak_ptr<IconFolder> folder, std::string name);
+  IconFile(std::weak_ptr<IconFolder> folder, std::string name) : folder_(std::move(folder)), name_(std::move(name)) {}
   IconFile(const IconFile&) = delete;
   IconFile& operator=(const IconFile&) = delete;
   ~IconFile();
@@ -63,7 +63,6 @@ class IconFile {
  private:
   std::weak_ptr<IconFolder> folder_;
   std::string name_;
-  posix::OwnerProcess owner_;
 };
 
 }  // namespace quill::freedesktop

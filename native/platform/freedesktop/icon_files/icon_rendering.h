@@ -3,20 +3,20 @@
 #include <memory>
 #include <vector>
 
-#include "icon_pixels.h"
 #include "image.h"
+#include "outlined_icon.h"
 #include "symbolic_icons.h"
 
 namespace quill::freedesktop {
 
-/// A template's picture as panels read it, and no more.
+/// A template's picture in the forms that panels read, and in no other.
 class IconRendering : public Picture {
  public:
   explicit IconRendering(const Pixels& source);
 
   /// From the smallest to the largest.
   const std::vector<IconPixels>& sizes() const { return sizes_; }
-  /// Its other form; never null.
+  /// The icon for panels that recolour it; never null.
   const std::shared_ptr<SymbolicIcon>& symbolic() const { return symbolic_; }
   /// Whether nobody could tell the two apart in a bar.
   bool looksLike(const IconRendering& other) const { return sizes_ == other.sizes_; }

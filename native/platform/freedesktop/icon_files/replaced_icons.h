@@ -4,30 +4,39 @@
 #include <cstddef>
 #include <deque>
 #include <memory>
+#include <utility>
 
 #include "glib_main_queue.h"
 #include "icon_folder.h"
 
 namespace quill::freedesktop {
 
-/// The files of icons that were on show until a moment ago: a panel may have read an icon's name and look for the file
-/// only then. Main thread.
+/// Keeps the files of replaced icons for a second: a panel may have read an icon's name before it was replaced, and
+/// open the file after that. Main thread.
 class ReplacedIcons {
  public:
-  explicit ReplacedIcons(GlibMainQueue& queue);
+  explicit ReplacedIcons(GlibMainQueue& queue) : timer_(queue, [this] { dropDue(); }) {}
 
-  /// Keeps a file for a second; null: nothing to keep.
-  void keep(std::shared_ptr<const IconFile> file);
+  /// Null: nothing to keep.
+  void keep(std::shared_ptr<const IconFile> file) {
+    if (!file) return;
+    if (kept_.size() == kMaxFiles) kept_.pop_front();
+    kept_.push_back({monotonicNow() + kTime, std::move(file)});
+    if (kept_.size() == 1) timer_.setDue(kept_.front().due);
+  }
 
  private:
   struct Kept {
-    std::chrono::nanoseconds due;  ///< a point of CLOCK_MONOTONIC
+    std::chrono::nanoseconds due;  ///< of CLOCK_MONOTONIC
     std::shared_ptr<const IconFile> file;
   };
   static constexpr std::chrono::seconds kTime{1};
   static constexpr std::size_t kMaxFiles = 256;
 
-  void dropDue();
+  void dropDue() {
+    while (!kept_.empty() && kept_.front().due <= monotonicNow()) kept_.pop_front();
+    if (!kept_.empty()) timer_.setDue(kept_.front().due);
+  }
 
   std::deque<Kept> kept_;  ///< the oldest first
   OneShotTimer timer_;

@@ -6,13 +6,6 @@
 #include "symbolic_svg.h"
 
 namespace quill::freedesktop {
-namespace {
-
-constexpr std::size_t kFirstPrune = 64;
-
-}  // namespace
-
-SymbolicIcon::SymbolicIcon(Shape shape) : shape_(std::move(shape)) {}
 
 void SymbolicIcon::writeTo(const std::shared_ptr<IconFolder>& folder, PanelKind panel) {
   const std::lock_guard lock(mutex_);
@@ -27,10 +20,8 @@ std::shared_ptr<const IconFile> SymbolicIcon::fileIn(const std::shared_ptr<IconF
   return folder_.lock() == folder ? file_ : nullptr;
 }
 
-SymbolicIcons::SymbolicIcons() : pruneAt_(kFirstPrune) {}
-
 void SymbolicIcons::add(const std::shared_ptr<SymbolicIcon>& icon) {
-  if (!owner_.isCurrent()) return;  // a forked child, in which nobody may be left to unlock
+  if (!owner_.isCurrent()) return;  // in a forked child nobody may be left to unlock it
   const std::lock_guard lock(mutex_);
   if (icons_.size() >= pruneAt_) {
     std::erase_if(icons_, [](const auto& known) { return known.expired(); });
@@ -57,7 +48,7 @@ std::shared_ptr<IconFolder> SymbolicIcons::open(PanelKind panel) {
 
 void SymbolicIcons::close() {
   if (!owner_.isCurrent()) return;
-  // A host may exit from wherever it is. What is left then goes at the next start.
+  // A host may exit from inside another call here. What then stays is swept at the next start.
   const std::unique_lock lock(mutex_, std::try_to_lock);
   if (!lock) return;
   isClosed_ = true;

@@ -14,6 +14,8 @@ struct SourceEnd {
 };
 /// A source that leaves its main context when the handle goes, also from inside its own dispatch.
 using SourceHandle = std::unique_ptr<GSource, SourceEnd>;
+/// The ready time of a source that has none.
+constexpr gint64 kNever = -1;
 
 struct GFree {
   void operator()(void* memory) const { g_free(memory); }

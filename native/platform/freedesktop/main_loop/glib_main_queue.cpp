@@ -10,8 +10,8 @@
 #include "file_descriptor.h"
 #include "owner_process.h"
 
-// GLib's lock hands a call from the thread that posts it to the one that runs it; the thread
-// sanitizer cannot see into GLib, so it is told.
+// GLib's lock hands a call from the thread that posts it to the one that runs it. The thread sanitizer cannot see into
+// GLib, so it is told.
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
 #define QUILL_HAND_OVER(call) __tsan_release(call)
@@ -27,18 +27,16 @@ namespace {
 struct Call {
   std::shared_ptr<GlibMainQueue::MainThreadTracker> mainThread;
   std::function<void()> call;
+  gboolean afterwards;  // G_SOURCE_CONTINUE or G_SOURCE_REMOVE
 };
 
-constexpr GSourceFuncs functionsWithDispatch(gboolean (*dispatch)(GSource*, GSourceFunc, gpointer)) {
-  GSourceFuncs functions{};
-  functions.dispatch = dispatch;
-  return functions;
-}
-
-/// A source of default priority that calls whenever its ready time has passed; it sets none itself.
-SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSourceFuncs& functions, gint64 readyTime) {
+/// A source of default priority that makes `call` when its ready time has passed or one of its descriptors is ready.
+SourceHandle attachSource(GlibMainQueue& queue, gint64 readyTime, gboolean afterwards, std::function<void()> call) {
+  static constinit GSourceFuncs functions = {
+      nullptr, nullptr, [](GSource*, GSourceFunc callback, gpointer data) { return callback(data); },
+      nullptr, nullptr, nullptr};
   SourceHandle source(g_source_new(&functions, sizeof(GSource)));
-  auto owned = std::make_unique<Call>(Call{queue.mainThread(), std::move(call)});
+  auto owned = std::make_unique<Call>(Call{queue.mainThread(), std::move(call), afterwards});
   QUILL_HAND_OVER(owned.get());
   g_source_set_callback(
       source.get(),
@@ -47,7 +45,7 @@ SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSou
         const auto& self = *static_cast<Call*>(data);
         self.mainThread->note();
         self.call();
-        return G_SOURCE_CONTINUE;
+        return self.afterwards;
       },
       owned.release(), [](gpointer data) { const std::unique_ptr<Call> ended(static_cast<Call*>(data)); });
   g_source_set_ready_time(source.get(), readyTime);
@@ -55,7 +53,7 @@ SourceHandle attachSource(GlibMainQueue& queue, std::function<void()> call, GSou
   return source;
 }
 
-/// Collects what the calling thread posts during one call, and not from within a main loop that runs inside of it.
+/// Collects what the calling thread posts while this lives, except from a main loop that runs inside.
 class Collected {
  public:
   Collected() : outer_(std::exchange(current_, this)) {}
@@ -73,8 +71,8 @@ class Collected {
   int depth_ = g_main_depth();
 };
 
-/// What a tick posts, to show a frame, runs right after it: a turn of the main context for that alone costs more
-/// than the frame itself.
+/// Runs what a tick posts, to show a frame, right after it: another turn of the main context would cost more than the
+/// frame.
 void runTick(const std::function<void()>& tick) {
   std::vector<std::function<void()>> posted;
   {
@@ -92,16 +90,11 @@ class PreciseTimer : public Timer {
       : file_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     const itimerspec setting{timespecOf(period), timespecOf(period)};
     if (!file_.isOpen() || timerfd_settime(file_.number(), 0, &setting, nullptr) != 0) return;
-    static constinit GSourceFuncs whenReadable =
-        functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) { return callback(data); });
-    source_ = attachSource(
-        queue,
-        [this, tick = std::move(tick)] {
-          if (!owner_.isCurrent()) return source_.reset();  // a fork's child must not take its parent's ticks
-          std::uint64_t ticks = 0;                          // more than one: some were missed
-          if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
-        },
-        whenReadable, -1);
+    source_ = attachSource(queue, kNever, G_SOURCE_CONTINUE, [this, tick = std::move(tick)] {
+      if (!owner_.isCurrent()) return source_.reset();  // a forked child must not take its parent's ticks
+      std::uint64_t ticks = 0;                          // more than one: some were missed
+      if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
+    });
     g_source_set_can_recurse(source_.get(), TRUE);  // as for the bus
     g_source_add_unix_fd(source_.get(), file_.number(), G_IO_IN);
   }
@@ -143,7 +136,7 @@ class CoarseTimer : public Timer {
 bool GlibMainQueue::isCurrent() const {
   auto* const context = g_main_context_default();
   if (g_main_context_is_owner(context) != FALSE) return true;
-  // To ask for the context is to hold it for a moment, in which the main thread would be refused: no other may ask.
+  // Acquiring the context keeps the main thread out for a moment, so only the thread that is expected to be it tries.
   if (!mainThread_->isExpectedHere() || g_main_context_acquire(context) == FALSE) return false;
   g_main_context_release(context);
   return true;
@@ -151,8 +144,8 @@ bool GlibMainQueue::isCurrent() const {
 
 GlibMainQueue::MainThreadTracker::Thread GlibMainQueue::MainThreadTracker::callingThread() {
   static std::atomic<std::uint32_t> latest{0};
-  // Kept, since the system is asked anew each time. A forked child keeps its parent's: nobody lives under that id
-  // there, which leaves the process's first thread, and that is the one that forked.
+  // Kept, since gettid() asks the kernel each time. A forked child keeps its parent's id, under which it has no thread;
+  // then its first thread is the main thread, and that is the one that forked.
   thread_local const Thread self{++latest, gettid()};
   return self;
 }
@@ -169,13 +162,8 @@ void GlibMainQueue::post(std::function<void()> work) {
     collected->work.push_back(std::move(work));
     return;
   }
-  static constinit GSourceFuncs once =
-      functionsWithDispatch([](GSource*, GSourceFunc callback, gpointer data) -> gboolean {
-        callback(data);
-        return G_SOURCE_REMOVE;
-      });
   // The context keeps the source until it has run, so the reference alone is given back.
-  g_source_unref(attachSource(*this, std::move(work), once, 0).release());
+  g_source_unref(attachSource(*this, 0, G_SOURCE_REMOVE, std::move(work)).release());
 }
 
 std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, std::function<void()> tick) {
@@ -185,13 +173,10 @@ std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, st
 }
 
 OneShotTimer::OneShotTimer(GlibMainQueue& queue, std::function<void()> call) {
-  static constinit GSourceFuncs whenDue =
-      functionsWithDispatch([](GSource* source, GSourceFunc callback, gpointer data) -> gboolean {
-        g_source_set_ready_time(source, -1);
-        callback(data);
-        return G_SOURCE_CONTINUE;
-      });
-  source_ = attachSource(queue, std::move(call), whenDue, -1);
+  source_ = attachSource(queue, kNever, G_SOURCE_CONTINUE, [this, call = std::move(call)] {
+    cancel();
+    call();  // may end this timer
+  });
 }
 
 void OneShotTimer::setDue(std::chrono::nanoseconds due) {
@@ -200,7 +185,9 @@ void OneShotTimer::setDue(std::chrono::nanoseconds due) {
 
 void OneShotTimer::setDueIn(std::chrono::nanoseconds delay) { setDue(monotonicNow() + delay); }
 
-void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), -1); }
+void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), kNever); }
+
+bool OneShotTimer::isSet() const { return g_source_get_ready_time(source_.get()) != kNever; }
 
 std::chrono::nanoseconds monotonicNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 

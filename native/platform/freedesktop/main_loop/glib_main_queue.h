@@ -17,7 +17,7 @@ class GlibMainQueue : public MainQueue {
   void post(std::function<void()> work) override;
   std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
 
-  /// Where each of our sources notes the thread that dispatches it: that is the main thread.
+  /// Remembers the thread that last dispatched one of our sources, which is the main thread.
   class MainThreadTracker {
    public:
     void note() { last_.store(callingThread(), std::memory_order_relaxed); }
@@ -39,15 +39,18 @@ class GlibMainQueue : public MainQueue {
   std::shared_ptr<MainThreadTracker> mainThread_ = std::make_shared<MainThreadTracker>();
 };
 
-/// A call on the default main context once its time has come. Main thread; may be dropped from
-/// inside its own call.
+/// A call on the default main context when its time has come. Main thread; may be destroyed inside its own call.
 class OneShotTimer {
  public:
   OneShotTimer(GlibMainQueue& queue, std::function<void()> call);
+  OneShotTimer(const OneShotTimer&) = delete;
+  OneShotTimer& operator=(const OneShotTimer&) = delete;
   /// `due` is a point of CLOCK_MONOTONIC; an earlier setting is forgotten.
   void setDue(std::chrono::nanoseconds due);
   void setDueIn(std::chrono::nanoseconds delay);
   void cancel();
+  /// Whether a call is to come.
+  bool isSet() const;
 
  private:
   SourceHandle source_;

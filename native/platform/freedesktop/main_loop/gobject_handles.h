@@ -24,8 +24,8 @@ struct VariantUnref {
 };
 using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
 
-/// A signal handler that goes with the object; holds a reference to the sender. To make one and to drop one may call
-/// the host: references of its objects may be watched, and the last one ends the object.
+/// A signal handler that ends with this object, which holds a reference to the sender. Both its beginning and its end
+/// may call the host, which may watch references or see the last one go.
 class SignalConnection {
  public:
   SignalConnection(gpointer sender, const char* signal, GCallback handler, gpointer data)
@@ -35,7 +35,7 @@ class SignalConnection {
       : sender_(std::move(other.sender_)), id_(std::exchange(other.id_, 0)) {}
   SignalConnection& operator=(SignalConnection&&) = delete;
   ~SignalConnection() {
-    // A sender that was disposed of while others hold it has none.
+    // A sender that was disposed of has no handlers left.
     if (sender_ && g_signal_handler_is_connected(sender_.get(), id_) != FALSE) {
       g_signal_handler_disconnect(sender_.get(), id_);
     }

@@ -11,14 +11,13 @@
 namespace quill::freedesktop {
 namespace {
 
-/// A bus takes messages that nest 64 deep, and each menu inside another is three levels.
+/// A bus takes messages that nest 64 levels deep; a menu inside another takes three of them.
 constexpr int kMaxDepth = 16;
-/// Where menus hold each other, or hold more entries than a message could, the rest is left out.
+/// Menus may hold each other, or more entries than a message takes; the rest is left out.
 constexpr std::size_t kMaxEntries = 1'000'000;
 
 constexpr std::array<std::string_view, kEntryProperties> kNames = {
     "type", "label", "enabled", "visible", "shortcut", "toggle-type", "toggle-state", "children-display", "icon-name"};
-constexpr std::int32_t kNoToggleState = -1;
 
 std::optional<std::string> keyNameFor(const std::string& key) {
   if (key == "+") return "plus";
@@ -29,7 +28,7 @@ std::optional<std::string> keyNameFor(const std::string& key) {
   return key;
 }
 
-/// Command is the Control of these desktops, except beside the real one.
+/// Command is shown as Control, and beside Control as Super.
 std::optional<KeyNames> shortcutFor(const std::string& keyEquivalent, ModifierFlags modifiers) {
   auto key = keyNameFor(keyEquivalent);
   if (!key) return std::nullopt;
@@ -54,7 +53,7 @@ void collect(const Menu& menu, int depth, PlacedItems& placed) {
   }
 }
 
-/// What tells an entry from the others: the text that its action goes by, if it is one.
+/// The text that identifies the item to its action; null: it has none.
 const std::string* identifierOf(const MenuItem& item) { return std::any_cast<std::string>(&item.representedObject); }
 
 bool isSameEntry(const MenuEntry& entry, const PlacedItem& placed) {
@@ -71,10 +70,6 @@ bool isSameEntry(const MenuEntry& entry, const PlacedItem& placed) {
 }
 
 bool showsChoosable(const MenuItem& item) { return item.isSeparator || item.isChoosable(); }
-
-bool looksLike(const MenuEntry& entry, const MenuItem& item) {
-  return entry.look == item && entry.isChoosable == showsChoosable(item);
-}
 
 void take(MenuEntry& entry, const MenuItem& item) {
   entry.look = item;
@@ -97,18 +92,14 @@ EntryValue defaultOf(EntryProperty property) {
     case EntryProperty::visible:
       return true;
     case EntryProperty::toggleState:
-      return kNoToggleState;
+      return std::int32_t{-1};  // neither on nor off
     case EntryProperty::shortcut:
       return KeyNames{};
     case EntryProperty::type:
       return std::string("standard");
-    case EntryProperty::label:
-    case EntryProperty::toggleType:
-    case EntryProperty::childrenDisplay:
-    case EntryProperty::iconName:
+    default:
       return std::string();
   }
-  return std::string();
 }
 
 std::optional<EntryValue> MenuEntry::value(EntryProperty property, PanelKind panel) const {
@@ -178,14 +169,14 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Placed
     auto& entry = entries_[i];
     const auto& item = items[i - 1].item;
     if (entry.item != item) entry.item = item;
-    if (looksLike(entry, *item)) continue;
+    if (entry.look == *item && entry.isChoosable == showsChoosable(*item)) continue;
     const auto before = entry;
     take(entry, *item);
     Change change{idOf(i), {}, {}};
     EntryProperties::all().forEach([&](EntryProperty property) {
       const auto value = entry.value(property, PanelKind::other);
       if (value == before.value(property, PanelKind::other)) return;
-      // Some panels leave an entry grey that is merely no longer told to be disabled.
+      // Some panels leave an entry grey until they are told that it is enabled.
       (value || property == EntryProperty::enabled ? change.updated : change.removed).insert(property);
     });
     if (!change.updated.empty() || !change.removed.empty()) changes.push_back(change);
@@ -200,16 +191,12 @@ MenuHistory::Update MenuHistory::show(const Menu* menu) {
   if (show != shows_) return {};
   if (auto changes = current_.takeOver(items)) return {std::move(*changes), false};
   auto firstId = current_.nextId();
-  // Ids start over before they run out; those of the menus on show are 2^31 newer by then.
+  // Ids start over before they run out; the last menus' ids are far from the first ones by then.
   if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(kMaxEntries)) firstId = 1;
   auto before = std::exchange(current_, MenuLayout(items, static_cast<std::int32_t>(firstId)));
   if (std::exchange(isRead_, false)) readBefore_ = std::move(before);
   ++revision_;
   return {{}, true};
-}
-
-bool MenuHistory::knows(std::int32_t id) const {
-  return current_.indexOf(id) || (readBefore_ && readBefore_->indexOf(id));
 }
 
 MenuHistory::Found MenuHistory::find(std::int32_t id) const {

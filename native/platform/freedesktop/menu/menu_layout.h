@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,7 +13,7 @@
 
 namespace quill::freedesktop {
 
-/// What a panel is told of a menu entry.
+/// The protocol's properties of a menu entry.
 enum class EntryProperty : unsigned {
   type,
   label,
@@ -36,15 +35,11 @@ std::optional<EntryProperty> entryPropertyNamed(std::string_view name);
 using KeyNames = std::vector<std::string>;
 using EntryValue = std::variant<bool, std::int32_t, std::string, KeyNames>;
 
-/// What the protocol takes for granted where a property is not sent.
+/// The value of a property that is not sent.
 EntryValue defaultOf(EntryProperty property);
 
 class EntryProperties {
  public:
-  constexpr EntryProperties() = default;
-  constexpr EntryProperties(std::initializer_list<EntryProperty> properties) {
-    for (const auto property : properties) insert(property);
-  }
   static constexpr EntryProperties all() {
     EntryProperties properties;
     properties.bits_ = (1U << kEntryProperties) - 1;
@@ -53,7 +48,6 @@ class EntryProperties {
   constexpr void insert(EntryProperty property) { bits_ |= bit(property); }
   constexpr bool contains(EntryProperty property) const { return (bits_ & bit(property)) != 0; }
   constexpr bool empty() const { return bits_ == 0; }
-  bool operator==(const EntryProperties&) const = default;
 
   template <typename Visit>
   void forEach(Visit visit) const {
@@ -84,17 +78,17 @@ struct MenuEntry {
   bool isChoosable = true;
   bool hasSubmenu = false;
 
-  /// As `panel` is told it; empty where the default holds.
+  /// The value that `panel` is told; empty where the default holds.
   std::optional<EntryValue> value(EntryProperty property, PanelKind panel) const;
 };
 
-/// A menu and all menus below it in one list, each entry before those below it, under ids that are
-/// its own. The entry at 0 is the root.
+/// A menu and all menus below it in one list, each entry before those below it, under ids of its own. The entry at 0 is
+/// the root.
 class MenuLayout {
  public:
   static constexpr std::int32_t kRootId = 0;
 
-  /// `firstId` is the id of the first entry after the root. The items are kept, but not the menu: who replaces it
+  /// `firstId` is the id of the first entry after the root. The layout keeps the items, but not the menu, whose owner
   /// decides when it goes.
   MenuLayout(const PlacedItems& items, std::int32_t firstId);
 
@@ -112,8 +106,8 @@ class MenuLayout {
     EntryProperties updated;
     EntryProperties removed;  ///< back at their defaults
   };
-  /// Takes over `items` under the ids that are there, if they are the same entries in the same places;
-  /// answers with what is told of them anew. Empty: they are others, and nothing was taken.
+  /// Puts `items` in place under the same ids, if they are the same entries in the same places, and returns what
+  /// changed. Empty: the entries differ, and nothing was replaced.
   std::optional<std::vector<Change>> takeOver(const PlacedItems& items);
 
  private:
@@ -128,8 +122,8 @@ class MenuHistory {
     std::vector<MenuLayout::Change> changes;
     bool isNewLayout = false;
   };
-  /// `menu` may be null; the caller keeps it. A host that is asked about its menu may show another one meanwhile, which
-  /// then stays.
+  /// `menu` may be null; the caller keeps it alive. Reading it may call the host, which may show another menu
+  /// meanwhile; that one then stays.
   Update show(const Menu* menu);
 
   const MenuLayout& current() const { return current_; }
@@ -137,8 +131,6 @@ class MenuHistory {
   /// A panel has read from the current layout.
   void noteRead() { isRead_ = true; }
 
-  /// Whether find() knows the id.
-  bool knows(std::int32_t id) const;
   /// The item under an id of the current layout, or of the last earlier one that a panel has read.
   struct Found {
     bool isKnown = false;

@@ -73,12 +73,12 @@ PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemoni
 std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, PanelKind panel) {
   const auto shown = panelTitle(title, mnemonic);
   const auto& text = shown.text;
-  // GNOME's shell has no access keys: it takes out the first underscore that another character follows, and shows all
-  // others. Elsewhere a doubled one stands for itself.
-  bool isTaken = false;
+  // GNOME's shell has no access keys: it removes the first underscore that another character follows, and shows all
+  // others. Other panels show a doubled underscore as one.
+  bool isDoubled = false;
   const auto isMark = [&](std::size_t at) {
     if (panel != PanelKind::gnome) return true;
-    return !isTaken && at + 1 < text.size() && text[at + 1] != '_';
+    return !isDoubled && at + 1 < text.size() && text[at + 1] != '_';
   };
   std::string label;
   label.reserve(text.size() + 1);
@@ -90,7 +90,7 @@ std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemon
     }
     if (text[at] == '_' && isMark(at)) {
       label += '_';
-      isTaken = true;
+      isDoubled = true;
     }
     label += text[at];
   }

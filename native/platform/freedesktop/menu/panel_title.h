@@ -20,8 +20,8 @@ struct PanelTitle {
 /// offset into it. Pure.
 PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemonic);
 
-/// That title as the menu's protocol has it, so that it is shown literally, with its access key underlined where the
-/// panel has such: an underscore marks one there, and there is no U+0000. Pure.
+/// That title in the protocol's form, so that the panel shows it literally and underlines its access key if it has
+/// such: an underscore marks the access key, and U+0000 is replaced. Pure.
 std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, PanelKind panel);
 
 }  // namespace quill::freedesktop

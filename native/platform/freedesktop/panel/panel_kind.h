@@ -2,7 +2,7 @@
 
 namespace quill::freedesktop {
 
-/// The panels that an item is shown to in a way of their own, told apart by who owns the watcher's name.
+/// Panels that get an item in a form of their own, told apart by the other names that the watcher's owner has.
 enum class PanelKind { other, gnome, plasma };
 
 }  // namespace quill::freedesktop

@@ -49,15 +49,14 @@ Inheritance Inheritance::now() {
 void startDetached(const Program& program, const Inheritance& inheritance) {
   const auto arguments = terminated(program.arguments);
   auto environment = terminated(inheritance.environment);
-  // Like fork, but for the signal at its end, which is none: the host's handler of SIGCHLD does not
-  // run, and its waitpid(-1) does not see this process, which ends at once and leaves the program an
-  // orphan. A function that starts programs would show the host a child.
+  // Like fork, but its end raises no signal: the host's SIGCHLD handler does not run, and its waitpid(-1) does not see
+  // this process, which ends at once and leaves the program an orphan. posix_spawn would show the host a child.
   const auto middle = static_cast<pid_t>(syscall(SYS_clone, 0, nullptr, nullptr, nullptr, nullptr));
   if (middle == 0) {
     if (_Fork() == 0) become(program, arguments.data(), environment.data(), inheritance.signalMask);
     _exit(0);
   }
-  while (middle > 0 && waitpid(middle, nullptr, __WCLONE) < 0 && errno == EINTR) continue;
+  while (middle > 0 && waitpid(middle, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) continue;
 }
 
 }  // namespace quill::freedesktop

@@ -6,7 +6,7 @@
 
 namespace quill::freedesktop {
 
-/// What the calling thread would hand down to a child now: a host may change it before the child starts.
+/// What a child of the calling thread would inherit now; the host may change it before the child starts.
 struct Inheritance {
   static Inheritance now();
   std::vector<std::string> environment;
@@ -16,12 +16,12 @@ struct Inheritance {
 struct Program {
   std::vector<std::string> arguments;  // the program's name first, looked for in the inherited PATH
   std::string directory;               // to start in; empty: the process's
-  bool isQuiet = false;                // says nothing on the process's standard output and error
+  bool isQuiet = false;                // its output is discarded
 };
 
-/// Starts a program that is no child of this process: nothing to wait for, no SIGCHLD. It reads
-/// nothing from standard input and gets no other descriptor but standard output and error. A program
-/// that cannot be started is passed over. Any thread; meant for one that blocks all signals.
+/// Starts a program that is no child of this process: nothing to wait for, no SIGCHLD. It reads nothing from standard
+/// input and gets no other descriptor but standard output and error. A failure is silent. Any thread; meant for one
+/// that blocks all signals.
 void startDetached(const Program& program, const Inheritance& inheritance);
 
 }  // namespace quill::freedesktop

@@ -13,10 +13,6 @@
 namespace quill::freedesktop {
 namespace {
 
-struct StringsFree {
-  void operator()(char** strings) const { g_strfreev(strings); }
-};
-
 std::string orEmpty(const char* text) { return text != nullptr ? text : ""; }
 
 /// GFile knows the type as well, but loads GVfs for it, which keeps threads and a bus connection.
@@ -47,7 +43,7 @@ std::vector<std::string> commandLine(GDesktopAppInfo* info, const Url& url, cons
   const char* line = g_app_info_get_commandline(G_APP_INFO(info));
   char** parsed = nullptr;
   if (line == nullptr || g_shell_parse_argv(line, nullptr, &parsed, nullptr) == FALSE) return {};
-  const std::unique_ptr<char*, StringsFree> words(parsed);
+  const std::unique_ptr<char*, decltype(&g_strfreev)> words(parsed, g_strfreev);
   std::vector<std::string> arguments;
   bool takesUrl = false;
   for (char** next = words.get(); *next != nullptr; ++next) {
@@ -78,7 +74,7 @@ std::vector<std::string> commandLine(GDesktopAppInfo* info, const Url& url, cons
   return arguments;
 }
 
-/// Where its desktop file says so, an application takes URLs under the bus name that is the file's.
+/// The bus name under which an application takes URLs, if its desktop file says that it does: the file's own name.
 std::string busName(GDesktopAppInfo* info) {
   if (g_desktop_app_info_get_boolean(info, "DBusActivatable") == FALSE) return {};
   auto name = std::filesystem::path(orEmpty(g_desktop_app_info_get_filename(info))).stem().string();
@@ -97,7 +93,7 @@ std::optional<UrlHandler> findUrlHandler(const Url& url) {
   if (!found || G_IS_DESKTOP_APP_INFO(found.get()) == FALSE) return std::nullopt;
   auto* const info = G_DESKTOP_APP_INFO(found.get());
   UrlHandler handler;
-  // A sandboxed application does not see the user's files; its command line makes the one visible.
+  // A sandboxed application does not see the user's files; its command line makes this one visible to it.
   const bool seesFile = path.empty() || g_desktop_app_info_has_key(info, "X-Flatpak") == FALSE;
   if (seesFile) handler.busName = busName(info);
   if (g_desktop_app_info_get_boolean(info, "Terminal") == FALSE) {

@@ -7,21 +7,21 @@
 #include <chrono>
 #include <utility>
 
-#include "bus.h"
 #include "bus_handshake.h"
 #include "detached_program.h"
 #include "file_descriptor.h"
 #include "glib_handles.h"
 #include "host_application.h"
 #include "sd_bus_handles.h"
+#include "session_bus_address.h"
 #include "url_handler.h"
 
 namespace quill::freedesktop {
 namespace {
 
-constexpr std::chrono::seconds kTimeout{25};  // as sd-bus has it for a call
+constexpr std::chrono::seconds kTimeout{25};  // the same as sd-bus's own for a call
 
-/// What an opening needs of the thread that asked.
+/// What is taken from the thread that asks for a URL.
 struct Asker {
   Inheritance inheritance;
   std::optional<std::string> busAddress;
@@ -51,13 +51,13 @@ MessageHandle methodCall(sd_bus* bus, const std::string& name, const std::string
   return MessageHandle(call);
 }
 
-/// True once the application is sure to get the URL, which it may take a while to answer.
+/// True once the URL is sure to reach the application. Its answer may take a while and is not waited for.
 bool openOverBus(sd_bus* bus, const std::string& name, const Url& url) {
   const auto askBus = [bus](const char* method, const char* types, auto... arguments) {
     return sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
                               nullptr, nullptr, types, arguments...) >= 0;
   };
-  // A bus drops what waits for a program's start when the sender goes: so it has to run before.
+  // The bus drops a message that waits for a program's start when the sender goes, so the program must run first.
   if (!askBus("GetNameOwner", "s", name.c_str()) && !askBus("StartServiceByName", "su", name.c_str(), 0)) return false;
   auto path = "/" + name;
   std::replace(path.begin(), path.end(), '.', '/');
@@ -65,10 +65,10 @@ bool openOverBus(sd_bus* bus, const std::string& name, const Url& url) {
   const auto call = methodCall(bus, name, path, "org.freedesktop.Application", "Open");
   return call && sd_bus_message_append(call.get(), "asa{sv}", 1, url.text.c_str(), 0) >= 0 &&
          sd_bus_message_set_expect_reply(call.get(), 0) >= 0 && sd_bus_send(bus, call.get(), nullptr) >= 0 &&
-         askBus("GetId", "");  // messages are taken in their order: once this one has its answer, the URL is passed on
+         askBus("GetId", "");  // answered in order, so the URL was passed on
 }
 
-/// Asks those outside of a sandbox, where the user's handlers are.
+/// Asks the portal, outside of the sandbox, where the user's handlers are.
 bool openByPortal(sd_bus* bus, const Url& url) {
   const auto path = localPath(url);
   const auto call = methodCall(bus, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
@@ -84,7 +84,7 @@ bool openByPortal(sd_bus* bus, const Url& url) {
 }
 
 void openUrl(const Url& url, const Asker& asker) {
-  if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference, to nothing
+  if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference
   if (asker.isSandboxed) {
     const auto bus = connectToBus(asker);
     if (bus && openByPortal(bus.get(), url)) return;
@@ -94,7 +94,7 @@ void openUrl(const Url& url, const Asker& asker) {
     const auto bus = connectToBus(asker);
     if (bus && openOverBus(bus.get(), handler->busName, url)) return;
   }
-  // What takes more (a place that GVfs knows, a program in a terminal) is GIO's own program's.
+  // The rest (a place that GVfs knows, a program in a terminal) is left to GIO's own program.
   const Program program = handler && !handler->program.arguments.empty() ? std::move(handler->program)
                                                                          : Program{{"gio", "open", url.text}, "", true};
   startDetached(program, asker.inheritance);

@@ -5,12 +5,9 @@
 
 namespace quill::freedesktop {
 
-/// Opens URLs in the user's default handlers, one after the other, on a thread of its own: looking
-/// for the handler reads files and asks the bus. A process that exits right after asking waits for
-/// it as it does for its log. Any thread.
-///
-/// GIO finds the handler and does no more: where it starts one, the process keeps GIO's connection to
-/// the session bus, whose end ends the process, and threads for it.
+/// Opens URLs in the user's default handlers, one after the other, on a thread of its own: finding a handler reads
+/// files and asks the bus. A process that exits waits for it as for its log. GIO finds the handler but does not start
+/// it: GIO would keep a connection to the session bus, whose end ends the process. Any thread.
 class UrlOpener {
  public:
   void open(Url url);

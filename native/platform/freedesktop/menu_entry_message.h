@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "bus_message.h"
+#include "menu_layout.h"
+
+namespace quill::freedesktop {
+
+/// Appends a property's value as a variant.
+void appendVariant(MessageWriter& to, const EntryValue& value);
+
+/// Appends those of `properties` that differ from their defaults, and those in `always` in any case.
+void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
+                      EntryProperties always = {});
+
+/// Appends an entry's id, its properties and the entries below it, `depth` levels deep.
+void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
+                 EntryProperties properties, std::int32_t depth);
+
+}  // namespace quill::freedesktop

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <sys/wait.h>
+
+#include <csignal>
+
+#include "testing.h"
+
+namespace quill {
+
+/// As scripts/soak wants it.
+inline const bool isLong = std::getenv("QUILL_SOAK") != nullptr;
+
+/// Hosts that are forked children with a home of their own.
+class ForkedHost : public Test {
+ protected:
+  ForkedHost() { setenv("HOME", home.c_str(), 1); }
+
+  void run(const std::function<void()>& body, int expected = 0) {
+    fflush(nullptr);
+    const pid_t child = fork();
+    if (child == 0) {
+      alarm(isLong ? 300 : 50);
+      if (freopen(console.c_str(), "w", stdout) == nullptr) abort();  // also: no orientation any more
+      body();
+      exit(HasFailure() ? 1 : 0);
+    }
+    EXPECT_EQ(statusOf(child), expected) << PrintToString(lines(console));
+  }
+  /// Of a child, once it has ended.
+  static int statusOf(pid_t child) {
+    int status = -1;
+    waitpid(child, &status, 0);
+    return status;
+  }
+  // Every line must have its end.
+  static Lines lines(const fs::path& of) {
+    Lines all;
+    std::ifstream text(of);
+    for (std::string line; std::getline(text, line); all.push_back(line)) EXPECT_FALSE(text.eof()) << "torn: " << line;
+    return all;
+  }
+
+  const TemporaryDirectory temporary;
+  const fs::path& home = temporary.path;
+  const fs::path console = home / "console";
+  const fs::path directory = home / "Library/Application Support/com.orvi.tamble/.logs";
+  const fs::path file = directory / "native.log";
+};
+
+}  // namespace quill
