@@ -14,6 +14,7 @@ PRELUDE = """#pragma once
 #define nullable
 #define null_unspecified
 typedef double CGFloat;
+typedef unsigned short unichar;
 struct CGPoint { CGFloat x, y; };
 struct CGSize { CGFloat width, height; };
 struct CGRect { CGPoint origin; CGSize size; };
@@ -23,6 +24,7 @@ typedef CGRect NSRect;
 struct NSRange { NSUInteger location, length; };
 typedef struct CGColor *CGColorRef;
 typedef struct _NSZone NSZone;
+inline NSRange NSMakeRange(NSUInteger location, NSUInteger length) { return {location, length}; }
 inline NSPoint NSMakePoint(CGFloat x, CGFloat y) { return {x, y}; }
 inline NSSize NSMakeSize(CGFloat w, CGFloat h) { return {w, h}; }
 inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h) { return {{x, y}, {w, h}}; }
@@ -35,7 +37,7 @@ GENERIC = {"NSArray": "<ObjectType>", "NSDictionary": "<KeyType, ObjectType>"}
 RUNTIME = """objc_msgSend objc_msgSend_stret objc_msgSendSuper2 objc_autoreleasePoolPush objc_autoreleasePoolPop objc_begin_catch
 objc_end_catch objc_exception_rethrow objc_setProperty objc_alloc objc_alloc_init objc_opt_class objc_opt_self
 objc_opt_isKindOfClass objc_opt_respondsToSelector objc_opt_new __objc_personality_v0 _objc_empty_cache
-objc_retain objc_release objc_autorelease objc_terminate""".split()
+objc_ehtype_vtable objc_retain objc_release objc_autorelease objc_terminate""".split()
 TARGETS = "[ x86_64-macos, arm64-macos ]"
 
 

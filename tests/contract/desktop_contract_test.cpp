@@ -6,6 +6,7 @@
 namespace quill {
 namespace {
 
+using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
 constexpr milliseconds kDeadline{10'000};

@@ -1,5 +1,7 @@
 #include "text.h"
 
+#include <algorithm>
+#include <array>
 #include <nlohmann/json.hpp>
 
 #include "foundation.h"
@@ -22,6 +24,16 @@ SEL toSEL(Selector selector) { return selector.empty() ? nullptr : NSSelectorFro
 
 }  // namespace appkit
 
+namespace {
+
+/// The tab, and Unicode's space separators.
+bool isBlank(unichar c) {
+  constexpr std::array<unichar, 7> kBlanks{'\t', ' ', 0xA0, 0x1680, 0x202F, 0x205F, 0x3000};
+  return (c >= 0x2000 && c <= 0x200A) || std::find(kBlanks.begin(), kBlanks.end(), c) != kBlanks.end();
+}
+
+}  // namespace
+
 // Foundation refuses ill-formed text whole; a JSON string is mended where it is ill-formed.
 std::string utf8Text(const char* text) {
   using nlohmann::json;
@@ -43,8 +55,12 @@ std::string upperCase(std::string_view text) {
 std::string trim(std::string_view text) {
   std::string trimmed;
   appkit::guarded([&] {
-    NSCharacterSet* const blanks = [NSCharacterSet whitespaceCharacterSet];
-    trimmed = appkit::toString([appkit::toNSString(text) stringByTrimmingCharactersInSet:blanks]);
+    NSString* const string = appkit::toNSString(text);
+    NSUInteger begin = 0;
+    NSUInteger end = [string length];
+    while (begin < end && isBlank([string characterAtIndex:begin])) ++begin;
+    while (begin < end && isBlank([string characterAtIndex:end - 1])) --end;
+    trimmed = appkit::toString([string substringWithRange:NSMakeRange(begin, end - begin)]);
   });
   return trimmed;
 }
