@@ -1,4 +1,4 @@
-# For macOS without a Mac: Zig's compiler with Darwin's C library, LLVM's linker, and the stubs of tests/appkit/make_sdk.py.
+# For macOS without a Mac: Zig's compiler with Darwin's C library, LLVM's linker, and the stubs of make_sdk.py.
 # Expects QUILL_MAC_SDK, the folder with the stubs, and CMAKE_OSX_ARCHITECTURES, one of them. Read by scripts/mac.
 set(CMAKE_SYSTEM_NAME Darwin)
 set(CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QUILL_MAC_SDK)

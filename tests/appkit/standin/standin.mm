@@ -41,46 +41,27 @@ CGFloat nextPlace = 0;
   mask = on;
   return [super sendActionOn:on];
 }
-- (void)setTarget:(id)target {
-  note("setTarget:", NSStringFromClass([target class]));
-  [super setTarget:target];
-}
-- (void)setAction:(SEL)action {
-  note("setAction:", NSStringFromSelector(action));
-  [super setAction:action];
-}
-- (void)setHidden:(BOOL)flag {
-  note("setHidden:", flag);
-  [super setHidden:flag];
-}
-- (void)setFrame:(NSRect)frame {
-  note("setFrame:", NSStringFromRect(frame));
-  [super setFrame:frame];
-}
+#define RECORDS(setter, type, text) \
+  -(void)setter : (type)value {      \
+    note(#setter ":", text);         \
+    [super setter:value];            \
+  }
+RECORDS(setTarget, id, NSStringFromClass([value class]))
+RECORDS(setAction, SEL, NSStringFromSelector(value))
+RECORDS(setHidden, BOOL, value)
+RECORDS(setFrame, NSRect, NSStringFromRect(value))
+RECORDS(setImagePosition, NSCellImagePosition, value)
+RECORDS(setBordered, BOOL, value)
+RECORDS(setTransparent, BOOL, value)
+RECORDS(setAlphaValue, CGFloat, value)
 - (void)setContentHuggingPriority:(NSLayoutPriority)priority
                    forOrientation:(NSLayoutConstraintOrientation)orientation {
   note(orientation == NSLayoutConstraintOrientationHorizontal ? "hug horizontally" : "hug vertically", priority);
-}
-- (void)setImagePosition:(NSCellImagePosition)position {
-  note("setImagePosition:", position);
-  [super setImagePosition:position];
-}
-- (void)setBordered:(BOOL)flag {
-  note("setBordered:", flag);
-  [super setBordered:flag];
-}
-- (void)setTransparent:(BOOL)flag {
-  note("setTransparent:", flag);
-  [super setTransparent:flag];
 }
 - (void)setImage:(NSImage*)image {
   note("setImage:", NSStringFromSize([image size]));
   note("  isTemplate", [image isTemplate]);
   [super setImage:image];
-}
-- (void)setAlphaValue:(CGFloat)alpha {
-  note("setAlphaValue:", alpha);
-  [super setAlphaValue:alpha];
 }
 - (void)rightMouseDown:(NSEvent*)event {
 }
