@@ -11,7 +11,8 @@
  *
  *   and the same with a timestamp at the end of
  *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Log lines and the default menu are
- *   in Chinese. ~ is what HOME names on Linux, and what the system says on a Mac. The host's umask decides who may read the log: with the usual 022, everybody.
+ *   in Chinese. ~ is what HOME names on Linux, and what the system says on a Mac. The host's umask decides who may read
+ * the log: with the usual 022, everybody.
  * - The functions may be called in any order. None removes the icon: it stays until the process ends.
  * - The main thread is on Linux the one that runs GLib's default main context or, while none does, the
  *   process's first thread; on a Mac always that one, where NSApplication runs. No function waits for the
@@ -129,9 +130,9 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
  * An NSMenu gets the menu font, a width of at least 250 points, the application's appearance, and titles in
  * one font. Its items keep their targets and actions.
  *
- * Changes of a GMenuModel and of its actions, whose groups the library holds as well, show at once. Panels get sections, with separators between them,
- * submenus, labels with mnemonics, "accel", icons that have a name, and the actions' check and radio states
- * and sensitivity.
+ * Changes of a GMenuModel and of its actions, whose groups the library holds as well, show at once. Panels get
+ * sections, with separators between them, submenus, labels with mnemonics, "accel", icons that have a name, and the
+ * actions' check and radio states and sensitivity.
  *
  * Choosing an item activates its action with its target, not the menu item callback. Actions with
  * the prefix "app." are those of the default GApplication, which must exist before this call, and work once

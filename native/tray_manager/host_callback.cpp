@@ -9,8 +9,8 @@
 #include <typeinfo>
 
 #include "log.h"
-#include "tray_manager.h"
 #include "text.h"
+#include "tray_manager.h"
 
 namespace quill {
 

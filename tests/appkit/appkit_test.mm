@@ -71,8 +71,9 @@ void settle() {
 
 /// Presses and releases a mouse button of the real pointer.
 void press(int x, int y, int button) {
-  const auto script = "xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) + "; sleep 0.2; xdotool mousedown " +
-                      std::to_string(button) + "; sleep 0.3; xdotool mouseup " + std::to_string(button);
+  const auto script = "xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) +
+                      "; sleep 0.2; xdotool mousedown " + std::to_string(button) + "; sleep 0.3; xdotool mouseup " +
+                      std::to_string(button);
   const char* const arguments[] = {"sh", "-c", script.c_str(), nullptr};
   pid_t child = 0;
   ASSERT_EQ(posix_spawnp(&child, "sh", nullptr, nullptr, const_cast<char**>(arguments), environ), 0);
@@ -149,14 +150,15 @@ TEST_F(AppKitTest, TellsThePlatformEachSettingInOrder) {
   run([] {
     quill_tray_manager_create();
     settle();
-    EXPECT_EQ(takeRecord(),
-              (Lines{"statusItemWithLength: -2", "setBackgroundColor: clear 1", "setVisible: 1", "sendActionOn: 20", "setTarget: QuillTrayManager",
-                     "setAction: handleClick", "setHidden: 0", "setFrame: {x = 0; y = 0; width = 22; height = 22}",
-                     "hug horizontally 1000", "hug vertically 1000"}));
+    EXPECT_EQ(takeRecord(), (Lines{"statusItemWithLength: -2", "setBackgroundColor: clear 1", "setVisible: 1",
+                                   "sendActionOn: 20", "setTarget: QuillTrayManager", "setAction: handleClick",
+                                   "setHidden: 0", "setFrame: {x = 0; y = 0; width = 22; height = 22}",
+                                   "hug horizontally 1000", "hug vertically 1000"}));
     quill_tray_manager_set_main_icon(icon_png, sizeof icon_png);
     settle();
-    EXPECT_EQ(takeRecord(), (Lines{"setBackgroundColor: clear 1", "setImagePosition: 1", "setBordered: 0", "setTransparent: 0",
-                                   "setImage: {width = 22; height = 22}", "  isTemplate 1", "setAlphaValue: 1"}));
+    EXPECT_EQ(takeRecord(),
+              (Lines{"setBackgroundColor: clear 1", "setImagePosition: 1", "setBordered: 0", "setTransparent: 0",
+                     "setImage: {width = 22; height = 22}", "  isTemplate 1", "setAlphaValue: 1"}));
     quill_tray_manager_set_menu_items_json("[]");
     settle();
     EXPECT_THAT(takeRecord(), IsEmpty()) << "nothing that can be seen has changed";
@@ -184,7 +186,8 @@ TEST_F(AppKitTest, TellsThePlatformEachSettingInOrder) {
 
 TEST_F(AppKitTest, ReachesTheHostByRealClicks) {
   run([] {
-    quill_tray_manager_set_menu_items_json(R"([{"id":"a","title":"A"},{"id":"b","title":"B"},{"id":"c","title":"C","enabled":false}])");
+    quill_tray_manager_set_menu_items_json(
+        R"([{"id":"a","title":"A"},{"id":"b","title":"B"},{"id":"c","title":"C","enabled":false}])");
     quill_tray_manager_set_click_callback([] { told.emplace_back("click"); });
     quill_tray_manager_set_menu_item_callback([](const char* identifier) { told.emplace_back(identifier); });
     quill_tray_manager_create();
@@ -205,8 +208,10 @@ TEST_F(AppKitTest, ReachesTheHostByRealClicks) {
     const auto opened = std::find(record.begin(), record.end(), "popUp at {x = 0; y = 22}");
     const auto closed = std::find(record.begin(), record.end(), "closed");
     ASSERT_TRUE(opened != record.end() && closed != record.end());
-    EXPECT_THAT(Lines(record.begin(), opened), ::testing::IsSupersetOf({"setFont: 12", "setMinimumWidth: 0", "setAppearance: dark"}));
-    EXPECT_GT(std::count(opened, closed, "setImage: {width = 22; height = 22}"), 5) << "it plays while the menu is open";
+    EXPECT_THAT(Lines(record.begin(), opened),
+                ::testing::IsSupersetOf({"setFont: 12", "setMinimumWidth: 0", "setAppearance: dark"}));
+    EXPECT_GT(std::count(opened, closed, "setImage: {width = 22; height = 22}"), 5)
+        << "it plays while the menu is open";
 
     chooseFromTheMenu(2);
     EXPECT_THAT(told, SizeIs(2)) << "what is disabled cannot be chosen";
@@ -251,9 +256,9 @@ TEST_F(AppKitTest, AnswersByNameToEveryOperation) {
     QuillTrayManager* const manager = [QuillTrayManager shared];
     EXPECT_EQ([QuillTrayManager shared], manager);
     for (NSString* name in @[
-           @"createTray", @"setMainIcon:", @"setMenu:", @"handleMenuItemAction:", @"createStandardMenu", @"createBasicMenu",
-           @"quitApplication", @"addAnimationFrame:", @"startAnimation", @"stopAnimation", @"resetAnimation",
-           @"handleClick", @"setClickCallback:", @"updateAnimation"
+           @"createTray", @"setMainIcon:", @"setMenu:", @"handleMenuItemAction:", @"createStandardMenu",
+           @"createBasicMenu", @"quitApplication", @"addAnimationFrame:", @"startAnimation", @"stopAnimation",
+           @"resetAnimation", @"handleClick", @"setClickCallback:", @"updateAnimation"
          ]) {
       EXPECT_TRUE([manager respondsToSelector:NSSelectorFromString(name)]) << [name UTF8String];
     }

@@ -10,7 +10,9 @@ struct OnAppKit {
   appkit::Desktop desktop;
   std::weak_ptr<StatusItem> item;
 
-  OnAppKit() { desktop.mainQueue().repeat(std::chrono::hours(1), [] {}); }  // the first one takes a while to make
+  OnAppKit() {
+    desktop.mainQueue().repeat(std::chrono::hours(1), [] {});
+  }  // the first one takes a while to make
 
   std::chrono::nanoseconds now() { return std::chrono::steady_clock::now().time_since_epoch(); }
   void stall(std::chrono::nanoseconds duration) { std::this_thread::sleep_for(duration); }

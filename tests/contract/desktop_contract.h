@@ -1,5 +1,5 @@
-// What holds for every desktop. Included behind the drivers, which `Drivers` names: each is a desktop with the time that
-// passes on it and a user who sees its bar.
+// What holds for every desktop. Included behind the drivers, which `Drivers` names: each is a desktop with the time
+// that passes on it and a user who sees its bar.
 
 #include <algorithm>
 

@@ -8,9 +8,9 @@
 
 namespace quill {
 
-/// What a host does in a typical run, its mistakes included: all eleven functions. `menu` is one that the platform knows,
-/// with two items; `otherObject` is none. `runUntil` runs the main loop until a condition holds, `console` has what the
-/// host printed.
+/// What a host does in a typical run, its mistakes included: all eleven functions. `menu` is one that the platform
+/// knows, with two items; `otherObject` is none. `runUntil` runs the main loop until a condition holds, `console` has
+/// what the host printed.
 inline void typicalRun(const void* menu, const void* otherObject,
                        const std::function<void(const std::function<bool()>&)>& runUntil, const fs::path& console) {
   const auto addFrame = [] { quill_tray_manager_add_animation_frame(icon_png, sizeof icon_png); };

@@ -10,17 +10,13 @@ using Work = std::function<void()>;
 class RunLoopTimer : public Timer {
  public:
   explicit RunLoopTimer(NSTimer* timer) : timer_(timer) {}
-  RunLoopTimer(const RunLoopTimer&) = delete;
-  RunLoopTimer& operator=(const RunLoopTimer&) = delete;
-  ~RunLoopTimer() override { end(); }
+  ~RunLoopTimer() override { RunLoopTimer::invalidate(); }
 
-  void invalidate() override { end(); }
-
- private:
-  void end() {
+  void invalidate() override {
     guarded([this] { [timer_.get() invalidate]; });
   }
 
+ private:
   Handle<NSTimer> timer_;
 };
 

@@ -5,8 +5,7 @@
 namespace quill {
 namespace {
 
-// Without the guard, whose error line would come back here.
-
+/// Asks the system for the user's directory. Not guarded: the error line would need that directory.
 class MacEnvironment : public posix::Environment {
  public:
   using posix::Environment::Environment;

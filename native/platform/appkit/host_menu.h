@@ -11,6 +11,7 @@ namespace quill::appkit {
 /// platform alone. Main thread.
 class HostMenu : public Menu {
  public:
+  explicit HostMenu(NSMenu* menu) : menu_(menu) {}
   /// Null for nil and for an object that is no NSMenu.
   static std::shared_ptr<HostMenu> adopt(id menu);
 
@@ -19,9 +20,6 @@ class HostMenu : public Menu {
   Items items() const override;
   void lookChanged() override;
   std::string description() const override;
-
- protected:
-  explicit HostMenu(NSMenu* menu) : menu_(menu) {}
 
  private:
   const Handle<NSMenu> menu_;

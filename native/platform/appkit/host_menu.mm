@@ -6,12 +6,9 @@
 namespace quill::appkit {
 
 std::shared_ptr<HostMenu> HostMenu::adopt(id menu) {
-  struct Adopted : HostMenu {
-    explicit Adopted(NSMenu* its) : HostMenu(its) {}
-  };
   std::shared_ptr<HostMenu> adopted;
   guarded([&] {
-    if ([menu isKindOfClass:[NSMenu class]]) adopted = std::make_shared<Adopted>(static_cast<NSMenu*>(menu));
+    if ([menu isKindOfClass:[NSMenu class]]) adopted = std::make_shared<HostMenu>(static_cast<NSMenu*>(menu));
   });
   return adopted;
 }

@@ -1,7 +1,5 @@
 #include "text.h"
 
-#include <algorithm>
-#include <array>
 #include <nlohmann/json.hpp>
 
 #include "foundation.h"
@@ -24,15 +22,12 @@ SEL toSEL(Selector selector) { return selector.empty() ? nullptr : NSSelectorFro
 
 }  // namespace appkit
 
-namespace {
-
 /// The tab, and Unicode's space separators.
-bool isBlank(unichar c) {
-  constexpr std::array<unichar, 7> kBlanks{'\t', ' ', 0xA0, 0x1680, 0x202F, 0x205F, 0x3000};
-  return (c >= 0x2000 && c <= 0x200A) || std::find(kBlanks.begin(), kBlanks.end(), c) != kBlanks.end();
+static bool isBlank(char16_t character) {
+  constexpr std::u16string_view kBlanks =
+      u"\t \u00A0\u1680\u2000\u2001\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009\u200A\u202F\u205F\u3000";
+  return kBlanks.find(character) != std::u16string_view::npos;
 }
-
-}  // namespace
 
 // Foundation refuses ill-formed text whole; a JSON string is mended where it is ill-formed.
 std::string utf8Text(const char* text) {

@@ -1,4 +1,5 @@
-// What GNUstep lacks of a Mac's AppKit and this library uses, as AppKit declares it. The bodies record what they are told.
+// What GNUstep lacks of a Mac's AppKit and this library uses, as AppKit declares it. The bodies record what they are
+// told.
 #pragma once
 
 #import <AppKit/AppKit.h>
@@ -20,8 +21,7 @@ typedef NSUInteger NSEventModifierFlags;
 @interface NSView (StandIn)
 - (void)setWantsLayer:(BOOL)flag;
 - (CALayer*)layer;
-- (void)setContentHuggingPriority:(NSLayoutPriority)priority
-                   forOrientation:(NSLayoutConstraintOrientation)orientation;
+- (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation;
 @end
 @interface NSApplication (StandIn)
 - (NSAppearance*)effectiveAppearance;

@@ -17,15 +17,15 @@ bool refuses = false, throws = false;
 
 namespace {
 
-void note(const char* what, NSString* value) { standin::record.push_back(std::string(what) + " " + [value UTF8String]); }
+void note(const char* what, NSString* value) {
+  standin::record.push_back(std::string(what) + " " + [value UTF8String]);
+}
 template <std::convertible_to<double> Number>
 void note(const char* what, Number value) {
   note(what, [NSString stringWithFormat:@"%g", static_cast<double>(value)]);
 }
 
-NSArray* commonModes() {
-  return @[ NSDefaultRunLoopMode, @"NSEventTrackingRunLoopMode", @"NSModalPanelRunLoopMode" ];
-}
+NSArray* commonModes() { return @[ NSDefaultRunLoopMode, @"NSEventTrackingRunLoopMode", @"NSModalPanelRunLoopMode" ]; }
 
 CGFloat nextPlace = 0;
 
@@ -42,9 +42,9 @@ CGFloat nextPlace = 0;
   return [super sendActionOn:on];
 }
 #define RECORDS(setter, type, text) \
-  -(void)setter : (type)value {      \
-    note(#setter ":", text);         \
-    [super setter:value];            \
+  -(void)setter : (type)value {     \
+    note(#setter ":", text);        \
+    [super setter:value];           \
   }
 RECORDS(setTarget, id, NSStringFromClass([value class]))
 RECORDS(setAction, SEL, NSStringFromSelector(value))
@@ -54,8 +54,7 @@ RECORDS(setImagePosition, NSCellImagePosition, value)
 RECORDS(setBordered, BOOL, value)
 RECORDS(setTransparent, BOOL, value)
 RECORDS(setAlphaValue, CGFloat, value)
-- (void)setContentHuggingPriority:(NSLayoutPriority)priority
-                   forOrientation:(NSLayoutConstraintOrientation)orientation {
+- (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation {
   note(orientation == NSLayoutConstraintOrientationHorizontal ? "hug horizontally" : "hug vertically", priority);
 }
 - (void)setImage:(NSImage*)image {
@@ -166,8 +165,7 @@ RECORDS(setAlphaValue, CGFloat, value)
   static CALayer* const layer = [CALayer new];
   return std::count(standin::layered.begin(), standin::layered.end(), self) > 0 ? layer : nil;
 }
-- (void)setContentHuggingPriority:(NSLayoutPriority)priority
-                   forOrientation:(NSLayoutConstraintOrientation)orientation {
+- (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation {
 }
 @end
 @implementation NSApplication (StandIn)
