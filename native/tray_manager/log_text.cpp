@@ -1,6 +1,7 @@
 #include "log_text.h"
 
 #include <cmath>
+#include <cstdint>
 #include <iomanip>
 #include <locale>
 #include <sstream>
@@ -11,6 +12,10 @@ namespace {
 
 /// With as many decimal places as tell it from other numbers, at least one. std::to_chars would do, but needs macOS 13.
 std::string numberText(double value) {
+  constexpr double kEveryWholeNumber = 1e15;  // below which a double has them all
+  if (std::abs(value) < kEveryWholeNumber && std::trunc(value) == value) {
+    return std::to_string(static_cast<std::int64_t>(value)) + ".0";
+  }
   std::stringstream text;
   text.imbue(std::locale::classic());
   double readBack = 0.0;
