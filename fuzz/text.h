@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "utf8_text.h"
+#include "text.h"
 
 namespace quill::fuzz {
 

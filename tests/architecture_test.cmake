@@ -1,9 +1,8 @@
 cmake_minimum_required(VERSION 3.25)
 # Holds system includes against docs/architecture.md; the folders' own are held by what each target sees.
 # cmake -DNATIVE=<native folder> -P architecture_test.cmake
-set(unicode unicase.h unictype.h unigbrk.h unistr.h)
 set(allowed_exports stdint.h nlohmann/json.hpp)
-set(allowed_tray_manager ${unicode} cxxabi.h)
+set(allowed_tray_manager cxxabi.h)
 set(allowed_log "")
 set(allowed_platform "")
 set(allowed_platform/memory "")

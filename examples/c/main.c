@@ -4,12 +4,12 @@
  *   example_c            the menu below
  *   example_c --basic    no items of our own: the library offers its basic menu
  */
-#include <glib-unix.h>
 #include <quill_tray_manager.h>
 #include <stdio.h>
 #include <string.h>
 
 #include "icon_png.h"
+#include "main_loop.h"
 
 static const char menu_items[] =
     "["
@@ -19,27 +19,15 @@ static const char menu_items[] =
     "{\"id\": \"quit\", \"title\": \"退出\", \"keyEquivalent\": \"Cmd+Q\"}"
     "]";
 
-static GMainLoop* loop;
-
 static void on_click(void) { puts("clicked"); }
 
 static void on_menu_item(const char* identifier) {
   printf("chosen: %s\n", identifier);
-  if (strcmp(identifier, "quit") == 0) g_main_loop_quit(loop);
-}
-
-/* The basic menu's last entry asks the process to end; a host may save its work first, or stay. */
-static gboolean on_terminate(gpointer unused) {
-  (void)unused;
-  puts("asked to end");
-  g_main_loop_quit(loop);
-  return G_SOURCE_CONTINUE;
+  if (strcmp(identifier, "quit") == 0) end_main_loop();
 }
 
 int main(int argc, char** argv) {
   setvbuf(stdout, NULL, _IOLBF, 0); /* each line at once, into a pipe as well */
-  loop = g_main_loop_new(NULL, FALSE);
-  g_unix_signal_add(SIGTERM, on_terminate, NULL);
 
   if (argc < 2 || strcmp(argv[1], "--basic") != 0) quill_tray_manager_set_menu_items_json(menu_items);
   quill_tray_manager_set_click_callback(on_click);
@@ -47,7 +35,6 @@ int main(int argc, char** argv) {
   quill_tray_manager_create();
   quill_tray_manager_set_main_icon(icon_png, sizeof icon_png);
 
-  g_main_loop_run(loop);
-  g_main_loop_unref(loop);
+  run_main_loop();
   return 0;
 }

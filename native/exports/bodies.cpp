@@ -6,8 +6,8 @@
 #include "decode_image.h"
 #include "log.h"
 #include "menu_items_json.h"
+#include "text.h"
 #include "tray_manager.h"
-#include "utf8_text.h"
 
 namespace quill {
 

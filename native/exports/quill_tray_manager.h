@@ -11,15 +11,17 @@
  *
  *   and the same with a timestamp at the end of
  *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Log lines and the default menu are
- *   in Chinese. The host's umask decides who may read the log: with the usual 022, everybody.
+ *   in Chinese. ~ is what HOME names on Linux, and what the system says on a Mac. The host's umask decides who may read
+ * the log: with the usual 022, everybody.
  * - The functions may be called in any order. None removes the icon: it stays until the process ends.
- * - The main thread is the one that runs GLib's default main context or, while none does, the process's
- *   first thread. No function waits for the desktop or for the disk.
- * - The host has to run that main context, as hosts with GTK, Qt, Electron or Flutter do. Any other loop
- *   calls `g_main_context_iteration(NULL, FALSE);` each time around. Without it the log says that the item
- *   was created, but no icon comes (docs/panels.md, "No icon comes").
+ * - The main thread is on Linux the one that runs GLib's default main context or, while none does, the
+ *   process's first thread; on a Mac always that one, where NSApplication runs. No function waits for the
+ *   disk, and on Linux none waits for the desktop.
+ * - The host has to run that thread's loop, as hosts with AppKit, GTK, Qt, Electron or Flutter do. On Linux
+ *   any other loop calls `g_main_context_iteration(NULL, FALSE);` each time around. Without it the log says
+ *   that the item was created, but no icon comes (docs/panels.md, "No icon comes").
  * - Arguments are read during the call and stay yours.
- * - Callbacks run on the main thread, from its main context, and may call every function declared here; so
+ * - Callbacks run on the main thread, from its loop, and may call every function declared here; so
  *   may a GMenuModel and its action groups whenever the library calls or finalizes them. A C++ exception
  *   that a callback throws is caught, and the log gets an error line.
  * - If a call runs out of memory, the log gets an error line and the state stays as it was. If GLib or
@@ -121,13 +123,16 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
  * Makes a menu that the host built the one that a right click opens, in place of any earlier one. Main
  * thread.
  *
- * @param menuPtr a GMenuModel. Null, and a GObject that is no GMenuModel, change nothing and log nothing; any
- * other pointer is undefined behaviour. The library holds its own references to the model and to the action
- * groups of its items until the menu is replaced.
+ * @param menuPtr on Linux a GMenuModel, on a Mac an NSMenu. Null, and an object that is no such menu, change
+ * nothing and log nothing; a pointer to anything but a GObject or an Objective-C object is undefined
+ * behaviour. The library holds its own reference until the menu is replaced.
  *
- * Changes of the model and of the actions show at once. Panels get sections, with separators between them,
- * submenus, labels with mnemonics, "accel", icons that have a name, and the actions' check and radio states
- * and sensitivity.
+ * An NSMenu gets the menu font, a width of at least 250 points, the application's appearance, and titles in
+ * one font. Its items keep their targets and actions.
+ *
+ * Changes of a GMenuModel and of its actions, whose groups the library holds as well, show at once. Panels get
+ * sections, with separators between them, submenus, labels with mnemonics, "accel", icons that have a name, and the
+ * actions' check and radio states and sensitivity.
  *
  * Choosing an item activates its action with its target, not the menu item callback. Actions with
  * the prefix "app." are those of the default GApplication, which must exist before this call, and work once
@@ -162,8 +167,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_man
  *
  * "id" and "title" are required: an object without them is left out. "enabled" is true by default.
  * "keyEquivalent" is any of Cmd, Command, Shift, Option, Alt, Control and Ctrl, then one key, joined by "+";
- * an unknown modifier is ignored, with a warning in the log. Panels show the shortcut, Command as Control;
- * it is up to the host to bind the keys.
+ * an unknown modifier is ignored, with a warning in the log. Panels on Linux show Command as Control.
+ * A shortcut is shown; on Linux it is up to the host to bind the keys.
  *
  * Null, text that is not JSON, and anything but an array of objects change nothing and log an error line.
  */

@@ -28,6 +28,8 @@ class Desktop {
   virtual MainQueue& mainQueue() = 0;
   /// A further item in the bar; null if there can be none.
   virtual std::shared_ptr<StatusItem> makeStatusItem(double length) = 0;
+  /// Brings the desktop's own views, where it has any, up to date with `group` and its subviews, soon. Any thread.
+  virtual void present(std::shared_ptr<View> group) = 0;
   /// Replaces the template image's picture by the form that the bar reads. Any thread.
   virtual void prepare(Image& image) = 0;
   /// A menu that follows a menu object of the host and keeps that alive. Null for a null pointer and for an object of

@@ -97,6 +97,9 @@ class Menu {
   /// Called after items of a host's menu changed. One handler; empty for none.
   void setChangeHandler(std::function<void()> handler) { changeHandler_ = std::move(handler); }
 
+  /// Called after font, minimum width, appearance or attributed titles were set. A host's menu takes them over.
+  virtual void lookChanged() {}
+
   virtual std::string description() const { return describeObject("Menu", this); }
 
  protected:

@@ -15,4 +15,7 @@ struct Url {
 /// begins no escape, are percent-encoded. Empty for empty or malformed text. Any thread.
 std::optional<Url> parseUrl(std::string_view text);
 
+/// Percent-encodes what no URL may hold, and a % that begins no escape; the rest stays byte for byte. Any thread.
+std::string percentEncode(std::string_view text);
+
 }  // namespace quill

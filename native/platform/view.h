@@ -29,6 +29,12 @@ using AutoresizingMask = std::uint32_t;
 constexpr AutoresizingMask kWidthSizable = 2;
 constexpr AutoresizingMask kHeightSizable = 16;
 
+/// What a desktop made of a view in order to show it, kept with the view.
+class ViewRendering {
+ public:
+  virtual ~ViewRendering() = default;
+};
+
 /// A rectangle that can be shown on screen. Owns its subviews. Main thread.
 class View {
  public:
@@ -60,6 +66,10 @@ class View {
     subviews_.insert(below == subviews_.end() ? below : below + 1, std::move(view));
   }
 
+  /// Null where no desktop made any.
+  const std::shared_ptr<ViewRendering>& rendering() const { return rendering_; }
+  void setRendering(std::shared_ptr<ViewRendering> rendering) { rendering_ = std::move(rendering); }
+
  protected:
   /// Called after every change of what can be seen.
   virtual void changed() {}
@@ -79,6 +89,7 @@ class View {
   AutoresizingMask autoresizingMask_ = 0;
   std::optional<Layer> layer_;
   std::vector<std::shared_ptr<View>> subviews_;
+  std::shared_ptr<ViewRendering> rendering_;
 };
 
 enum class ImageAlignment : int { center = 0 };

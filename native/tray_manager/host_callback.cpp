@@ -9,8 +9,8 @@
 #include <typeinfo>
 
 #include "log.h"
+#include "text.h"
 #include "tray_manager.h"
-#include "utf8_text.h"
 
 namespace quill {
 
@@ -29,8 +29,10 @@ void callHost(const std::function<void()>& callback) {
   std::string fault;
   try {
     return callback();
+#ifdef __GLIBCXX__
   } catch (const abi::__forced_unwind&) {
     throw;  // the thread is being ended, which must not be stopped
+#endif
   } catch (const std::exception& thrown) {
     const char* const text = thrown.what();
     fault = text ? utf8Text(text) : readableName(typeid(thrown));

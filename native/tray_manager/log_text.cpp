@@ -1,18 +1,30 @@
 #include "log_text.h"
 
-#include <array>
-#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <iomanip>
+#include <locale>
+#include <sstream>
 
 namespace quill {
 
 namespace {
 
+/// With as many decimal places as tell it from other numbers, at least one. std::to_chars would do, but needs macOS 13.
 std::string numberText(double value) {
-  std::array<char, 512> digits{};  // the smallest double takes 327 characters, the largest 309
-  const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::fixed).ptr;
-  std::string text(digits.data(), end);
-  if (text.find_first_not_of("-0123456789") == std::string::npos) text += ".0";
-  return text;
+  constexpr double kEveryWholeNumber = 1e15;  // below which a double has them all
+  if (std::abs(value) < kEveryWholeNumber && std::trunc(value) == value) {
+    return std::to_string(static_cast<std::int64_t>(value)) + ".0";
+  }
+  std::stringstream text;
+  text.imbue(std::locale::classic());
+  double readBack = 0.0;
+  for (int places = 1;; ++places) {
+    text.str({});
+    text.clear();
+    text << std::fixed << std::setprecision(places) << value;
+    if (!std::isfinite(value) || (text >> readBack && readBack == value)) return text.str();
+  }
 }
 
 }  // namespace

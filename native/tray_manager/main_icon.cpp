@@ -23,6 +23,7 @@ void TrayManager::setMainIcon(const Image& image) {
   mainIconView->setImage(copy);
   mainIconView->setAlphaValue(1.0);
   animatedIconView->setAlphaValue(0.0);
+  desktop_.present(animatedView);
   logDebug("[TrayManager] 模板图标尺寸: " + sizeText(copy.size()), kLogModule);
   logDebug("[TrayManager] 模板图标是否为模板: " + flagText(copy.isTemplate()), kLogModule);
   logDebug("[TrayManager] statusItem: " + describeOptional(statusItem), kLogModule);

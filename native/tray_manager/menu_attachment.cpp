@@ -15,6 +15,7 @@ void TrayManager::setMenu(std::shared_ptr<Menu> hostMenu) {
   // Calls the host, which may replace `menu`.
   const auto items = hostMenu->items();
   for (const auto& item : items) item->attributedTitle = AttributedTitle{item->title, kHostMenuFont};
+  hostMenu->lookChanged();
   if (const auto target = button()) target->sendActionOn(kClickEvents);
   logInfo("[TrayManager] 菜单已设置，菜单项数量: " + std::to_string(items.size()), kLogModule);
 }

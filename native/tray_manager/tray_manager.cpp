@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "log.h"
 #include "no_destructor.h"
 
 namespace quill {
@@ -14,6 +15,10 @@ const std::shared_ptr<TrayManager>& TrayManager::shared() {
   auto& desktop = Desktop::current();
   return instance.get([&desktop] { return make<TrayManager>(desktop); });
 }
+
+std::shared_ptr<Tray> Tray::shared() { return TrayManager::shared(); }
+
+void reportFault(std::string_view what) { logError("[TrayManager] 平台抛出异常: " + std::string(what), kLogModule); }
 
 TrayManager::TrayManager(Desktop& desktop)
     : animatedView(std::make_shared<View>(kInitialViewFrame)),

@@ -11,6 +11,7 @@
 #include "image.h"
 #include "menu.h"
 #include "status_item.h"
+#include "tray.h"
 #include "view.h"
 
 namespace quill {
@@ -30,7 +31,7 @@ using MenuItemCallback = void (*)(const char* identifier);
 
 /// Owns everything that the library shows in the bar. Its state has no lock and belongs to the main thread, where
 /// all operations but the animation's have to be called.
-class TrayManager : public Responder, public std::enable_shared_from_this<TrayManager> {
+class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager> {
  public:
   /// A menu item as the host describes it.
   struct MenuItemData {
@@ -55,11 +56,11 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
  public:
   /// Puts a new item into the bar, in place of the earlier one, and chooses the tray menu.
-  virtual void createTray();
+  void createTray() override;
   /// Shows a template copy of `image`.
-  virtual void setMainIcon(const Image& image);
+  void setMainIcon(const Image& image) override;
   /// Makes a menu that the host built the tray menu and gives it the library's look.
-  virtual void setMenu(std::shared_ptr<Menu> hostMenu);
+  void setMenu(std::shared_ptr<Menu> hostMenu) override;
   /// Replaces the records. The menu is built now if there is a status item, else by createTray.
   virtual void setMenuItems(std::vector<MenuItemData> items);
   /// Null clears it.
@@ -74,9 +75,9 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
  public:
   /// An empty menu with the look of the library's own menus.
-  virtual std::shared_ptr<Menu> createStandardMenu();
+  std::shared_ptr<Menu> createStandardMenu() override;
   /// Settings and quit, for a host that gave no menu.
-  virtual std::shared_ptr<Menu> createBasicMenu();
+  std::shared_ptr<Menu> createBasicMenu() override;
 
  private:
   virtual void quitApplication();
@@ -85,23 +86,23 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
   // The animation's operations may be called on any thread. The main thread does the work, and the caller waits.
 
   /// Appends a template copy of `image`, also to a running animation.
-  virtual void addAnimationFrame(const Image& image);
+  void addAnimationFrame(const Image& image) override;
 
  private:
   virtual void addAnimationFrameSync(const Image& image);
 
  public:
   /// Plays the frames once, then shows the main icon again.
-  virtual void startAnimation();
+  void startAnimation() override;
 
  private:
   virtual void startAnimationSync();
   virtual void stopAnimationSync();
 
  public:
-  virtual void stopAnimation();
+  void stopAnimation() override;
   /// Stops, and forgets the frames.
-  virtual void resetAnimation();
+  void resetAnimation() override;
 
  private:
   /// The button's action: a right click opens the tray menu, any other one calls the host.
@@ -109,7 +110,7 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
 
  public:
   /// Null clears it.
-  virtual void setClickCallback(ClickCallback callback);
+  void setClickCallback(ClickCallback callback) override;
 
  private:
   /// A tick of the timer. Off the main thread it posts itself there.
@@ -127,6 +128,7 @@ class TrayManager : public Responder, public std::enable_shared_from_this<TrayMa
     };
     std::shared_ptr<Manager> manager = std::make_shared<Access>(desktop);
     static_cast<TrayManager&>(*manager).setupAnimatedView();
+    desktop.present(manager->animatedView);
     return manager;
   }
 

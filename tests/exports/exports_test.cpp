@@ -2,7 +2,6 @@
 #include "manager_fixture.h"
 #include "menu_items_json.h"
 #include "url.h"
-#include "utf8_text.h"
 
 namespace quill {
 namespace {
@@ -23,11 +22,6 @@ TEST(MenuItemsJson, KeepsWhatHasAnIdAndATitleAndRefusesWhatIsNoArrayOfObjects) {
   EXPECT_EQ(readMenuItems(R"([{"id":"a\u0000b","title":"\u0000"}])")->front().id, std::string("a\0b", 3));
   for (const auto& [depth, expected] : {std::pair(510U, "a|A|on|;"), {511U, "refused"}, {100'000U, "refused"}})
     EXPECT_EQ(read(R"([{"id":"a","title":"A","x":)" + times(depth, "[") + times(depth, "]") + "}]"), expected) << depth;
-}
-
-TEST(Utf8Text, ReplacesWhatIsIllFormed) {
-  EXPECT_EQ(utf8Text("中\x80z \xED\xA0\x80| \xC0\xAF \xF0\x9F\x98\x80\xFF \xE4\xB8"),
-            "中\uFFFDz \uFFFD\uFFFD\uFFFD| \uFFFD\uFFFD 😀\uFFFD \uFFFD");
 }
 
 TEST(ParseUrl, KeepsWhatIsLegalAndEscapesTheRest) {

@@ -10,6 +10,7 @@
 #include "forked_host.h"
 #include "private_bus.h"
 #include "quill_tray_manager.h"
+#include "typical_run.h"
 
 namespace quill {
 namespace {
@@ -55,6 +56,19 @@ TEST_F(HostTest, WithoutASessionBusEverythingElseWorks) {
                                   "INFO 已设置菜单项数据，数量: 1", "INFO 菜单已设置，菜单项数量: 1",
                                   "ERROR 打开 URL 失败：无效的 URL 字符串: http://[::1",
                                   "INFO 已打开 URL: nobody-opens:\uFFFD"));
+}
+
+TEST_F(HostTest, LogsATypicalRunAsOnEveryDesktop) {
+  const auto logged = run([this] {
+    g_autoptr(GMenu) menu = g_menu_new();
+    for (const char* label : {"One", "Two"}) g_menu_append(menu, label, "app.none");
+    g_autoptr(GObject) other = G_OBJECT(g_object_new(G_TYPE_OBJECT, nullptr));
+    const auto runUntil = [](const auto& done) {
+      while (!done()) g_main_context_iteration(nullptr, TRUE);
+    };
+    typicalRun(menu, other, runUntil, console);
+  });
+  EXPECT_EQ(withoutDescriptions(logged), typicalRunLog());
 }
 
 void animate() {

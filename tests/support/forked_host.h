@@ -25,7 +25,7 @@ class ForkedHost : public Test {
       body();
       exit(HasFailure() ? 1 : 0);
     }
-    EXPECT_EQ(statusOf(child), expected) << PrintToString(lines(console));
+    EXPECT_EQ(statusOf(child), expected) << contents(console);
   }
   /// Of a child, once it has ended.
   static int statusOf(pid_t child) {

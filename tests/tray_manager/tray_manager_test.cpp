@@ -1,5 +1,4 @@
 #include "manager_fixture.h"
-#include "shortcut.h"
 
 namespace quill {
 namespace {
@@ -211,20 +210,6 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   EXPECT_EQ(takeLines(), expected) << "no reset line for a button of the right size";
   desktop.mainQueue().runAll();
   EXPECT_EQ(desktop.presentations, 1) << "many settings, one presentation";
-}
-
-TEST(Shortcut, ReadsModifiersAndKey) {
-  // "[key] sum of shift 1, control 2, option 4 and command 8 <unknown>…"
-  const auto read = [](const std::string& text) -> std::string {
-    const auto shortcut = parseShortcut(text);
-    if (!shortcut) return "refused";
-    auto all = "[" + shortcut->keyEquivalent + "] " + std::to_string(shortcut->modifiers.rawValue >> 17U);
-    for (const auto& word : shortcut->unknownModifiers) all += " <" + word + ">";
-    return all;
-  };
-  for (const auto& [text, expected] : casesIn(CASES "shortcuts.txt")) EXPECT_EQ(read(text), expected) << text;
-  EXPECT_EQ(read("\nCmd+K"), "[k] 0 <\nCMD>");
-  EXPECT_EQ(read({"Cmd+\0K", 6}), std::string("[\0K] 8", 6));
 }
 
 }  // namespace

@@ -17,6 +17,8 @@ class Desktop : public quill::Desktop {
   MainQueue& mainQueue() override { return mainQueue_; }
   /// Null where the environment names no usable session bus. A bus that is not there yet is waited for.
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
+  /// Panels have no views.
+  void present(std::shared_ptr<View> /*group*/) override {}
   void prepare(Image& image) override;
   std::shared_ptr<Menu> adoptMenu(const void* menu) override { return HostMenu::adopt(menu, hostMenuReads_); }
   void openUrl(const Url& url) override { urlOpener_.open(url); }

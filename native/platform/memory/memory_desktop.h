@@ -35,6 +35,7 @@ class Desktop : public quill::Desktop {
   int presentations = 0;
   int statusItemsInBar = 0;
   int prepared = 0;
+  std::shared_ptr<View> presentedGroup;  ///< the views that were handed over last
   int terminations = 0;
   std::vector<std::string> urlsOpened;
 
@@ -48,6 +49,7 @@ class Desktop : public quill::Desktop {
   std::shared_ptr<StatusItem> statusItem() const { return newest_.lock(); }
   MainQueue& mainQueue() override { return mainQueue_; }
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
+  void present(std::shared_ptr<View> group) override { presentedGroup = std::move(group); }
   void prepare(Image& image) override;
   std::shared_ptr<Menu> adoptMenu(const void* /*menu*/) override { return nullptr; }
   void openUrl(const Url& url) override { urlsOpened.push_back(url.text); }

@@ -1,7 +1,10 @@
 #include <fcntl.h>
 #include <poll.h>
-#include <stdio_ext.h>
 #include <sys/stat.h>
+
+#ifndef __APPLE__
+#include <stdio_ext.h>
+#endif
 
 #include <algorithm>
 #include <chrono>
@@ -89,9 +92,17 @@ bool write(int file, std::string_view& bytes) {
   return true;
 }
 
+bool hasPrinted() {
+#ifdef __APPLE__
+  return stdout->_p != stdout->_bf._base;
+#else
+  return __fpending(stdout) != 0;
+#endif
+}
+
 /// Writes what the host has printed. False: it has to wait, since flushing to a full non-blocking file would lose it.
 bool flushHost(int file) {
-  if (__fpending(stdout) == 0) return true;
+  if (!hasPrinted()) return true;
   const bool mayRefuse = (fcntl(file, F_GETFL) & O_NONBLOCK) != 0;
   if (mayRefuse && !blockageOf(file).waitUntilWritable(file)) return false;
   flushQuietly(stdout);
@@ -117,8 +128,8 @@ void Environment::writeConsole(std::string_view line) {
   const StandardOutputLock locked;
   const int file = fileno(stdout);
   if (file < 0) {  // a stream made by fopencookie(3)
-    fwrite_unlocked(line.data(), 1, line.size(), stdout);
-    fflush_unlocked(stdout);
+    fwrite(line.data(), 1, line.size(), stdout);
+    fflush(stdout);
     return;
   }
   if (!finishRest(file) || !flushHost(file)) return;

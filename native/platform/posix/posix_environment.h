@@ -8,7 +8,7 @@ namespace quill::posix {
 
 /// The environment of a POSIX process; the time zone comes from elsewhere. The log file may be shared with other
 /// processes: a write that falls short is taken back, and no line of theirs with it.
-class Environment final : public quill::Environment {
+class Environment : public quill::Environment {
  public:
   /// Seconds east of UTC at an instant. Any thread.
   using UtcOffset = std::function<std::chrono::seconds(std::chrono::sys_seconds)>;

@@ -1,5 +1,6 @@
 #include "quiet_write.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <ctime>
@@ -11,9 +12,21 @@ namespace quill::posix {
 
 namespace {
 
+#ifdef __APPLE__
+/// Calls while the file itself raises no SIGPIPE: there, a write's goes to the process, whatever this thread blocks.
+template <typename Call>
+auto withoutSignals(int file, Call call) {
+  const int before = fcntl(file, F_GETNOSIGPIPE);
+  fcntl(file, F_SETNOSIGPIPE, 1);
+  const auto result = call();
+  const ErrnoSaver saver;
+  if (before == 0) fcntl(file, F_SETNOSIGPIPE, 0);
+  return result;
+}
+#else
 /// Calls with both signals blocked, then removes those that the call raised on this thread.
 template <typename Call>
-auto withoutSignals(Call call) {
+auto withoutSignals(int /*file*/, Call call) {
   auto raised = signalSet({SIGPIPE, SIGXFSZ});
   const SignalMask blocked(SIG_BLOCK, raised);
   const auto wasBlocked = [&](int signal) { return sigismember(&blocked.before(), signal) == 1; };
@@ -32,15 +45,16 @@ auto withoutSignals(Call call) {
   }
   return result;
 }
+#endif
 
 }  // namespace
 
 ssize_t writeQuietly(int file, std::string_view bytes) {
-  return withoutSignals([&] { return write(file, bytes.data(), bytes.size()); });
+  return withoutSignals(file, [&] { return write(file, bytes.data(), bytes.size()); });
 }
 
 int flushQuietly(FILE* stream) {
-  return withoutSignals([&] { return fflush_unlocked(stream); });
+  return withoutSignals(fileno(stream), [&] { return fflush(stream); });
 }
 
 }  // namespace quill::posix

@@ -16,9 +16,19 @@ namespace quill::posix {
 
 namespace {
 
+constexpr std::chrono::milliseconds kLockRetry{1};
+
+#ifdef __APPLE__
+void nameThread(const std::string& label) { pthread_setname_np(label.c_str()); }
+
+void becomeUtilityThread() { pthread_set_qos_class_self_np(QOS_CLASS_UTILITY, 0); }
+#else
 constexpr int kNiceness = 5;  // on top of the host's
 constexpr std::size_t kThreadNameLength = 15;
-constexpr std::chrono::milliseconds kLockRetry{1};
+
+void nameThread(const std::string& label) {
+  pthread_setname_np(pthread_self(), label.substr(0, kThreadNameLength).c_str());
+}
 
 void becomeUtilityThread() {
   const sched_param ordinary{};
@@ -26,6 +36,7 @@ void becomeUtilityThread() {
   const auto thread = static_cast<id_t>(gettid());
   setpriority(PRIO_PROCESS, thread, std::min(getpriority(PRIO_PROCESS, thread) + kNiceness, 19));
 }
+#endif
 
 /// All signals but those that report a fault of the thread itself.
 sigset_t hostSignals() {
@@ -84,7 +95,7 @@ bool Worker::ensureThread() {
 }
 
 void Worker::run() {
-  pthread_setname_np(pthread_self(), label_.substr(0, kThreadNameLength).c_str());
+  nameThread(label_);
   if (priority_ == Priority::utility) becomeUtilityThread();
   std::unique_lock lock(mutex_);
   while (!waiting_.empty() || !isClosed_) {

@@ -1,0 +1,42 @@
+#include "foundation.h"
+#include "no_destructor.h"
+#include "posix_environment.h"
+
+namespace quill {
+namespace {
+
+/// Asks the system for the user's directory. Not guarded: the error line would need that directory.
+class MacEnvironment : public posix::Environment {
+ public:
+  using posix::Environment::Environment;
+
+  std::optional<std::filesystem::path> userDirectory(const std::string& /*home*/) override {
+    @autoreleasepool {
+      NSArray* const known = [[NSFileManager defaultManager] URLsForDirectory:NSUserDirectory
+                                                                    inDomains:NSUserDomainMask];
+      if ([known count] == 0) return std::nullopt;
+      return appkit::toString([static_cast<NSURL*>([known objectAtIndex:0]) path]);
+    }
+  }
+};
+
+/// By the rules of the time zone that is the process's now.
+posix::Environment::UtcOffset utcOffset() {
+  @autoreleasepool {
+    return [zone = appkit::Handle<NSTimeZone>([NSTimeZone defaultTimeZone])](std::chrono::sys_seconds at) {
+      @autoreleasepool {
+        NSDate* const date = [NSDate dateWithTimeIntervalSince1970:static_cast<double>(at.time_since_epoch().count())];
+        return std::chrono::seconds([zone.get() secondsFromGMTForDate:date]);
+      }
+    };
+  }
+}
+
+}  // namespace
+
+Environment& Environment::current() {
+  static constinit NoDestructor<MacEnvironment> environment;
+  return environment.get([] { return MacEnvironment(utcOffset()); });
+}
+
+}  // namespace quill

@@ -1,0 +1,122 @@
+#import "tray_manager_object.h"
+
+#include "appkit_desktop.h"
+#include "appkit_image.h"
+#include "host_menu.h"
+#include "native_menu.h"
+
+using namespace quill;
+using namespace quill::appkit;
+
+namespace {
+
+/// Calls `use` with the manager as a `Kind`; not at all if it is gone or no such thing.
+template <typename Kind, typename Use>
+void with(const std::weak_ptr<Responder>& manager, Use use) {
+  guarded([&] {
+    if (const auto found = std::dynamic_pointer_cast<Kind>(manager.lock())) use(*found);
+  });
+}
+
+}  // namespace
+
+@implementation QuillTrayManager
+
++ (QuillTrayManager*)shared {
+  return appkit::Desktop::current().objectFor(Tray::shared());
+}
+
+- (instancetype)initWithManager:(std::weak_ptr<Responder>)manager desktop:(appkit::Desktop*)desktop {
+  if ((self = [super init]) != nil) {
+    _manager = std::move(manager);
+    _desktop = desktop;
+  }
+  return self;
+}
+
+- (instancetype)initWithTick:(std::function<void()>)tick {
+  if ((self = [super init]) != nil) _tick = std::move(tick);
+  return self;
+}
+
+// The four that buttons, menu items and timers call.
+
+- (void)handleClick {
+  with<Responder>(_manager, [&](Responder& manager) {
+    _desktop->readApplication();
+    manager.perform("handleClick", nullptr);
+  });
+}
+
+- (void)handleMenuItemAction:(id)sender {
+  with<Responder>(_manager, [&](Responder& manager) {
+    MenuItem chosen;
+    id const represented = [sender respondsToSelector:@selector(representedObject)] ? [sender representedObject] : nil;
+    if ([represented isKindOfClass:[NSString class]]) chosen.representedObject = toString(represented);
+    manager.perform("handleMenuItemAction:", &chosen);
+  });
+}
+
+- (void)quitApplication {
+  with<Responder>(_manager, [](Responder& manager) { manager.perform("quitApplication", nullptr); });
+}
+
+- (void)updateAnimation {
+  const Handle<QuillTrayManager> held(self);  // a tick may end its timer, and this with it
+  if (_tick) return guarded(_tick);
+  with<Responder>(_manager, [](Responder& manager) { manager.perform("updateAnimation", nullptr); });
+}
+
+// The others.
+
+- (void)createTray {
+  with<Tray>(_manager, [](Tray& tray) { tray.createTray(); });
+}
+
+- (void)setMainIcon:(NSImage*)image {
+  with<Tray>(_manager, [&](Tray& tray) {
+    if (image != nil) tray.setMainIcon(imageOf(image));
+  });
+}
+
+- (void)setMenu:(NSMenu*)menu {
+  with<Tray>(_manager, [&](Tray& tray) {
+    if (auto adopted = HostMenu::adopt(menu)) tray.setMenu(std::move(adopted));
+  });
+}
+
+- (NSMenu*)createStandardMenu {
+  Handle<NSMenu> made;
+  with<Tray>(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createStandardMenu(), *_desktop); });
+  return [[made.get() retain] autorelease];
+}
+
+- (NSMenu*)createBasicMenu {
+  Handle<NSMenu> made;
+  with<Tray>(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createBasicMenu(), *_desktop); });
+  return [[made.get() retain] autorelease];
+}
+
+- (void)addAnimationFrame:(NSImage*)image {
+  with<Tray>(_manager, [&](Tray& tray) {
+    if (image != nil) tray.addAnimationFrame(imageOf(image));
+  });
+}
+
+- (void)startAnimation {
+  with<Tray>(_manager, [](Tray& tray) { tray.startAnimation(); });
+}
+
+- (void)stopAnimation {
+  with<Tray>(_manager, [](Tray& tray) { tray.stopAnimation(); });
+}
+
+- (void)resetAnimation {
+  with<Tray>(_manager, [](Tray& tray) { tray.resetAnimation(); });
+}
+
+- (void)setClickCallback:(void (*)(void))callback {
+  with<Tray>(_manager, [&](Tray& tray) { tray.setClickCallback(callback); });
+}
+
+@end

@@ -1,0 +1,1 @@
+#include <Block.h>  // where GNUstep looks for what another package holds

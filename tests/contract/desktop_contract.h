@@ -1,0 +1,117 @@
+// What holds for every desktop. Included behind the drivers, which `Drivers` names: each is a desktop with the time
+// that passes on it and a user who sees its bar.
+
+#include <algorithm>
+
+#include "decode_image.h"
+#include "desktop.h"
+#include "testing.h"
+
+namespace quill {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::nanoseconds;
+
+template <typename Driver>
+class DesktopContract : public Test {
+ protected:
+  MainQueue& queue() { return driver.desktop.mainQueue(); }
+  Driver driver;
+};
+TYPED_TEST_SUITE(DesktopContract, Drivers);
+
+struct Host : Responder {
+  Lines told;
+  std::function<void()> whenTold = [] {};
+  bool perform(Selector selector, const MenuItem* sender) override {
+    told.push_back(std::string(selector));
+    if (sender != nullptr) told.back() += std::any_cast<std::string>(sender->representedObject);
+    return whenTold(), true;
+  }
+};
+
+TYPED_TEST(DesktopContract, ShowsAnItemTellsOfClicksAndChoicesFollowsAndForgetsIt) {
+  auto& bar = this->driver;
+  const auto host = std::make_shared<Host>();
+  auto item = bar.show();
+  auto& button = *item->button();
+  button.setTarget(host), button.setAction("handleClick");
+  EXPECT_FALSE(bar.hasIcon());
+  auto icon = decodeImage(kOnePixelGif).value();
+  bar.desktop.prepare(icon);
+  button.setImage(icon);
+  EXPECT_TRUE(bar.hasIcon());
+  for (const bool isHidden : {true, false}) EXPECT_NE((button.setHidden(isHidden), bar.hasIcon()), isHidden);
+  for (const bool isVisible : {false, true}) EXPECT_EQ((item->setVisible(isVisible), bar.hasIcon()), isVisible);
+
+  const auto announce = [&](std::initializer_list<const char*> titles) {
+    const auto menu = std::make_shared<Menu>();
+    for (const std::string title : titles) {
+      menu->addItem(MenuItem::make(title, "handleMenuItemAction:", ""));
+      menu->items().back()->action.target = host;
+      menu->items().back()->representedObject = title;
+      menu->items().back()->enabled = title != "off";
+    }
+    item->announceMenu(menu);
+  };
+  announce({"A", "off"});
+  EXPECT_TRUE(bar.has("A") && bar.has("off"));
+  for (const char* title : {"A", "off"}) bar.choose(title);
+  bar.click();
+  EXPECT_THAT(std::exchange(host->told, {}), ElementsAre("handleMenuItemAction:A", "handleClick"));
+  host->whenTold = [&] { announce({"B"}); };
+  bar.choose("A");
+  EXPECT_TRUE(bar.has("B") && !bar.has("A"));
+  host->whenTold = [&] { item.reset(); };
+  bar.choose("B");
+  EXPECT_THAT(host->told, ElementsAre("handleMenuItemAction:A", "handleMenuItemAction:B"));
+  EXPECT_TRUE(bar.isEmpty());
+}
+
+TYPED_TEST(DesktopContract, RunsWhatIsPostedLaterInOrder) {
+  std::vector<int> ran;
+  this->queue().post([&] {
+    ran.push_back(1);
+    this->queue().post([&] { ran.push_back(3); });
+  });
+  this->queue().post([&] { ran.push_back(2); });
+  EXPECT_TRUE(ran.empty());
+  this->driver.runUntil([&] { return ran.size() >= 3; });
+  EXPECT_THAT(ran, ElementsAre(1, 2, 3));
+}
+
+TYPED_TEST(DesktopContract, TicksOnItsGridWhateverTheDelays) {
+  constexpr milliseconds kPeriod{40};
+  std::vector<nanoseconds> ticks;
+  const auto start = this->driver.now();
+  const auto timer = this->queue().repeat(kPeriod, [&] {
+    ticks.push_back(this->driver.now() - start);
+    if (ticks.size() == 1) this->driver.stall(kPeriod * 5 / 2);
+  });
+  ASSERT_TRUE(this->driver.runUntil([&] { return ticks.size() >= 10; }));
+  EXPECT_GE(ticks.front(), kPeriod);
+  EXPECT_LE(10, ticks.back() / kPeriod - 1) << "two that were missed, of which one came late";
+  const auto leastDelay = std::min_element(ticks.begin() + 2, ticks.end(),
+                                           [&](auto one, auto other) { return one % kPeriod < other % kPeriod; });
+  EXPECT_LT(*leastDelay % kPeriod, kPeriod / 4) << "the delay did not move the grid";
+}
+
+TYPED_TEST(DesktopContract, EndsATimerWithItsObjectAndTicksWhileWorkKeepsTheLoopGoing) {
+  int ticks = 0;
+  int endedTicks = 0;
+  bool done = false;
+  std::unique_ptr<Timer> ended;
+  ended = this->queue().repeat(milliseconds(2), [&, own = std::make_shared<int>(1)] {
+    ended->invalidate(), ended.reset();
+    endedTicks += *own;  // what it holds outlives the call
+  });
+  this->queue().repeat(milliseconds(2), [&] { endedTicks += 100; }).reset();
+  const auto timer = this->queue().repeat(milliseconds(2), [&] { ++ticks; });
+  this->queue().post([&] { done = this->driver.runUntil([&] { return ticks >= 5; }); });
+  EXPECT_TRUE(this->driver.runUntil([&] { return done; }));
+  EXPECT_EQ(endedTicks, 1);
+}
+
+}  // namespace
+}  // namespace quill
