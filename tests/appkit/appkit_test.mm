@@ -1,32 +1,27 @@
 // The library on GNUstep with the stand-in, as a host and a user meet it. Needs a screen.
 
 #import <AppKit/AppKit.h>
-#include <spawn.h>
 
 #include <atomic>
 
 #include "decode_image.h"
 #include "forked_host.h"
+#include "main_loop.h"
 #include "tray_manager.h"
 #import "tray_manager_object.h"
 #include "typical_run.h"
 #include "worker_queue.h"
 
-extern char** environ;
-
 static std::atomic<int> menusGone{0};
 static std::atomic<int> terminations{0};
 
-/// A host's menu that tells of its end, and a host's item's target.
+/// A host's menu that tells of its end.
 @interface HostsMenu : NSMenu
-- (void)chosen:(id)sender;
 @end
 @implementation HostsMenu
 - (void)dealloc {
   ++menusGone;
   [super dealloc];
-}
-- (void)chosen:(id)sender {
 }
 @end
 @interface HostsDelegate : NSObject
@@ -47,53 +42,22 @@ Lines told;
 
 Lines takeRecord() { return std::exchange(standin::record, {}); }
 
-/// Runs the application's loop until `done`; false: the deadline came first.
-bool runUntil(const std::function<bool()>& done) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(15);
-  while (!done() && std::chrono::steady_clock::now() < deadline) {
-    @autoreleasepool {
-      NSEvent* const event = [NSApp nextEventMatchingMask:NSAnyEventMask
-                                                untilDate:[NSDate dateWithTimeIntervalSinceNow:0.01]
-                                                   inMode:NSDefaultRunLoopMode
-                                                  dequeue:YES];
-      if (event != nil) [NSApp sendEvent:event];
-    }
-  }
-  return done();
-}
-
-/// Until all that was posted so far has been presented.
-void settle() {
-  bool passed = false;
-  Desktop::current().mainQueue().post([&] { passed = true; });
-  EXPECT_TRUE(runUntil([&] { return passed; }));
-}
-
-/// Presses and releases a mouse button of the real pointer.
-void press(int x, int y, int button) {
-  const auto script = "xdotool mousemove " + std::to_string(x) + " " + std::to_string(y) +
-                      "; sleep 0.2; xdotool mousedown " + std::to_string(button) + "; sleep 0.3; xdotool mouseup " +
-                      std::to_string(button);
-  const char* const arguments[] = {"sh", "-c", script.c_str(), nullptr};
-  pid_t child = 0;
-  ASSERT_EQ(posix_spawnp(&child, "sh", nullptr, nullptr, const_cast<char**>(arguments), environ), 0);
-}
-
 void startApplication() {
   [NSApplication sharedApplication];
   [NSApp setDelegate:static_cast<id>([HostsDelegate new])];
   [NSApp finishLaunching];
 }
 
-/// Looks every 50 ms and clicks; again after five seconds, as GNUstep may miss a click.
-class Clicks {
- public:
+/// Looks every 50 ms and clicks with the real pointer; again after five seconds, as GNUstep may miss a click.
+struct Clicks {
   void click(int x, int y, int button) {
-    if (looks_++ % 100 == 10) press(x, y, button);
+    const auto place = std::to_string(x) + " " + std::to_string(y);
+    const auto number = std::to_string(button);
+    if (looks++ % 100 != 10) return;
+    const auto words = "mousemove " + place + " sleep 0.2 mousedown " + number + " sleep 0.3 mouseup " + number;
+    ASSERT_EQ(std::system(("xdotool " + words + " &").c_str()), 0);
   }
-
- private:
-  int looks_ = 0;
+  int looks = 0;
 };
 
 /// Opens the menu by a right click and clicks its item at `index`.
@@ -231,13 +195,15 @@ TEST_F(AppKitTest, KeepsAHostsMenuAndGivesItTheLook) {
   const auto logged = run([] {
     @autoreleasepool {
       HostsMenu* const menu = [[[HostsMenu alloc] initWithTitle:@""] autorelease];
-      NSMenuItem* const item = (NSMenuItem*)[menu addItemWithTitle:@"One" action:@selector(chosen:) keyEquivalent:@"k"];
+      NSMenuItem* const item = (NSMenuItem*)[menu addItemWithTitle:@"One"
+                                                            action:@selector(performClose:)
+                                                     keyEquivalent:@"k"];
       [item setTarget:menu];
       quill_tray_manager_set_menu_ptr(menu);
       EXPECT_EQ(takeRecord(), (Lines{"setFont: 12", "setMinimumWidth: 250", "setAppearance: light",
                                      "setAttributedTitle: One", "  in size 12"}));
       EXPECT_EQ([item target], menu);
-      EXPECT_EQ([item action], @selector(chosen:));
+      EXPECT_EQ([item action], @selector(performClose:));
     }
     EXPECT_EQ(menusGone, 0);
     quill_tray_manager_create();

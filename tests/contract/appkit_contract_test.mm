@@ -1,7 +1,6 @@
 #include <thread>
 
-#include "appkit_desktop.h"
-#include "testing.h"
+#include "main_loop.h"
 
 namespace quill {
 namespace {
@@ -16,20 +15,7 @@ struct OnAppKit {
 
   std::chrono::nanoseconds now() { return std::chrono::steady_clock::now().time_since_epoch(); }
   void stall(std::chrono::nanoseconds duration) { std::this_thread::sleep_for(duration); }
-  bool runUntil(const std::function<bool()>& done) {
-    const auto deadline = now() + std::chrono::seconds(10);
-    while (!done() && now() < deadline) {
-      @autoreleasepool {
-        [[NSRunLoop mainRunLoop] runMode:NSDefaultRunLoopMode beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.001]];
-      }
-    }
-    return done();
-  }
-  void settle() {
-    bool isPast = false;
-    desktop.mainQueue().post([&] { isPast = true; });
-    runUntil([&] { return isPast; });
-  }
+  bool runUntil(const std::function<bool()>& done) { return quill::runUntil(done); }
 
   std::shared_ptr<StatusItem> show() {
     const auto shown = desktop.makeStatusItem(kSquareStatusItemLength);

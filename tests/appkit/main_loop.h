@@ -1,0 +1,31 @@
+#pragma once
+
+#include "appkit_desktop.h"
+#include "testing.h"
+
+namespace quill {
+
+/// Runs the application's loop until `done`; false: the deadline came first.
+inline bool runUntil(const std::function<bool()>& done) {
+  const auto deadline = std::chrono::steady_clock::now() + 15s;
+  while (!done() && std::chrono::steady_clock::now() < deadline) {
+    @autoreleasepool {
+      NSEvent* const event =
+          [[NSApplication sharedApplication] nextEventMatchingMask:NSAnyEventMask
+                                                         untilDate:[NSDate dateWithTimeIntervalSinceNow:0.001]
+                                                            inMode:NSDefaultRunLoopMode
+                                                           dequeue:YES];
+      if (event != nil) [NSApp sendEvent:event];
+    }
+  }
+  return done();
+}
+
+/// Until all that was posted so far has been presented.
+inline void settle() {
+  bool isPast = false;
+  appkit::Desktop::current().mainQueue().post([&] { isPast = true; });
+  EXPECT_TRUE(runUntil([&] { return isPast; }));
+}
+
+}  // namespace quill
