@@ -39,7 +39,7 @@ class Measurement:
         self.directory = directory
         self.shapes = draw_shapes(session.directory)
         self.empty = {session.theme: session.empty}
-        for theme in session.panel.themes:
+        for theme in looks(session.panel):
             if theme != session.theme:
                 session.switch_theme(theme)
                 self.empty[theme] = session.settled()
@@ -83,15 +83,18 @@ class Measurement:
         strip.save(self.directory / f"{self.session.name} {name}.png".replace(" ", "-").replace("#", ""))
 
 
+def looks(panel):
+    return tuple(dict.fromkeys(panel.themes + panel.colours))
+
+
 def measure(panel, build, directory):
-    themes = {**PANELS, **DESKTOPS}[panel].themes
     rows = []
-    for theme in themes:
+    for theme in {**PANELS, **DESKTOPS}[panel].themes:
         with PanelSession(panel, theme) as session:
             host = session.start_host([build / "tests/panel/panel_host"])
             measurement = Measurement(session, host, directory)
             rows.append(measurement.start())
-            for other in themes:
+            for other in looks(session.panel) if theme == session.panel.themes[0] else session.panel.themes:
                 if other != theme:
                     rows.append(measurement.switched(other))
                     session.switch_theme(theme)

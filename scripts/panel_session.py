@@ -85,8 +85,10 @@ class Host:
 
 
 class PanelSession:
-    def __init__(self, panel, theme=None, size=(800, 480)):
+    def __init__(self, panel, theme=None, size=(800, 480), has_neighbours=False):
+        """`has_neighbours`: some of the panel's own icons are beside the tray."""
         self.name = panel
+        self.has_neighbours = has_neighbours
         self.panel = {**PANELS, **DESKTOPS}[panel]
         self.theme = self.look = theme or self.panel.themes[0]  # at first, and now
         self.size = size
@@ -206,10 +208,10 @@ class PanelSession:
         return child
 
     def run(self, words):
-        """Runs a command in the session to its end; its standard output."""
-        return subprocess.run(
-            self.prefix(words), env=self.environment, check=True, timeout=DEADLINE, stdout=subprocess.PIPE, encoding="utf-8"
-        ).stdout
+        """Runs a command in the session to its end; its standard output. What else it says goes to the session's log."""
+        options = {"check": True, "timeout": DEADLINE, "stdout": subprocess.PIPE, "encoding": "utf-8"}
+        with open(self.directory / "log", "ab") as log:
+            return subprocess.run(self.prefix(words), env=self.environment, stderr=log, **options).stdout
 
     def accessible_names(self):
         """The names and descriptions that a screen reader can read."""
