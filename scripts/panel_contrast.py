@@ -88,39 +88,36 @@ def looks(panel):
 
 
 def measure(panel, build, directory):
-    rows = []
+    """Gives each row as soon as it is measured."""
     for theme in {**PANELS, **DESKTOPS}[panel].themes:
         with PanelSession(panel, theme) as session:
             host = session.start_host([build / "tests/panel/panel_host"])
             measurement = Measurement(session, host, directory)
-            rows.append(measurement.start())
+            yield measurement.start()
             for other in looks(session.panel) if theme == session.panel.themes[0] else session.panel.themes:
                 if other != theme:
-                    rows.append(measurement.switched(other))
+                    yield measurement.switched(other)
                     session.switch_theme(theme)
                     session.settled()
-    return rows
 
 
-def table(rows):
-    """In Markdown."""
-    yield "| panel | theme | bar | solid | strokes |"
-    yield "|---|---|---|---|---|"
-    for row in rows:
-        ratios = (f"{ratio:.2f}" if ratio >= WANTED else f"**{ratio:.2f}**" for ratio in row.contrasts.values())
-        yield f"| {row.panel} | {row.look} | `{row.bar}` | {' | '.join(ratios)} |"
+def cells(row):
+    ratios = (f"{ratio:.2f}" if ratio >= WANTED else f"**{ratio:.2f}**" for ratio in row.contrasts.values())
+    return f"| {row.panel} | {row.look} | `{row.bar}` | {' | '.join(ratios)} |"
 
 
 def main():
     build, directory = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
     directory.mkdir(parents=True, exist_ok=True)
+    print("| panel | theme | bar | solid | strokes |\n|---|---|---|---|---|", flush=True)
     rows = []
     for panel in sys.argv[3:] or [*PANELS, *DESKTOPS]:
         try:
-            rows += measure(panel, build, directory)
+            for row in measure(panel, build, directory):
+                print(cells(row), flush=True)
+                rows.append(row)
         except NotInstalled as missing:
-            print(f"panels: no {panel} here, not installed: {missing}", flush=True)
-    print("\n".join(table(rows)))
+            print(f"panels: no {panel} here, not installed: {missing}", file=sys.stderr)
     lowest = min((ratio for row in rows for ratio in row.contrasts.values()), default=0)
     print(f"\nlowest contrast: {lowest:.2f}")
     return 0 if lowest >= WANTED else 1

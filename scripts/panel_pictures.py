@@ -15,9 +15,9 @@ gi.require_version("GdkPixbuf", "2.0")
 from gi.repository import GdkPixbuf  # noqa: E402
 
 ICONS = pathlib.Path("/usr/share/icons/Adwaita")
-MENUS = (("xfce4-panel", "dark"), ("xfce4-panel", "light"), ("waybar", ""), ("lxqt-panel", ""), ("mate-panel", ""))
-BESIDE = (("xfce4-panel", "dark"), ("xfce4-panel", "light"), ("waybar", None), ("lxqt-panel", None), ("mate-panel", None))
-BESIDE += (("plasma", "breeze"), ("plasma", "breezedark"), ("plasma", "breezetwilight"), ("gnome", None), ("cinnamon", None))
+MENUS = (("xfce4-panel", "dark"), ("xfce4-panel", "light"), ("waybar",), ("lxqt-panel",), ("mate-panel",))
+PLASMA = (("plasma", "breeze"), ("plasma", "breezedark"), ("plasma", "breezetwilight"))
+BESIDE = (*MENUS, *PLASMA, ("gnome",), ("cinnamon",))
 FONT = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc"
 LABELS = 200  # pixels of a row that holds a piece of a bar
 PIECE = 290
@@ -53,7 +53,8 @@ def zoomed(picture, zoom):
 
 
 def stacked(pictures, gap=4):
-    sheet = Image.new("RGB", (max(each.width for each in pictures), sum(each.height + gap for each in pictures) - gap), "white")
+    width, height = max(each.width for each in pictures), sum(each.height + gap for each in pictures) - gap
+    sheet = Image.new("RGB", (width, height), "white")
     top = 0
     for picture in pictures:
         sheet.paste(picture, (0, top))
@@ -61,7 +62,7 @@ def stacked(pictures, gap=4):
     return sheet
 
 
-def beside(panel, theme, build):
+def beside(build, panel, theme=None):
     """Three icons among the panel's own, which lie around them."""
     with PanelSession(panel, theme, has_neighbours=True) as session:
         for name in ("mail-unread", "alarm", "weather-few-clouds"):
@@ -77,9 +78,9 @@ def beside(panel, theme, build):
     return row
 
 
-def menu(panel, theme, build):
+def menu(build, panel, theme=None):
     """The example's menu, and the bar beside it."""
-    with PanelSession(panel, theme or None) as session:
+    with PanelSession(panel, theme) as session:
         session.start_host([build / "examples/example_c"])
         icon = session.wait_for_icon()
         opened = session.open_menu(icon)
@@ -121,10 +122,10 @@ def main():
         steps.animated()
         for name in ("menu", "animation"):
             save(name, Image.open(next(pathlib.Path(demo).glob(f"*-{name}.png"))))
-    for panel, theme in MENUS:
-        save("-".join(filter(None, ("panel", panel, theme))), menu(panel, theme, build))
+    for look in MENUS:
+        save("-".join(("panel", *look)), menu(build, *look))
     save("sharpness", stacked([sharpness(scale, build) for scale in (1, 2)], gap=0))
-    save("beside_panels", stacked([beside(panel, theme, build) for panel, theme in BESIDE]))
+    save("beside_panels", stacked([beside(build, *look) for look in BESIDE]))
 
 
 if __name__ == "__main__":

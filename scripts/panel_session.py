@@ -190,10 +190,12 @@ class PanelSession:
         return found
 
     def write(self, name, text):
-        """A file below the session's configuration directory."""
+        """A file below the session's configuration directory, replaced as a whole: who watches it never finds a part."""
         path = self.directory / "config" / name
         path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
+        part = path.with_name(path.name + ".part")
+        part.write_text(text, encoding="utf-8")
+        part.replace(path)
 
     def prefix(self, words):
         """A command as it is run in the session: by its user, and ended with this process."""
@@ -208,7 +210,7 @@ class PanelSession:
         return child
 
     def run(self, words):
-        """Runs a command in the session to its end; its standard output. What else it says goes to the session's log."""
+        """Runs a command in the session to its end; its standard output. Its errors go to the session's log."""
         options = {"check": True, "timeout": DEADLINE, "stdout": subprocess.PIPE, "encoding": "utf-8"}
         with open(self.directory / "log", "ab") as log:
             return subprocess.run(self.prefix(words), env=self.environment, stderr=log, **options).stdout

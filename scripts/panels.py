@@ -41,7 +41,9 @@ def gtk_settings(session, theme, icons="Adwaita"):
 
 def configure_xfce(session):
     gtk_settings(session, "Adwaita")
-    plugins = ["showdesktop", "directorymenu", "systray", "windowmenu", "clock"] if session.has_neighbours else ["systray"]
+    plugins = ["systray"]
+    if session.has_neighbours:
+        plugins = ["showdesktop", "directorymenu", *plugins, "windowmenu", "clock"]
     ids = "".join(f'<value type="int" value="{number}"/>' for number, _ in enumerate(plugins, 1))
     kinds = "".join(f'''
     <property name="plugin-{number}" type="string" value="{plugin}">
@@ -77,7 +79,8 @@ def switch_xfce(session, theme):
 def configure_waybar(session):
     gtk_settings(session, "Adwaita")
     modules = '"cpu", "memory", "tray", "clock"' if session.has_neighbours else '"tray"'
-    session.write("waybar/config", f'{{"layer": "top", "position": "top", "height": 30, "modules-right": [{modules}]}}\n')
+    layout = '"layer": "top", "position": "top", "height": 30'
+    session.write("waybar/config", f'{{{layout}, "modules-right": [{modules}]}}\n')
     style_waybar(session, session.theme)
 
 
@@ -102,7 +105,9 @@ def switch_lxqt(session, theme):
 
 def configure_lxqt(session):
     switch_lxqt(session, session.theme)
-    plugins = "showdesktop, directorymenu, statusnotifier, mount, worldclock" if session.has_neighbours else "statusnotifier"
+    plugins = "statusnotifier"
+    if session.has_neighbours:
+        plugins = f"showdesktop, directorymenu, {plugins}, mount, worldclock"
     session.write(
         "lxqt/panel.conf",
         f"""panels=panel1
