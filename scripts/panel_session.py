@@ -190,7 +190,7 @@ class PanelSession:
         return found
 
     def write(self, name, text):
-        """A file below the session's configuration directory, replaced as a whole: who watches it never finds a part."""
+        """A file below the session's configuration directory, replaced as a whole: nobody reads a part."""
         path = self.directory / "config" / name
         path.parent.mkdir(parents=True, exist_ok=True)
         part = path.with_name(path.name + ".part")
@@ -210,7 +210,7 @@ class PanelSession:
         return child
 
     def run(self, words):
-        """Runs a command in the session to its end; its standard output. Its errors go to the session's log."""
+        """Runs a command in the session to its end; its standard output. Its errors go to the log."""
         options = {"check": True, "timeout": DEADLINE, "stdout": subprocess.PIPE, "encoding": "utf-8"}
         with open(self.directory / "log", "ab") as log:
             return subprocess.run(self.prefix(words), env=self.environment, stderr=log, **options).stdout
