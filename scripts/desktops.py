@@ -29,7 +29,7 @@ lastScreen=0
 location=4
 
 [Containments][2][General]
-AppletOrder=5;3
+AppletOrder=5;3;6
 
 [Containments][2][Applets][5]
 plugin=org.kde.plasma.panelspacer
@@ -47,8 +47,13 @@ lastScreen=0
 location=4
 
 [Containments][4][General]
-extraItems=
-knownItems=
+extraItems={items}
+knownItems={items}
+shownItems={items}
+"""
+PLASMA_CLOCK = """
+[Containments][2][Applets][6]
+plugin=org.kde.plasma.digitalclock
 """
 
 
@@ -60,7 +65,10 @@ def configure_plasma(session):
         session.write("kdedefaults/kdeglobals", f"{colours.read()}\n[Icons]\nTheme=breeze\n")
     session.write("kdedefaults/plasmarc", f"[Theme]\nname={style}\n")
     session.write("kdeglobals", f"[KDE]\nLookAndFeelPackage=org.kde.{session.theme}.desktop\n")
-    session.write("plasma-org.kde.plasma.desktop-appletsrc", PLASMA_LAYOUT)
+    neighbours = ("clipboard", "notifications", "keyboardlayout")
+    items = ",".join(f"org.kde.plasma.{name}" for name in neighbours if session.has_neighbours)
+    layout = PLASMA_LAYOUT.replace("{items}", items) + (PLASMA_CLOCK if session.has_neighbours else "")
+    session.write("plasma-org.kde.plasma.desktop-appletsrc", layout)
 
 
 def wait_for_bar(session):
@@ -79,6 +87,7 @@ def switch_plasma(session, theme):
 
 
 def write_gnome(session, theme):
+    sources = [("xkb", "us"), ("xkb", "de")] if session.has_neighbours else [("xkb", "us")]
     session.write(
         "glib-2.0/settings/keyfile",
         f"""[org/gnome/shell]
@@ -89,6 +98,9 @@ welcome-dialog-last-shown-version='999'
 [org/gnome/desktop/interface]
 enable-animations=false
 color-scheme='{theme}'
+
+[org/gnome/desktop/input-sources]
+sources={sources}
 
 [org/gnome/desktop/notifications]
 show-banners=false
@@ -113,11 +125,14 @@ def leave_overview(session):
 
 
 def write_cinnamon(session, theme):
+    names = ["show-desktop", "a11y", "notifications", "trash", "calendar"] if session.has_neighbours else []
+    applets = [("xapp-status", 0), *((name, place) for place, name in enumerate(names, 1))]
+    enabled = [f"panel1:right:{place}:{name}@cinnamon.org:{place}" for name, place in applets]
     session.write(
         "glib-2.0/settings/keyfile",
         f"""[org/cinnamon]
 desktop-effects=false
-enabled-applets=['panel1:right:0:xapp-status@cinnamon.org:0']
+enabled-applets={enabled}
 
 [org/cinnamon/theme]
 name='{theme}'

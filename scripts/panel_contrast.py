@@ -39,7 +39,7 @@ class Measurement:
         self.directory = directory
         self.shapes = draw_shapes(session.directory)
         self.empty = {session.theme: session.empty}
-        for theme in session.panel.themes:
+        for theme in looks(session.panel):
             if theme != session.theme:
                 session.switch_theme(theme)
                 self.empty[theme] = session.settled()
@@ -83,41 +83,41 @@ class Measurement:
         strip.save(self.directory / f"{self.session.name} {name}.png".replace(" ", "-").replace("#", ""))
 
 
+def looks(panel):
+    return tuple(dict.fromkeys(panel.themes + panel.colours))
+
+
 def measure(panel, build, directory):
-    themes = {**PANELS, **DESKTOPS}[panel].themes
-    rows = []
-    for theme in themes:
+    """Gives each row as soon as it is measured."""
+    for theme in {**PANELS, **DESKTOPS}[panel].themes:
         with PanelSession(panel, theme) as session:
             host = session.start_host([build / "tests/panel/panel_host"])
             measurement = Measurement(session, host, directory)
-            rows.append(measurement.start())
-            for other in themes:
+            yield measurement.start()
+            for other in looks(session.panel) if theme == session.panel.themes[0] else session.panel.themes:
                 if other != theme:
-                    rows.append(measurement.switched(other))
+                    yield measurement.switched(other)
                     session.switch_theme(theme)
                     session.settled()
-    return rows
 
 
-def table(rows):
-    """In Markdown."""
-    yield "| panel | theme | bar | solid | strokes |"
-    yield "|---|---|---|---|---|"
-    for row in rows:
-        ratios = (f"{ratio:.2f}" if ratio >= WANTED else f"**{ratio:.2f}**" for ratio in row.contrasts.values())
-        yield f"| {row.panel} | {row.look} | `{row.bar}` | {' | '.join(ratios)} |"
+def cells(row):
+    ratios = (f"{ratio:.2f}" if ratio >= WANTED else f"**{ratio:.2f}**" for ratio in row.contrasts.values())
+    return f"| {row.panel} | {row.look} | `{row.bar}` | {' | '.join(ratios)} |"
 
 
 def main():
     build, directory = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
     directory.mkdir(parents=True, exist_ok=True)
+    print("| panel | theme | bar | solid | strokes |\n|---|---|---|---|---|", flush=True)
     rows = []
     for panel in sys.argv[3:] or [*PANELS, *DESKTOPS]:
         try:
-            rows += measure(panel, build, directory)
+            for row in measure(panel, build, directory):
+                print(cells(row), flush=True)
+                rows.append(row)
         except NotInstalled as missing:
-            print(f"panels: no {panel} here, not installed: {missing}", flush=True)
-    print("\n".join(table(rows)))
+            print(f"panels: no {panel} here, not installed: {missing}", file=sys.stderr)
     lowest = min((ratio for row in rows for ratio in row.contrasts.values()), default=0)
     print(f"\nlowest contrast: {lowest:.2f}")
     return 0 if lowest >= WANTED else 1

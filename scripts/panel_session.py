@@ -85,8 +85,10 @@ class Host:
 
 
 class PanelSession:
-    def __init__(self, panel, theme=None, size=(800, 480)):
+    def __init__(self, panel, theme=None, size=(800, 480), has_neighbours=False):
+        """`has_neighbours`: some of the panel's own icons are beside the tray."""
         self.name = panel
+        self.has_neighbours = has_neighbours
         self.panel = {**PANELS, **DESKTOPS}[panel]
         self.theme = self.look = theme or self.panel.themes[0]  # at first, and now
         self.size = size
@@ -188,10 +190,12 @@ class PanelSession:
         return found
 
     def write(self, name, text):
-        """A file below the session's configuration directory."""
+        """A file below the session's configuration directory, replaced as a whole: nobody reads a part."""
         path = self.directory / "config" / name
         path.parent.mkdir(parents=True, exist_ok=True)
-        path.write_text(text, encoding="utf-8")
+        part = path.with_name(path.name + ".part")
+        part.write_text(text, encoding="utf-8")
+        part.replace(path)
 
     def prefix(self, words):
         """A command as it is run in the session: by its user, and ended with this process."""
@@ -206,10 +210,10 @@ class PanelSession:
         return child
 
     def run(self, words):
-        """Runs a command in the session to its end; its standard output."""
-        return subprocess.run(
-            self.prefix(words), env=self.environment, check=True, timeout=DEADLINE, stdout=subprocess.PIPE, encoding="utf-8"
-        ).stdout
+        """Runs a command in the session to its end; its standard output. Its errors go to the log."""
+        options = {"check": True, "timeout": DEADLINE, "stdout": subprocess.PIPE, "encoding": "utf-8"}
+        with open(self.directory / "log", "ab") as log:
+            return subprocess.run(self.prefix(words), env=self.environment, stderr=log, **options).stdout
 
     def accessible_names(self):
         """The names and descriptions that a screen reader can read."""

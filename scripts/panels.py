@@ -41,6 +41,14 @@ def gtk_settings(session, theme, icons="Adwaita"):
 
 def configure_xfce(session):
     gtk_settings(session, "Adwaita")
+    plugins = ["systray"]
+    if session.has_neighbours:
+        plugins = ["showdesktop", "directorymenu", *plugins, "windowmenu", "clock"]
+    ids = "".join(f'<value type="int" value="{number}"/>' for number, _ in enumerate(plugins, 1))
+    kinds = "".join(f'''
+    <property name="plugin-{number}" type="string" value="{plugin}">
+      <property name="square-icons" type="bool" value="true"/>
+    </property>''' for number, plugin in enumerate(plugins, 1))
     session.write(
         "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml",
         f"""<?xml version="1.0" encoding="UTF-8"?>
@@ -54,13 +62,10 @@ def configure_xfce(session):
       <property name="position-locked" type="bool" value="true"/>
       <property name="length" type="uint" value="100"/>
       <property name="size" type="uint" value="32"/>
-      <property name="plugin-ids" type="array"><value type="int" value="1"/></property>
+      <property name="plugin-ids" type="array">{ids}</property>
     </property>
   </property>
-  <property name="plugins" type="empty">
-    <property name="plugin-1" type="string" value="systray">
-      <property name="square-icons" type="bool" value="true"/>
-    </property>
+  <property name="plugins" type="empty">{kinds}
   </property>
 </channel>
 """,
@@ -73,7 +78,9 @@ def switch_xfce(session, theme):
 
 def configure_waybar(session):
     gtk_settings(session, "Adwaita")
-    session.write("waybar/config", '{"layer": "top", "position": "top", "height": 30, "modules-right": ["tray"]}\n')
+    modules = '"cpu", "memory", "tray", "clock"' if session.has_neighbours else '"tray"'
+    layout = '"layer": "top", "position": "top", "height": 30'
+    session.write("waybar/config", f'{{{layout}, "modules-right": [{modules}]}}\n')
     style_waybar(session, session.theme)
 
 
@@ -98,9 +105,12 @@ def switch_lxqt(session, theme):
 
 def configure_lxqt(session):
     switch_lxqt(session, session.theme)
+    plugins = "statusnotifier"
+    if session.has_neighbours:
+        plugins = f"showdesktop, directorymenu, {plugins}, mount, worldclock"
     session.write(
         "lxqt/panel.conf",
-        """panels=panel1
+        f"""panels=panel1
 
 [General]
 __userfile__=true
@@ -112,10 +122,26 @@ iconSize=22
 width=100
 width-percent=true
 animation-duration=0
-plugins=statusnotifier
+plugins={plugins}
 
 [statusnotifier]
 type=statusnotifier
+alignment=Right
+
+[showdesktop]
+type=showdesktop
+alignment=Right
+
+[directorymenu]
+type=directorymenu
+alignment=Right
+
+[mount]
+type=mount
+alignment=Right
+
+[worldclock]
+type=worldclock
 alignment=Right
 """,
     )
@@ -129,24 +155,32 @@ def configure_mate(session):
 def switch_mate(session, theme):
     """The default theme's background, or a dark one."""
     background = {"default": "none"}.get(theme, "color")
+    objects = ["WnckletFactory::ShowDesktopApplet"] if session.has_neighbours else []
+    objects += ["NotificationAreaAppletFactory::NotificationArea"]
+    objects += ["ClockAppletFactory::ClockApplet"] if session.has_neighbours else []
+    names = [f"object-{number}" for number, _ in enumerate(objects)]
+    settings = "".join(
+        f"""
+[org/mate/panel/objects/{name}]
+object-type='applet'
+applet-iid='{applet}'
+toplevel-id='bar'
+position={number}
+locked=true
+"""
+        for number, (name, applet) in enumerate(zip(names, objects))
+    )
     session.write(
         "glib-2.0/settings/keyfile",
         f"""[org/mate/panel/general]
 toplevel-id-list=['bar']
-object-id-list=['tray']
+object-id-list={names}
 
 [org/mate/panel/toplevels/bar]
 orientation='top'
 expand=true
 size=26
-
-[org/mate/panel/objects/tray]
-object-type='applet'
-applet-iid='NotificationAreaAppletFactory::NotificationArea'
-toplevel-id='bar'
-position=0
-locked=true
-
+{settings}
 [org/mate/panel/toplevels/bar/background]
 type='{background}'
 color='rgb(24,24,28)'

@@ -174,6 +174,9 @@ TEST_F(Freedesktop, SignalsTheLeastAboutTheMenuAndKeepsWhatAPanelMayHaveOpen) {
   for (const auto& [items, signals, choices] : steps) {
     manager->setMenuItems(items);
     EXPECT_EQ(panel->takeSignals(), signals);
+    const bool isUnread = !signals.empty() && signals[0].starts_with("LayoutUpdated");
+    EXPECT_EQ(panel->call(kMenu, "AboutToShow", "(0,)"), isUnread ? "(true,)" : "(false,)");
+    EXPECT_EQ(panel->call(kMenu, "AboutToShowGroup", "([0, 0],)"), isUnread ? "([0], @ai [])" : "(@ai [], @ai [])");
     EXPECT_EQ(chooseAll(), choices);
     if (items.size() < 3) panel->menu();
   }

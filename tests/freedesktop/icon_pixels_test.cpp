@@ -118,7 +118,7 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
     return distance == 1 || (column == row && (row == 1 || row == 2));
   };
   const auto svg = symbolicSvg(draw(shape, 22, 22), PanelKind::gnome);
-  EXPECT_THAT(svg, HasSubstr("viewBox=\"0 0 22 22\""));
+  EXPECT_THAT(svg, HasSubstr("viewBox=\"1 1 20 20\"")) << "without what the host left free for an outline";
   EXPECT_THAT(svg, HasSubstr(".ColorScheme-Text { color:#232629; }"));
   for (const std::string opacity : {".25", ".3333", ".5", "1"}) {  // layers, each on those before
     EXPECT_THAT(svg, HasSubstr("class=\"ColorScheme-Text\" fill=\"currentColor\" fill-opacity=\"" + opacity +
@@ -127,14 +127,17 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
 
   EXPECT_THAT(svg, Not(HasSubstr("class=\"ColorScheme-Background\"")));
   // Plasma's is shrunk for an outline, which lies beneath it.
-  EXPECT_THAT(symbolicSvg(draw(fullSquare, 22, 22), PanelKind::plasma),
-              MatchesRegex(".*class=\"ColorScheme-Background\".* stroke-width=\"3\" d=\"M2 2h18v18h-18z\"/>"
-                           "(<path class=\"ColorScheme-Text\"[^>]* d=\"M2 2h18v18h-18z\"/>){4}</svg>\n"));
+  EXPECT_THAT(
+      symbolicSvg(draw(fullSquare, 22, 22), PanelKind::plasma),
+      MatchesRegex(
+          ".*viewBox=\"0 0 22 22\".*class=\"ColorScheme-Background\".* stroke-width=\"3\" d=\"M2 2h18v18h-18z\"/>"
+          "(<path class=\"ColorScheme-Text\"[^>]* d=\"M2 2h18v18h-18z\"/>){4}</svg>\n"));
 
   // What is kept of a larger picture gives the same.
   const auto large = draw(disc, 300, 200);
   EXPECT_LE(keptOf(large).alpha.size(), 44U * 44);
   EXPECT_EQ(symbolicSvg(keptOf(large), PanelKind::gnome), symbolicSvg(large, PanelKind::gnome));
+  EXPECT_THAT(symbolicSvg(large, PanelKind::gnome), HasSubstr("viewBox=\"4 4 36 36\"")) << "and of more no more";
 
   EXPECT_NE(symbolicName(svg), symbolicName(svg + " "));
   EXPECT_THAT(symbolicName(svg), MatchesRegex("[a-z0-9-]+-symbolic"));

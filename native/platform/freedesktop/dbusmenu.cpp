@@ -260,19 +260,21 @@ int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t id = 0;
   if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
   if (!history_.find(id).isKnown) return refuseId(error, id);
-  return reply(call, [](MessageWriter& to) { to.append(false); });  // every change was signalled
+  return reply(call, [&](MessageWriter& to) { to.append(isToBeRead(id)); });
 }
 
 int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
   std::span<const std::int32_t> ids;
   if (const int result = readIds(call, ids, error); result < 0) return result;
+  std::vector<std::int32_t> unread;
   std::vector<std::int32_t> unknown;
   for (const auto id : ids) {
+    if (isToBeRead(id) && unread.empty()) unread.push_back(id);
     if (!history_.find(id).isKnown) unknown.push_back(id);
   }
   if (!ids.empty() && unknown.size() == ids.size()) return refuseId(error, unknown.front());
   return reply(call, [&](MessageWriter& to) {
-    to.append(std::span<const std::int32_t>());
+    to.append(unread);
     to.append(unknown);
   });
 }

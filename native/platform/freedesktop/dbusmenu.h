@@ -40,6 +40,8 @@ class DBusMenu {
   int aboutToShow(sd_bus_message* call, sd_bus_error* error);
   int aboutToShowGroup(sd_bus_message* call, sd_bus_error* error);
 
+  /// Whether a panel that is about to show the entry has to read it first.
+  bool isToBeRead(std::int32_t id) const { return id == MenuLayout::kRootId && !history_.isRead(); }
   void chooseLater(std::shared_ptr<const MenuItem> item);
   bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
   void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);

@@ -12,9 +12,6 @@
 namespace quill::freedesktop {
 namespace {
 
-/// Kept free on each side for the outline, in 22nds of the icon. Less than the outline's width: where a shape needs all
-/// the room, only the rim is cut.
-constexpr int kMargin = 2;
 /// Below this fraction of the strongest opacity, 1/16, a pixel does not count as touching the margin.
 constexpr int kFaintest = 16;
 /// The strongest pixel of a shape, however faint on purpose, is brought up to this: so that its fill or its black
@@ -240,7 +237,7 @@ std::vector<std::uint8_t> shapeCoverage(const Shape& shape) {
 
 FramedCoverage framedCoverage(const Shape& shape) {
   if (shape.alpha.empty()) return {};
-  constexpr double kRoom = kSmallSide / 2.0 - kMargin;
+  constexpr double kRoom = kSmallSide / 2.0 - kOutlineMargin;
   const double fitting = fittingScale(shape, kSmallSide);
   const auto [strongest, reach] = extentOf(shape);
   const double reached = reach * fitting;

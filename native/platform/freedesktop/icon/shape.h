@@ -19,6 +19,10 @@ struct Shape {
 constexpr int kSmallSide = 22;
 constexpr int kLargeSide = 44;
 
+/// Kept free on each side for the outline, in 22nds of the icon. Less than the outline's width: where a shape needs all
+/// the room, only the rim is cut.
+constexpr int kOutlineMargin = 2;
+
 /// Empty for pixels that hold no picture. Pure, as all of these.
 Shape shapeOf(const Pixels& source);
 
@@ -33,8 +37,8 @@ int largestSide(const Shape& shape);
 /// shape.
 std::vector<std::uint8_t> shapeCoverage(const Shape& shape);
 
-/// The same with 2 of 22 pixels kept free on each side for an outline, in each size up to the largest: a shape that
-/// reaches into that margin is shrunk about the centre.
+/// The same with the margin kept free on each side for an outline, in each size up to the largest: a shape that reaches
+/// into that margin is shrunk about the centre.
 struct FramedCoverage {
   std::vector<std::uint8_t> small;
   std::vector<std::uint8_t> large;  ///< empty where there is no more than 22 pixels to show

@@ -11,7 +11,7 @@
 namespace quill::freedesktop {
 namespace {
 
-constexpr std::string_view kHead = R"(<svg xmlns="http://www.w3.org/2000/svg" width="22" height="22" viewBox="0 0 )";
+constexpr std::string_view kHead = R"(<svg xmlns="http://www.w3.org/2000/svg" width="22" height="22" viewBox=")";
 constexpr std::string_view kStyle =
     R"("><style type="text/css" id="current-color-scheme">.ColorScheme-Text { color:#232629; })"
     R"(.ColorScheme-Background { color:#eff0f1; }</style>)";
@@ -106,6 +106,18 @@ std::vector<std::uint8_t> framedLargest(const Shape& shape) {
   return std::move(coverage.large.empty() ? coverage.small : coverage.large);
 }
 
+/// How many rows and columns of each side have nothing to draw, up to the outline's margin.
+int unusedMargin(const std::vector<std::uint8_t>& coverage, int side) {
+  int margin = kOutlineMargin * side / kSmallSide;
+  for (int i = 0; i < side * side; ++i) {
+    const int x = i % side;
+    const int y = i / side;
+    if (coverage[static_cast<std::size_t>(i)] < kLayers.front().leastCoverage) continue;
+    margin = std::min({margin, x, y, side - 1 - x, side - 1 - y});
+  }
+  return margin;
+}
+
 }  // namespace
 
 std::string symbolicSvg(const Shape& shape, PanelKind panel) {
@@ -114,9 +126,11 @@ std::string symbolicSvg(const Shape& shape, PanelKind panel) {
   const auto coverage = isOutlined ? framedLargest(shape) : shapeCoverage(shape);
   if (coverage.empty()) return {};
 
-  const auto grid = std::to_string(side);
+  const int margin = isOutlined ? 0 : unusedMargin(coverage, side);
+  const auto corner = std::to_string(margin) + ' ';
+  const auto seen = std::to_string(side - 2 * margin);
   std::string svg(kHead);
-  svg.append(grid).append(" ").append(grid).append(kStyle);
+  svg.append(corner).append(corner).append(seen).append(" ").append(seen).append(kStyle);
   if (isOutlined) {
     const auto width = std::to_string(kOutlineWidth * side / kSmallSide);
     svg.append(kOutline).append(width).append(R"(" d=")").append(Outliner(coverage, side, kOutlined).path());

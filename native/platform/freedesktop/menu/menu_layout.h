@@ -130,6 +130,7 @@ class MenuHistory {
   std::uint32_t revision() const { return revision_; }
   /// A panel has read from the current layout.
   void noteRead() { isRead_ = true; }
+  bool isRead() const { return isRead_; }
 
   /// The item under an id of the current layout, or of the last earlier one that a panel has read.
   struct Found {
