@@ -1,37 +1,30 @@
 // What holds for every desktop.
 
-#include <algorithm>
-
 #include "memory_desktop.h"
 #include "panel_fixture.h"
 
 namespace quill {
 namespace {
 
-using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
-
-constexpr milliseconds kDeadline{10'000};
 
 /// A desktop with the time that passes on it and a user who sees its bar.
 struct OnMemory {
   memory::Desktop desktop;
+  memory::MainQueue& queue = desktop.mainQueue();
 
-  nanoseconds now() { return desktop.mainQueue().now(); }
-  void stall(nanoseconds duration) { desktop.mainQueue().stall(duration); }
+  nanoseconds now() { return queue.now(); }
+  void stall(nanoseconds duration) { queue.stall(duration); }
   bool runUntil(const std::function<bool()>& done) {
-    const auto deadline = now() + kDeadline;
-    while (!done() && now() < deadline) {
-      if (!desktop.mainQueue().waitAndRunOne(milliseconds(1))) desktop.mainQueue().advance(milliseconds(1));
-    }
+    for (const auto deadline = now() + 10s; !done() && now() < deadline;)
+      if (!queue.waitAndRunOne(1ms)) queue.advance(1ms);
     return done();
   }
 
   std::shared_ptr<StatusItem> show() { return desktop.makeStatusItem(kSquareStatusItemLength); }
-  bool hasIcon() { return desktop.mainQueue().runAll(), !desktop.shown.empty() && desktop.shown.back().image; }
+  bool hasIcon() { return queue.runAll(), !desktop.shown.empty() && desktop.shown.back().image; }
   bool has(const std::string& title) {
-    const auto entries = desktop.statusItem()->announcedMenu()->items();
-    return std::any_of(entries.begin(), entries.end(), [&](const auto& entry) { return entry->title == title; });
+    return Value(desktop.statusItem()->announcedMenu()->items(), Contains(Pointee(Field(&MenuItem::title, title))));
   }
   void click() { desktop.click(); }
   void choose(const std::string& title) { desktop.choose(title); }
@@ -41,15 +34,12 @@ struct OnMemory {
 struct OnFreedesktop {
   PrivateBus bus;
   freedesktop::Desktop desktop;
+  MainQueue& queue = desktop.mainQueue();
   std::unique_ptr<freedesktop::Peer> panel;
 
   nanoseconds now() { return freedesktop::monotonicNow(); }
   void stall(nanoseconds duration) { std::this_thread::sleep_for(duration); }
-  bool runUntil(const std::function<bool()>& done) {
-    // A condition that another thread makes true wakes nobody.
-    const auto look = desktop.mainQueue().repeat(milliseconds(1), [] {});
-    return freedesktop::runUntil(done, kDeadline);
-  }
+  bool runUntil(const std::function<bool()>& done) { return freedesktop::runUntil(done); }
 
   std::shared_ptr<StatusItem> show() {
     bus.start();
@@ -63,23 +53,20 @@ struct OnFreedesktop {
     panel->takeSignals();
     return panel->get("Status") == "(<'Active'>,)" && panel->get("IconPixmap").find("[(") != std::string::npos;
   }
-  bool has(const std::string& title) {
-    return panel->takeSignals(), panel->menu().find("<'" + title + "'>") != std::string::npos;
-  }
+  std::string menu() { return panel->takeSignals(), panel->menu(); }
+  bool has(const std::string& title) { return menu().find("<'" + title + "'>") != std::string::npos; }
   void click() { panel->call(freedesktop::kItem, "Activate", "(0, 0)"), panel->takeSignals(); }
   void choose(const std::string& title) {
-    const auto menu = (panel->takeSignals(), panel->menu());
-    const auto entry = menu.rfind('(', menu.find("<'" + title + "'>"));  // its id is first
-    panel->choose(std::stoi(menu.substr(entry + 1)));
+    const auto shown = menu();
+    const auto entry = shown.rfind('(', shown.find("<'" + title + "'>"));  // its id is first
+    panel->choose(std::stoi(shown.substr(entry + 1)));
     panel->takeSignals();
   }
   bool isEmpty() { return panel->menu() == "error"; }
 };
 
 template <typename Driver>
-class DesktopContract : public Test {
- protected:
-  MainQueue& queue() { return driver.desktop.mainQueue(); }
+struct DesktopContract : Test {
   Driver driver;
 };
 using Drivers = Types<OnMemory, OnFreedesktop>;
@@ -132,46 +119,44 @@ TYPED_TEST(DesktopContract, ShowsAnItemTellsOfClicksAndChoicesFollowsAndForgetsI
 }
 
 TYPED_TEST(DesktopContract, RunsWhatIsPostedLaterInOrder) {
-  std::vector<int> ran;
-  this->queue().post([&] {
-    ran.push_back(1);
-    this->queue().post([&] { ran.push_back(3); });
-  });
-  this->queue().post([&] { ran.push_back(2); });
-  EXPECT_TRUE(ran.empty());
+  auto& queue = this->driver.queue;
+  Lines ran;
+  queue.post([&] { ran.emplace_back("first"), queue.post([&] { ran.emplace_back("posted by it"); }); });
+  queue.post([&] { ran.emplace_back("second"); });
+  EXPECT_THAT(ran, IsEmpty());
   this->driver.runUntil([&] { return ran.size() >= 3; });
-  EXPECT_THAT(ran, ElementsAre(1, 2, 3));
+  EXPECT_THAT(ran, ElementsAre("first", "second", "posted by it"));
 }
 
 TYPED_TEST(DesktopContract, TicksOnItsGridWhateverTheDelays) {
-  constexpr milliseconds kPeriod{40};
+  constexpr auto kPeriod = 40ms;
+  auto& loop = this->driver;
   std::vector<nanoseconds> ticks;
-  const auto start = this->driver.now();
-  const auto timer = this->queue().repeat(kPeriod, [&] {
-    ticks.push_back(this->driver.now() - start);
-    if (ticks.size() == 1) this->driver.stall(kPeriod * 5 / 2);
+  const auto timer = loop.queue.repeat(kPeriod, [&, start = loop.now()] {
+    ticks.push_back(loop.now() - start);
+    if (ticks.size() == 1) loop.stall(kPeriod * 5 / 2);
   });
-  ASSERT_TRUE(this->driver.runUntil([&] { return ticks.size() >= 10; }));
+  ASSERT_TRUE(loop.runUntil([&] { return ticks.size() >= 10; }));
   EXPECT_GE(ticks.front(), kPeriod);
   EXPECT_LE(10, ticks.back() / kPeriod - 1) << "two that were missed, of which one came late";
-  const auto leastDelay = std::min_element(ticks.begin() + 2, ticks.end(),
-                                           [&](auto one, auto other) { return one % kPeriod < other % kPeriod; });
-  EXPECT_LT(*leastDelay % kPeriod, kPeriod / 4) << "the delay did not move the grid";
+  auto leastDelay = nanoseconds::max();
+  for (std::size_t i = 2; i < ticks.size(); ++i) leastDelay = std::min(leastDelay, ticks[i] % kPeriod);
+  EXPECT_LT(leastDelay, kPeriod / 4) << "the delay did not move the grid";
 }
 
 TYPED_TEST(DesktopContract, EndsATimerWithItsObjectAndTicksWhileWorkKeepsTheLoopGoing) {
-  int ticks = 0;
-  int endedTicks = 0;
+  auto& loop = this->driver;
+  int ticks = 0, endedTicks = 0;
   bool done = false;
   std::unique_ptr<Timer> ended;
-  ended = this->queue().repeat(milliseconds(2), [&, own = std::make_shared<int>(1)] {
+  ended = loop.queue.repeat(2ms, [&, own = std::make_shared<int>(1)] {
     ended->invalidate(), ended.reset();
     endedTicks += *own;  // what it holds outlives the call
   });
-  this->queue().repeat(milliseconds(2), [&] { endedTicks += 100; }).reset();
-  const auto timer = this->queue().repeat(milliseconds(2), [&] { ++ticks; });
-  this->queue().post([&] { done = this->driver.runUntil([&] { return ticks >= 5; }); });
-  EXPECT_TRUE(this->driver.runUntil([&] { return done; }));
+  loop.queue.repeat(2ms, [&] { endedTicks += 100; }).reset();
+  const auto timer = loop.queue.repeat(2ms, [&] { ++ticks; });
+  loop.queue.post([&] { done = loop.runUntil([&] { return ticks >= 5; }); });
+  EXPECT_TRUE(loop.runUntil([&] { return done; }));
   EXPECT_EQ(endedTicks, 1);
 }
 

@@ -226,38 +226,37 @@ TEST_F(LoggingHost, WaitsOnceForAReaderThatDoesNotReadAndTearsNoLine) {
 
 TEST_F(LoggingHost, OutlivesAStandardOutputThatIsGone) {
   const auto losePipe = [] { close(becomePipe()); };
-  const std::function<void()> cases[] = {
-      losePipe,
-      [&] { losePipe(), fputs("not flushed yet", stdout); },
-      [] {
-        for (becomePipe(); write(STDOUT_FILENO, "", 1) == 1;) continue;  // full
-      },
-      [] { close(STDOUT_FILENO), logNumbers("N", upTo(200)); },
-      [] { fclose(stdout); },
+  const auto holdBack = [] {
+    const auto held = posix::signalSet({SIGPIPE});
+    sigprocmask(SIG_BLOCK, &held, nullptr);
   };
-  for (const auto& gone : cases) {
+  // Each with whether the host's own SIGPIPE waits afterwards, as before.
+  const std::pair<std::function<void()>, bool> cases[] = {
+      {losePipe, false},
+      {[&] { losePipe(), fputs("not flushed yet", stdout); }, false},
+      {[] {
+         for (becomePipe(); write(STDOUT_FILENO, "", 1) == 1;) continue;  // full
+       },
+       false},
+      {[] { close(STDOUT_FILENO), logNumbers("N", upTo(200)); }, false},
+      {[] { fclose(stdout); }, false},
+      {[&] { losePipe(), holdBack(); }, false},
+      {[&] { losePipe(), holdBack(), raise(SIGPIPE); }, true},
+  };
+  for (const auto& [gone, waits] : cases) {
     fs::remove(file);
-    run([&] {
+    run([&, signalWaits = waits] {
       logInfo("before", "T");
       gone();
       errno = EXDEV;
       logInfo("gone", "T");
       EXPECT_EQ(errno, EXDEV);
+      sigset_t waiting;
+      sigpending(&waiting);
+      EXPECT_EQ(sigismember(&waiting, SIGPIPE), signalWaits);
     });
     const auto all = logged();
     EXPECT_TRUE(all.size() >= 2 && all.front() == "[T] before" && all.back() == "[T] gone");
-  }
-  for (const bool waits : {false, true}) {  // a signal that the host holds back itself
-    run([&] {
-      const auto held = posix::signalSet({SIGPIPE});
-      sigprocmask(SIG_BLOCK, &held, nullptr);
-      if (waits) raise(SIGPIPE);
-      losePipe();
-      logInfo("gone", "T");
-      sigset_t waiting;
-      sigpending(&waiting);
-      EXPECT_EQ(sigismember(&waiting, SIGPIPE), waits);
-    });
   }
 }
 

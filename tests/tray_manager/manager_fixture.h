@@ -34,7 +34,15 @@ struct Manager : TrayManager {
     performed.emplace_back(selector);
     return TrayManager::perform(selector, sender);
   }
+  std::shared_ptr<Menu> createStandardMenu() override {
+    performed.emplace_back("standard menu");
+    return hasMemory ? TrayManager::createStandardMenu() : throw std::bad_alloc();
+  }
+  std::shared_ptr<Menu> createBasicMenu() override {
+    return performed.emplace_back("basic menu"), TrayManager::createBasicMenu();
+  }
   Lines performed;
+  bool hasMemory = true;
 };
 
 /// Only its size is looked at here.
