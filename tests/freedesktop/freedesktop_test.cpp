@@ -70,7 +70,6 @@ TEST_F(Freedesktop, NeedsAUsableAddressAndWaitsForABusWithoutBurningTime) {
 
 TEST_F(Freedesktop, KeepsASandboxsConnectionOffTheStandardStreams) {
   bus.start();
-  const posix::FileDescriptor input(dup(STDIN_FILENO));
   close(STDIN_FILENO);
   BusHandshake handshake(bus.address());
   sd_bus* made = nullptr;
@@ -79,7 +78,6 @@ TEST_F(Freedesktop, KeepsASandboxsConnectionOffTheStandardStreams) {
   EXPECT_GT(handshake.finish(10s), 0);
   EXPECT_GE(handshake.start(made), 0);
   EXPECT_GT(sd_bus_get_fd(made), STDERR_FILENO);
-  dup2(input.number(), STDIN_FILENO);
 }
 
 TEST_F(Freedesktop, AnswersEachCall) {
@@ -152,10 +150,6 @@ TEST_F(Freedesktop, TellsOfClicksAndOfManyChoicesOneATurnAndRefusesMoreThanAMenu
 
 TEST_F(Freedesktop, SignalsTheLeastAboutTheMenuAndKeepsWhatAPanelMayHaveOpen) {
   showInPanel();
-  EXPECT_EQ(
-      panel->menu(),
-      "(uint32 2, (0, {'children-display': <'submenu'>}, [<(1, {'label': <'A'>}, @av [])>, <(2, {'label': "
-      "<'__B<'>, 'enabled': <false>, 'shortcut': <[['Control', 'Alt', 'Shift', 'Super', 'minus']]>}, @av [])>]))");
   using Item = TrayManager::MenuItemData;
   const Item a{"a", "A", true, ""};
   const Item off{"b", "_B<", false, "Cmd+Ctrl+Alt+Shift+-"};
@@ -192,7 +186,6 @@ TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
 }
 
 TEST_F(Freedesktop, TellsTheHostsApplicationOfTheTokenOfAClickAndToEnd) {
-  const ObjectPointer<GApplication> application(g_application_new("org.example.Host", G_APPLICATION_NON_UNIQUE));
   auto* const functions = G_APPLICATION_GET_CLASS(application.get());
   functions->before_emit = [](GApplication*, GVariant* data) { told.push_back("before " + text(data)); };
   functions->after_emit = [](GApplication*, GVariant* data) { told.push_back("after " + text(data)); };
@@ -209,16 +202,13 @@ TEST_F(Freedesktop, TellsTheHostsApplicationOfTheTokenOfAClickAndToEnd) {
     panel->takeSignals();
     return std::exchange(told, {});
   };
-  EXPECT_THAT(clickWithToken("early"), ElementsAre("click"));   // not registered
-  setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);  // GIO's own connection would outlive the bus
-  ASSERT_TRUE(g_application_register(application.get(), nullptr, nullptr));
+  EXPECT_THAT(clickWithToken("early"), ElementsAre("click"));  // not registered
+  ASSERT_TRUE(registerApplication());
   const std::string data = "{'desktop-startup-id': <'t1'>, 'activation-token': <'t1'>}";
   EXPECT_THAT(clickWithToken("t1"), ElementsAre("before " + data, "click", "after " + data));
   EXPECT_THAT(clickWithToken(nullptr), ElementsAre("click"));
 
-  const ObjectPointer<GSimpleAction> quit(g_simple_action_new("quit", nullptr));
-  g_signal_connect(quit.get(), "activate", G_CALLBACK(+[] { told.emplace_back("quit"); }), nullptr);
-  g_action_map_add_action(G_ACTION_MAP(application.get()), G_ACTION(quit.get()));
+  addAction(application.get(), "quit");
   desktop.terminate();
   EXPECT_THAT(told, ElementsAre("quit"));
   g_action_map_remove_action(G_ACTION_MAP(application.get()), "quit");

@@ -50,8 +50,8 @@ class HostMenuTest : public PanelTest {
  protected:
   HostMenuTest() {
     g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_WARNING));
-    addAction(actions, "do_it"), addAction(actions, "checked", nullptr, "true");
-    addAction(actions, "choice", "s", "'one'"), addAction(actions, "structure", "(sad)");
+    addAction(actions.get(), "do_it"), addAction(actions.get(), "checked", nullptr, "true");
+    addAction(actions.get(), "choice", "s", "'one'"), addAction(actions.get(), "structure", "(sad)");
     nameActions(model, actions);
   }
   ~HostMenuTest() override { hostIsCalled = nullptr; }
@@ -59,21 +59,13 @@ class HostMenuTest : public PanelTest {
   GSimpleAction* action(const char* name) {
     return G_SIMPLE_ACTION(g_action_map_lookup_action(G_ACTION_MAP(actions.get()), name));
   }
-  static void note(GSimpleAction* action, GVariant* target, gpointer) {
-    told.push_back(g_action_get_name(G_ACTION(action)) + (target != nullptr ? " " + text(target) : ""));
-  }
-  static void addAction(const ObjectPointer<GSimpleActionGroup>& group, const char* name,
-                        const char* parameter = nullptr, const char* state = nullptr) {
-    const GActionEntry entry{name, note, parameter, state, nullptr, {}};
-    g_action_map_add_action_entries(G_ACTION_MAP(group.get()), &entry, 1, nullptr);
-  }
   static void nameActions(const MenuPointer& menu, const ObjectPointer<GSimpleActionGroup>& group) {
     g_object_set_data_full(G_OBJECT(menu.get()), kActionGroup, g_object_ref(group.get()), g_object_unref);
   }
   /// A model of two items and the actions that they name, all of which call the host.
   static MenuPointer callingModel() {
     const auto group = calling(ObjectPointer<GSimpleActionGroup>(g_simple_action_group_new()));
-    addAction(group, "do_it");
+    addAction(group.get(), "do_it");
     auto made = calling(MenuPointer(g_menu_new()));
     const auto sub = calling(MenuPointer(g_menu_new()));
     append(sub, "Inner", "tray.do_it");
@@ -95,9 +87,7 @@ class HostMenuTest : public PanelTest {
 };
 
 TEST_F(HostMenuTest, ShowsAndActivatesWhatTheModelHoldsUntilReplaced) {
-  const ObjectPointer<GApplication> application(g_application_new("org.example.Host", G_APPLICATION_NON_UNIQUE));
-  const ObjectPointer<GSimpleAction> quit(g_simple_action_new("quit", nullptr));
-  g_action_map_add_action(G_ACTION_MAP(application.get()), G_ACTION(quit.get()));
+  addAction(application.get(), "quit");
   g_application_set_default(application.get());
 
   const MenuPointer hollow(g_menu_new()), nested(g_menu_new()), choices(g_menu_new());
@@ -113,9 +103,8 @@ TEST_F(HostMenuTest, ShowsAndActivatesWhatTheModelHoldsUntilReplaced) {
   g_menu_append_submenu(model.get(), "_Sub", G_MENU_MODEL(choices.get()));
   append(model, "Hidden", "tray.missing", "hidden-when", "action-missing");
   for (const char* name : {"do_it", "app.quit", "tray.checked", "tray.structure(('\\n', [0.1, inf]))",
-                           "tray.structure::5", "tray.do_it::x", "other.do_it"}) {
+                           "tray.structure::5", "tray.do_it::x", "other.do_it"})
     append(model, "N", name);
-  }
   g_menu_append_section(model.get(), nullptr, G_MENU_MODEL(hollow.get()));
   showModel();
   EXPECT_EQ(
@@ -133,15 +122,14 @@ TEST_F(HostMenuTest, ShowsAndActivatesWhatTheModelHoldsUntilReplaced) {
       "<(16, {'label': <'N'>, 'toggle-type': <'checkmark'>, 'toggle-state': <1>}, @av [])>, "
       "<(17, {'label': <'N'>}, @av [])>, <(18, {'label': <'N'>, 'enabled': <false>}, @av [])>, "
       "<(19, {'label': <'N'>, 'enabled': <false>}, @av [])>, <(20, {'label': <'N'>, 'enabled': <false>}, @av [])>]))");
-  setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);  // GIO's own connection would outlive the bus
-  g_application_register(application.get(), nullptr, nullptr);  // from now on it has actions
+  registerApplication();  // from now on it has actions
   EXPECT_THAT(panel->takeSignals(), ElementsAre("ItemsPropertiesUpdated([(15, {'enabled': <true>})], @a(ias) [])"));
 
   auto* watched = model.get();
   g_object_add_weak_pointer(G_OBJECT(watched), reinterpret_cast<gpointer*>(&watched));
   model.reset();
   EXPECT_THAT(chooseAll(), ElementsAre("do_it", "do_it", "do_it", "do_it", "choice 'one'", "choice \"a 'b' (c)\"",
-                                       "checked", "structure ('\\n', [0.10000000000000001, inf])"));
+                                       "quit", "checked", "structure ('\\n', [0.10000000000000001, inf])"));
   manager->setMenuItems({});
   EXPECT_EQ(watched, nullptr);
   EXPECT_EQ(G_OBJECT(actions.get())->ref_count, 1U);
