@@ -2,6 +2,8 @@
 
 #include <gio/gio.h>
 
+#include <sstream>
+
 #include "freedesktop_desktop.h"
 #include "gobject_handles.h"
 #include "page_memory.h"
@@ -137,6 +139,15 @@ class PanelTest : public Test {
     manager->createTray();
     startPanel(panelNames);
     panel->takeSignals();
+  }
+  /// To the calls in a table, each an interface, a method and its arguments.
+  void expectReplies(const char* table) const {
+    for (const auto& [call, reply] : casesIn(std::string(CASES) + table)) {
+      std::istringstream words(call);
+      std::string interface, method, arguments;
+      std::getline(words >> interface >> method >> std::ws, arguments);
+      EXPECT_EQ(panel->call(interface, method, arguments.c_str()), reply) << call;
+    }
   }
   /// Chooses each entry that there ever was; answers with what the host is told.
   Lines chooseAll() {

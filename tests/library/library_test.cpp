@@ -5,6 +5,7 @@
 
 #include <atomic>
 #include <future>
+#include <regex>
 #include <thread>
 
 #include "forked_host.h"
@@ -28,10 +29,8 @@ class HostTest : public ForkedHost {
     fs::remove(file);
     ForkedHost::run(host);
     auto logged = lines(file);
-    const std::string names = "][TrayManager] [TrayManager]";
-    for (auto& line : logged) {  // the level is behind 26 characters of brackets and time
-      if (const auto at = line.find(names); at != std::string::npos) line.erase(at, names.size()).erase(0, 26);
-    }
+    const std::regex head(R"(^\[.{23}\]\[([A-Z]+)\]\[TrayManager\] \[TrayManager\])");
+    for (auto& line : logged) line = std::regex_replace(line, head, "$1");
     return logged;
   }
 
@@ -76,10 +75,8 @@ TEST_F(HostTest, TheMainThreadIsTheOneThatRunsTheLoop) {
   const std::function<void()> hosts[] = {
       [] {  // runs it on the first thread; its own sources call, too
         g_autoptr(GMainLoop) loop = g_main_loop_new(nullptr, FALSE);
-        const auto animateAndQuit = [](gpointer ended) -> gboolean {
-          return animate(), g_main_loop_quit(static_cast<GMainLoop*>(ended)), FALSE;
-        };
-        const std::jthread other([&] { animate(), g_idle_add(animateAndQuit, loop); });
+        const auto end = [](gpointer of) { return animate(), g_main_loop_quit(static_cast<GMainLoop*>(of)), FALSE; };
+        const std::jthread other([&] { animate(), g_idle_add(end, loop); });
         g_main_loop_run(loop);
       },
       [] {  // on another thread
