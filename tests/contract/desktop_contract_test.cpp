@@ -3,8 +3,7 @@
 #include "memory_desktop.h"
 #include "panel_fixture.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 using std::chrono::nanoseconds;
 
@@ -160,5 +159,4 @@ TYPED_TEST(DesktopContract, EndsATimerWithItsObjectAndTicksWhileWorkKeepsTheLoop
   EXPECT_EQ(endedTicks, 1);
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

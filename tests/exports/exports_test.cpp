@@ -4,8 +4,7 @@
 #include "url.h"
 #include "utf8_text.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 /// "refused", "none", or "id|title|on|shortcut;" for each item.
 std::string read(std::string_view json) {
@@ -76,5 +75,4 @@ TEST(Exports, ATypicalRun) {
                                        "ERROR 设置菜单项数据失败：JSON 解析失败", "INFO 已打开 URL: http://x/\uFFFD"));
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

@@ -9,8 +9,7 @@
 #include "panel_fixture.h"
 #include "sd_bus_handles.h"
 
-namespace quill::freedesktop {
-namespace {
+namespace quill::freedesktop::tests {
 
 using Freedesktop = PanelTest;
 
@@ -208,5 +207,4 @@ TEST_F(Freedesktop, TellsTheHostsApplicationOfTheTokenOfAClickAndToEnd) {
   EXPECT_EQ(signals, 2);
 }
 
-}  // namespace
-}  // namespace quill::freedesktop
+}  // namespace quill::freedesktop::tests

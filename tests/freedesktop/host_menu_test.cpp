@@ -1,7 +1,6 @@
 #include "panel_fixture.h"
 
-namespace quill::freedesktop {
-namespace {
+namespace quill::freedesktop::tests {
 
 using MenuPointer = ObjectPointer<GMenu>;
 constexpr auto kActionGroup = "quill-tray-manager-action-group-tray";
@@ -223,5 +222,4 @@ TEST_F(HostMenuTest, IsReadWholeFromInsideARead) {
   EXPECT_THAT(panel->menu(), HasSubstr("Late"));
 }
 
-}  // namespace
-}  // namespace quill::freedesktop
+}  // namespace quill::freedesktop::tests

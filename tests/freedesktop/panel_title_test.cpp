@@ -2,8 +2,7 @@
 
 #include "testing.h"
 
-namespace quill::freedesktop {
-namespace {
+namespace quill::freedesktop::tests {
 
 TEST(PanelTitle, LosesItsMiddleBeyondSixtyColumns) {
   const auto middle = times(29, "a") + "K" + times(40, "m") + "L" + times(28, "z");
@@ -34,5 +33,4 @@ TEST(PanelLabel, ShowsUnderscoresAsGiven) {
   EXPECT_EQ(panelLabel(std::string_view("a\0b", 3), {}, PanelKind::gnome), "a\uFFFDb");
 }
 
-}  // namespace
-}  // namespace quill::freedesktop
+}  // namespace quill::freedesktop::tests

@@ -7,8 +7,7 @@
 
 #include "testing.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -130,5 +129,4 @@ TEST(DecodeImage, AVectorHarmsNobody) {
   EXPECT_EQ(internal::GetCapturedStderr(), "");
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

@@ -35,8 +35,7 @@ extern "C" int ftruncate(int file, off_t size) noexcept {
   return static_cast<int>(syscall(SYS_ftruncate, file, size));
 }
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 // Logs "0", "1" and so on.
 void logNumbers(const std::string& module, const std::function<bool(int)>& goesOn) {
@@ -280,5 +279,4 @@ TEST_F(LoggingHost, StaysInTheTimeZoneItStartedIn) {
   }
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

@@ -3,8 +3,7 @@
 
 #include "manager_fixture.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 class AnimationTest : public ManagerTest {
  protected:
@@ -139,5 +138,4 @@ TEST_F(AnimationTest, OtherThreadsWaitForTheMainThreadTheTimerSendsItsActionByNa
   EXPECT_TRUE(held.expired());
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

@@ -1,8 +1,7 @@
 #include "manager_fixture.h"
 #include "shortcut.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 const std::string kCreating = "INFO 创建状态项，长度: NSStatusItem.squareLength";
 
@@ -208,5 +207,4 @@ TEST(Shortcut, ReadsModifiersAndKey) {
   EXPECT_EQ(read({"Cmd+\0K", 6}), std::string("[\0K] 8", 6));
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests
