@@ -137,15 +137,16 @@ TEST_F(HostTest, AChildForkedDuringTheFirstCallsCanCallEverything) {
     quill_tray_manager_set_main_icon(nullptr, 0);
   };
   for (unsigned round = 0; round < 50; ++round) {
-    ForkedHost::run([&] {  // in which nothing has been called yet
+    const auto logged = run([&] {  // in which nothing has been called yet
       std::atomic<bool> begins = false;
       const std::jthread first([&] { begins = true, callAll(); });
       while (!begins) continue;
       for (unsigned wait = 0; wait < round * 200; ++wait) std::atomic_signal_fence(std::memory_order_seq_cst);
       const pid_t child = fork();
-      if (child == 0) alarm(10), callAll(), animate(), _exit(0);
+      if (child == 0) alarm(10), callAll(), animate(), exit(0);
       EXPECT_EQ(statusOf(child), 0) << round;
     });
+    EXPECT_EQ(std::count(logged.begin(), logged.end(), "ERROR 打开 URL 失败：URL 字符串为空"), 2) << "one of each";
   }
 }
 

@@ -131,19 +131,6 @@ TEST_F(LoggingHost, LeavesWholeLinesWhenKilled) {
   }
 }
 
-TEST_F(LoggingHost, ForksWhileAnotherThreadLogs) {
-  if (kIsSanitized) GTEST_SKIP() << "a sanitizer's own allocator hangs in such a child";
-  run([this] {
-    std::atomic<bool> stop{false};
-    const std::jthread other(logNumbers, "parent", [&](int line) { return line <= 20 || !stop; });
-    for (int child = 0; child < 20; ++child) run([=] { logInfo("0", "child" + std::to_string(child)); });
-    stop = true;
-  });
-  auto counts = countUp(logged());
-  EXPECT_EQ(counts.size(), 21U);
-  EXPECT_GT(counts["[parent]"], 20);
-}
-
 TEST_F(LoggingHost, ReportsEachFaultOfTheDisk) {
   const std::pair<std::function<void()>, std::string> cases[] = {
       {[&] { fs::remove_all(directory), std::ofstream(directory); }, "无法创建日志目录: Not a directory"},
