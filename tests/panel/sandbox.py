@@ -23,8 +23,7 @@ class Sandbox:
         if missing:
             raise panel_session.NotInstalled(", ".join(missing))
         outside = session.environment["DBUS_SESSION_BUS_ADDRESS"]
-        kind = Gio.DBusConnectionFlags
-        flags = kind.AUTHENTICATION_CLIENT | kind.MESSAGE_BUS_CONNECTION
+        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
         try:
             self.bus = Gio.DBusConnection.new_for_address_sync(outside, flags, None, None)
         except GLib.Error as error:  # in a session of another user

@@ -62,14 +62,9 @@ TEST_F(AnimationTest, RefusalsLeaveTheStateAlone) {
   addFramesUpTo(2);
   manager->startAnimation();
   EXPECT_TRUE(idle());
-  manager->stopAnimation();
-  manager->resetAnimation();
-  EXPECT_EQ(manager->animationFrames.capacity(), 0U);
   EXPECT_THAT(takeLines(),
-              ElementsAre("WARN 动画无法启动：动画帧为空(0)或动画正在运行(false)", "WARN 动画无法启动：按钮不存在",
-                          "WARN 动画停止：按钮不存在", "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0"));
+              ElementsAre("WARN 动画无法启动：动画帧为空(0)或动画正在运行(false)", "WARN 动画无法启动：按钮不存在"));
   manager->createTray();
-  addFramesUpTo(2);
   start();
   queue.advance(35ms);
   takeLines();
@@ -99,7 +94,7 @@ TEST_F(AnimationTest, StopResetAndChangesWhileRunning) {
   manager->stopAnimation();
   manager->resetAnimation();
   EXPECT_THAT(takeLines(), ElementsAre(restored, restored, "INFO 动画已重置，动画帧数: 0"));
-  EXPECT_TRUE(idle() && manager->animationFrames.empty());
+  EXPECT_TRUE(idle() && manager->animationFrames.capacity() == 0);
   addFramesUpTo(2);
   manager->perform(selectors::kUpdateAnimation, nullptr);  // not running
   EXPECT_EQ(manager->currentFrameIndex, 0);
