@@ -33,8 +33,7 @@ static std::atomic<int> terminations{0};
 }
 @end
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 using std::chrono::milliseconds;
 
@@ -308,5 +307,4 @@ TEST_F(AppKitTest, LeavesNothingBehind) {
   });
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

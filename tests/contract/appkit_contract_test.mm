@@ -2,11 +2,11 @@
 
 #include "main_loop.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 struct OnAppKit {
   appkit::Desktop desktop;
+  MainQueue& queue = desktop.mainQueue();
   std::weak_ptr<StatusItem> item;
 
   OnAppKit() {
@@ -52,7 +52,6 @@ struct OnAppKit {
 };
 using Drivers = Types<OnAppKit>;
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests
 
 #include "desktop_contract.h"

@@ -1,22 +1,16 @@
 // What holds for every desktop. Included behind the drivers, which `Drivers` names: each is a desktop with the time
 // that passes on it and a user who sees its bar.
 
-#include <algorithm>
-
 #include "decode_image.h"
 #include "desktop.h"
 #include "testing.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
-using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
 
 template <typename Driver>
-class DesktopContract : public Test {
- protected:
-  MainQueue& queue() { return driver.desktop.mainQueue(); }
+struct DesktopContract : Test {
   Driver driver;
 };
 TYPED_TEST_SUITE(DesktopContract, Drivers);
@@ -70,48 +64,45 @@ TYPED_TEST(DesktopContract, ShowsAnItemTellsOfClicksAndChoicesFollowsAndForgetsI
 }
 
 TYPED_TEST(DesktopContract, RunsWhatIsPostedLaterInOrder) {
-  std::vector<int> ran;
-  this->queue().post([&] {
-    ran.push_back(1);
-    this->queue().post([&] { ran.push_back(3); });
-  });
-  this->queue().post([&] { ran.push_back(2); });
-  EXPECT_TRUE(ran.empty());
+  auto& queue = this->driver.queue;
+  Lines ran;
+  queue.post([&] { ran.emplace_back("first"), queue.post([&] { ran.emplace_back("posted by it"); }); });
+  queue.post([&] { ran.emplace_back("second"); });
+  EXPECT_THAT(ran, IsEmpty());
   this->driver.runUntil([&] { return ran.size() >= 3; });
-  EXPECT_THAT(ran, ElementsAre(1, 2, 3));
+  EXPECT_THAT(ran, ElementsAre("first", "second", "posted by it"));
 }
 
 TYPED_TEST(DesktopContract, TicksOnItsGridWhateverTheDelays) {
-  constexpr milliseconds kPeriod{40};
+  constexpr auto kPeriod = 40ms;
+  auto& loop = this->driver;
   std::vector<nanoseconds> ticks;
-  const auto start = this->driver.now();
-  const auto timer = this->queue().repeat(kPeriod, [&] {
-    ticks.push_back(this->driver.now() - start);
-    if (ticks.size() == 1) this->driver.stall(kPeriod * 5 / 2);
+  const auto timer = loop.queue.repeat(kPeriod, [&, start = loop.now()] {
+    ticks.push_back(loop.now() - start);
+    if (ticks.size() == 1) loop.stall(kPeriod * 5 / 2);
   });
-  ASSERT_TRUE(this->driver.runUntil([&] { return ticks.size() >= 10; }));
+  ASSERT_TRUE(loop.runUntil([&] { return ticks.size() >= 10; }));
   EXPECT_GE(ticks.front(), kPeriod);
   EXPECT_LE(10, ticks.back() / kPeriod - 1) << "two that were missed, of which one came late";
-  const auto leastDelay = std::min_element(ticks.begin() + 2, ticks.end(),
-                                           [&](auto one, auto other) { return one % kPeriod < other % kPeriod; });
-  EXPECT_LT(*leastDelay % kPeriod, kPeriod / 4) << "the delay did not move the grid";
+  auto leastDelay = nanoseconds::max();
+  for (std::size_t i = 2; i < ticks.size(); ++i) leastDelay = std::min(leastDelay, ticks[i] % kPeriod);
+  EXPECT_LT(leastDelay, kPeriod / 4) << "the delay did not move the grid";
 }
 
 TYPED_TEST(DesktopContract, EndsATimerWithItsObjectAndTicksWhileWorkKeepsTheLoopGoing) {
-  int ticks = 0;
-  int endedTicks = 0;
+  auto& loop = this->driver;
+  int ticks = 0, endedTicks = 0;
   bool done = false;
   std::unique_ptr<Timer> ended;
-  ended = this->queue().repeat(milliseconds(2), [&, own = std::make_shared<int>(1)] {
+  ended = loop.queue.repeat(2ms, [&, own = std::make_shared<int>(1)] {
     ended->invalidate(), ended.reset();
     endedTicks += *own;  // what it holds outlives the call
   });
-  this->queue().repeat(milliseconds(2), [&] { endedTicks += 100; }).reset();
-  const auto timer = this->queue().repeat(milliseconds(2), [&] { ++ticks; });
-  this->queue().post([&] { done = this->driver.runUntil([&] { return ticks >= 5; }); });
-  EXPECT_TRUE(this->driver.runUntil([&] { return done; }));
+  loop.queue.repeat(2ms, [&] { endedTicks += 100; }).reset();
+  const auto timer = loop.queue.repeat(2ms, [&] { ++ticks; });
+  loop.queue.post([&] { done = loop.runUntil([&] { return ticks >= 5; }); });
+  EXPECT_TRUE(loop.runUntil([&] { return done; }));
   EXPECT_EQ(endedTicks, 1);
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

@@ -1,34 +1,26 @@
-#include <algorithm>
-
 #include "memory_desktop.h"
 #include "panel_fixture.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
-using std::chrono::milliseconds;
 using std::chrono::nanoseconds;
-
-constexpr milliseconds kDeadline{10'000};
 
 struct OnMemory {
   memory::Desktop desktop;
+  memory::MainQueue& queue = desktop.mainQueue();
 
-  nanoseconds now() { return desktop.mainQueue().now(); }
-  void stall(nanoseconds duration) { desktop.mainQueue().stall(duration); }
+  nanoseconds now() { return queue.now(); }
+  void stall(nanoseconds duration) { queue.stall(duration); }
   bool runUntil(const std::function<bool()>& done) {
-    const auto deadline = now() + kDeadline;
-    while (!done() && now() < deadline) {
-      if (!desktop.mainQueue().waitAndRunOne(milliseconds(1))) desktop.mainQueue().advance(milliseconds(1));
-    }
+    for (const auto deadline = now() + 10s; !done() && now() < deadline;)
+      if (!queue.waitAndRunOne(1ms)) queue.advance(1ms);
     return done();
   }
 
   std::shared_ptr<StatusItem> show() { return desktop.makeStatusItem(kSquareStatusItemLength); }
-  bool hasIcon() { return desktop.mainQueue().runAll(), !desktop.shown.empty() && desktop.shown.back().image; }
+  bool hasIcon() { return queue.runAll(), !desktop.shown.empty() && desktop.shown.back().image; }
   bool has(const std::string& title) {
-    const auto entries = desktop.statusItem()->announcedMenu()->items();
-    return std::any_of(entries.begin(), entries.end(), [&](const auto& entry) { return entry->title == title; });
+    return Value(desktop.statusItem()->announcedMenu()->items(), Contains(Pointee(Field(&MenuItem::title, title))));
   }
   void click() { desktop.click(); }
   void choose(const std::string& title) { desktop.choose(title); }
@@ -38,15 +30,12 @@ struct OnMemory {
 struct OnFreedesktop {
   PrivateBus bus;
   freedesktop::Desktop desktop;
+  MainQueue& queue = desktop.mainQueue();
   std::unique_ptr<freedesktop::Peer> panel;
 
   nanoseconds now() { return freedesktop::monotonicNow(); }
   void stall(nanoseconds duration) { std::this_thread::sleep_for(duration); }
-  bool runUntil(const std::function<bool()>& done) {
-    // A condition that another thread makes true wakes nobody.
-    const auto look = desktop.mainQueue().repeat(milliseconds(1), [] {});
-    return freedesktop::runUntil(done, kDeadline);
-  }
+  bool runUntil(const std::function<bool()>& done) { return freedesktop::runUntil(done); }
 
   std::shared_ptr<StatusItem> show() {
     bus.start();
@@ -60,14 +49,13 @@ struct OnFreedesktop {
     panel->takeSignals();
     return panel->get("Status") == "(<'Active'>,)" && panel->get("IconPixmap").find("[(") != std::string::npos;
   }
-  bool has(const std::string& title) {
-    return panel->takeSignals(), panel->menu().find("<'" + title + "'>") != std::string::npos;
-  }
+  std::string menu() { return panel->takeSignals(), panel->menu(); }
+  bool has(const std::string& title) { return menu().find("<'" + title + "'>") != std::string::npos; }
   void click() { panel->call(freedesktop::kItem, "Activate", "(0, 0)"), panel->takeSignals(); }
   void choose(const std::string& title) {
-    const auto menu = (panel->takeSignals(), panel->menu());
-    const auto entry = menu.rfind('(', menu.find("<'" + title + "'>"));  // its id is first
-    panel->choose(std::stoi(menu.substr(entry + 1)));
+    const auto shown = menu();
+    const auto entry = shown.rfind('(', shown.find("<'" + title + "'>"));  // its id is first
+    panel->choose(std::stoi(shown.substr(entry + 1)));
     panel->takeSignals();
   }
   bool isEmpty() { return panel->menu() == "error"; }
@@ -75,7 +63,6 @@ struct OnFreedesktop {
 
 using Drivers = Types<OnMemory, OnFreedesktop>;
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests
 
 #include "desktop_contract.h"

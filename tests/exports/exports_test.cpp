@@ -3,8 +3,7 @@
 #include "menu_items_json.h"
 #include "url.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 /// "refused", "none", or "id|title|on|shortcut;" for each item.
 std::string read(std::string_view json) {
@@ -70,5 +69,4 @@ TEST(Exports, ATypicalRun) {
                                        "ERROR 设置菜单项数据失败：JSON 解析失败", "INFO 已打开 URL: http://x/\uFFFD"));
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

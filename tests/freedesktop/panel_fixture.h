@@ -2,6 +2,8 @@
 
 #include <gio/gio.h>
 
+#include <sstream>
+
 #include "freedesktop_desktop.h"
 #include "gobject_handles.h"
 #include "page_memory.h"
@@ -119,6 +121,7 @@ class PanelTest : public Test {
   PanelTest() {
     setenv("DBUS_SESSION_BUS_ADDRESS", bus.address().c_str(), 1);
     setenv("HOME", TempDir().c_str(), 1);
+    g_application_set_default(nullptr);  // which the first one made becomes
     manager->setClickCallback([] { told.emplace_back("click"); });
     manager->setMenuItemCallback([](const char* identifier) { told.emplace_back(identifier); });
   }
@@ -137,11 +140,32 @@ class PanelTest : public Test {
     startPanel(panelNames);
     panel->takeSignals();
   }
+  /// To the calls in a table, each an interface, a method and its arguments.
+  void expectReplies(const char* table) const {
+    for (const auto& [call, reply] : casesIn(std::string(CASES) + table)) {
+      std::istringstream words(call);
+      std::string interface, method, arguments;
+      std::getline(words >> interface >> method >> std::ws, arguments);
+      EXPECT_EQ(panel->call(interface, method, arguments.c_str()), reply) << call;
+    }
+  }
   /// Chooses each entry that there ever was; answers with what the host is told.
   Lines chooseAll() {
     for (int id = 1; id < 30; ++id) panel->choose(id);
     panel->takeSignals();
     return std::exchange(told, {});
+  }
+  /// Adds an action to a map, which notes that it was activated.
+  static void addAction(gpointer map, const char* name, const char* parameter = nullptr, const char* state = nullptr) {
+    const auto note = +[](GSimpleAction* action, GVariant* target, gpointer) {
+      told.push_back(g_action_get_name(G_ACTION(action)) + (target != nullptr ? " " + text(target) : ""));
+    };
+    const GActionEntry entry{name, note, parameter, state, nullptr, {}};
+    g_action_map_add_action_entries(G_ACTION_MAP(map), &entry, 1, nullptr);
+  }
+  bool registerApplication() {
+    setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nowhere", 1);  // GIO's own connection would outlive the bus
+    return g_application_register(application.get(), nullptr, nullptr) != FALSE;
   }
   /// Different for each number.
   static Pixels pixels(int number, int side = 44) {
@@ -159,6 +183,7 @@ class PanelTest : public Test {
   }
 
   PrivateBus bus;
+  const ObjectPointer<GApplication> application{g_application_new("org.example.Host", G_APPLICATION_NON_UNIQUE)};
   Desktop desktop;
   std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);
   std::shared_ptr<StatusItem>& item = manager->statusItem;

@@ -2,8 +2,7 @@
 
 #include "testing.h"
 
-namespace quill::freedesktop {
-namespace {
+namespace quill::freedesktop::tests {
 
 TEST(PanelTitle, LosesItsMiddleBeyondSixtyColumns) {
   const auto middle = times(29, "a") + "K" + times(40, "m") + "L" + times(28, "z");
@@ -27,21 +26,11 @@ TEST(PanelTitle, LosesItsMiddleBeyondSixtyColumns) {
 
 TEST(PanelLabel, ShowsUnderscoresAsGiven) {
   // GNOME's shell removes the first underscore before anything else; others show each doubled one as one.
-  const std::tuple<std::string, std::string, std::string> cases[] = {{"a_b_c", "a__b_c", "a__b__c"},
-                                                                     {"_a", "__a", "__a"},
-                                                                     {"a_", "a_", "a__"},
-                                                                     {"__a__b", "___a__b", "____a____b"},
-                                                                     {"_", "_", "__"},
-                                                                     {"", "", ""},
-                                                                     {"a__", "a__", "a____"},
-                                                                     {"字_字", "字__字", "字__字"}};
-  for (const auto& [title, gnome, other] : cases) {
-    EXPECT_EQ(panelLabel(title, title.size() - 1, PanelKind::gnome), gnome);
-    EXPECT_EQ(panelLabel(title, {}, PanelKind::other), other);
-  }
+  for (const auto& [title, expected] : casesIn(CASES "labels.txt"))
+    EXPECT_EQ(panelLabel(title, title.size() - 1, PanelKind::gnome) + " " + panelLabel(title, {}, PanelKind::other),
+              expected);
   EXPECT_EQ(panelLabel("Save_as", 4, PanelKind::plasma), "Save___as");
   EXPECT_EQ(panelLabel(std::string_view("a\0b", 3), {}, PanelKind::gnome), "a\uFFFDb");
 }
 
-}  // namespace
-}  // namespace quill::freedesktop
+}  // namespace quill::freedesktop::tests

@@ -2,8 +2,7 @@
 #include "panel_fixture.h"
 #include "symbolic_svg.h"
 
-namespace quill::freedesktop {
-namespace {
+namespace quill::freedesktop::tests {
 
 class SymbolicIcon : public PanelTest {
  protected:
@@ -83,12 +82,11 @@ TEST_F(SymbolicIcon, IsLeftOutWhereThePanelCouldNotSeeIt) {
                                                     {"XDG_RUNTIME_DIR", bus.directory / "bus"},
                                                     {"SNAP", "/snap/host"},
                                                     {"container", "flatpak"}};
-  EXPECT_NE(IconFolder::make(), nullptr);
   for (const auto& [variable, value] : cases) {
+    EXPECT_NE(IconFolder::make(), nullptr);
     setenv(variable, value.c_str(), 1);
     EXPECT_EQ(IconFolder::make(), nullptr) << variable << '=' << value;
-    unsetenv(variable);
-    setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
+    unsetenv(variable), setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
   }
   fs::remove_all(read("IconThemePath"));  // so that nothing can be written there
   item->button()->setImage(image(5));
@@ -96,7 +94,16 @@ TEST_F(SymbolicIcon, IsLeftOutWhereThePanelCouldNotSeeIt) {
   EXPECT_EQ(read("IconName"), "");
 }
 
-TEST_F(SymbolicIcon, OfAKilledProcessIsSweptAway) {
+TEST_F(SymbolicIcon, GoesWhenTheProcessExitsAndIsSweptAwayAfterAKilledOne) {
+  const auto showAndExit = [&] {
+    panel = std::make_unique<Peer>(bus, std::initializer_list{"org.gnome.Shell", kWatcher});
+    TrayManager::shared()->createTray();
+    TrayManager::shared()->setMainIcon(image(1));
+    std::exit(panel->waitForItem() && countIn(runtime) == 1 ? 0 : 1);
+  };
+  EXPECT_EXIT(showAndExit(), ExitedWithCode(0), "");
+  EXPECT_EQ(countIn(runtime), 0);
+
   fs::create_directory(runtime / "quill-tray");
   const auto ours = IconFolder::make();
   const auto makeAndDie = [&] {
@@ -112,16 +119,4 @@ TEST_F(SymbolicIcon, OfAKilledProcessIsSweptAway) {
   EXPECT_TRUE(fs::exists(ours->path()));
 }
 
-TEST_F(SymbolicIcon, GoesWhenTheProcessExits) {
-  const auto showAndExit = [&] {
-    panel = std::make_unique<Peer>(bus, std::initializer_list{"org.gnome.Shell", kWatcher});
-    TrayManager::shared()->createTray();
-    TrayManager::shared()->setMainIcon(image(1));
-    std::exit(panel->waitForItem() && countIn(runtime) == 1 ? 0 : 1);
-  };
-  EXPECT_EXIT(showAndExit(), ExitedWithCode(0), "");
-  EXPECT_EQ(countIn(runtime), 0);
-}
-
-}  // namespace
-}  // namespace quill::freedesktop
+}  // namespace quill::freedesktop::tests

@@ -7,8 +7,7 @@
 
 #include "testing.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -90,22 +89,9 @@ std::string svg(const std::string& attributes, const std::string& body) {
 }
 
 TEST(DecodeImage, VectorsAreDrawnAtOneSize) {
-  const std::string shape = "<rect width='100%' height='100%'/>";
-  const std::string faint = "<rect width='9' height='9' fill='#ff8000' opacity='.5'/>";
-  const std::tuple<std::string, std::string, std::string> cases[] = {
-      {"width='22' height='11'", shape, "22x11, 88x44, 0 0 0 255"},
-      {"viewBox='0 0 10 40'", shape, "10x40, 22x88, 0 0 0 255"},
-      {"width='1in' height='1in' viewBox='0 0 5 5'", shape, "90x90, 88x88, 0 0 0 255"},
-      {"", shape, "88x88, 88x88, 0 0 0 255"},
-      {"width='9' height='9'", faint, "9x9, 88x88, 255 128 0 128"},  // not multiplied by the opacity
-      {"width='9' height='9'", "<g>", "refused"},
-      {"width='9' height='9'", shape + times(1 << 20, " "), "refused"},
-      {"width='0' height='9'", shape, "refused"},
-      {"width='5000' height='9'", shape, "refused"},
-      {"width='1e30' height='1e30'", shape, "refused"},
-  };
-  for (const auto& [attributes, body, expected] : cases)
-    EXPECT_EQ(drawn(svg(attributes, body)), expected) << attributes;
+  for (const auto& [inside, expected] : casesIn(CASES "vectors.txt"))
+    EXPECT_EQ(drawn("<svg xmlns='http://www.w3.org/2000/svg' " + inside + "</svg>"), expected) << inside;
+  EXPECT_EQ(drawn(svg("width='9' height='9'", times(1 << 20, " "))), "refused");
 }
 
 TEST(DecodeImage, APngLoadsNoLibraryOfAnotherFormat) {
@@ -143,5 +129,4 @@ TEST(DecodeImage, AVectorHarmsNobody) {
   EXPECT_EQ(internal::GetCapturedStderr(), "");
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

@@ -3,8 +3,7 @@
 #include "memory_environment.h"
 #include "testing.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 constexpr auto kTime = std::chrono::local_days(2025y / 3 / 3) + 9h + 5min + 7s + 42ms;
 constexpr auto kEpoch = std::chrono::local_days(1970y / 1 / 1);
@@ -48,5 +47,4 @@ TEST(Log, NamesItsLevelAndWhereNobodyDoesItsModule) {
   EXPECT_THAT(environment.console(), Each(StartsWith("[Native] ")));
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests

@@ -8,11 +8,7 @@ import shutil
 import subprocess
 
 import panel_session
-
-try:
-    from gi.repository import Gio, GLib
-except ImportError:
-    Gio = None
+from gi.repository import Gio, GLib
 
 PORTAL = "org.freedesktop.portal.Desktop"
 PORTAL_XML = """<node><interface name="org.freedesktop.portal.OpenURI"><method name="OpenURI">
@@ -24,11 +20,10 @@ class Sandbox:
     def __init__(self, session):
         """NotInstalled where no sandbox can be made here."""
         missing = [program for program in ("bwrap", "xdg-dbus-proxy") if not shutil.which(program)]
-        if missing or not Gio:
-            raise panel_session.NotInstalled(", ".join(missing or ["python3-gi"]))
+        if missing:
+            raise panel_session.NotInstalled(", ".join(missing))
         outside = session.environment["DBUS_SESSION_BUS_ADDRESS"]
-        kind = Gio.DBusConnectionFlags
-        flags = kind.AUTHENTICATION_CLIENT | kind.MESSAGE_BUS_CONNECTION
+        flags = Gio.DBusConnectionFlags.AUTHENTICATION_CLIENT | Gio.DBusConnectionFlags.MESSAGE_BUS_CONNECTION
         try:
             self.bus = Gio.DBusConnection.new_for_address_sync(outside, flags, None, None)
         except GLib.Error as error:  # in a session of another user

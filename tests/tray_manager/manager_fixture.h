@@ -1,5 +1,7 @@
 #pragma once
 
+#include <regex>
+
 #include "log.h"
 #include "memory_desktop.h"
 #include "memory_environment.h"
@@ -11,15 +13,11 @@ namespace quill {
 /// What was logged since the last call, as "LEVEL message" without the tag, which each line must have behind its
 /// module; addresses are cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
-  const std::string tag = "[TrayManager] ";
   auto& environment = memory::Environment::current();
   auto lines = environment.logged();
-  for (auto& line : lines) {
-    for (auto at = line.find(tag); at != std::string::npos; at = line.find(tag)) line.erase(at, tag.size());
-    for (auto at = line.find(": 0x"); at != std::string::npos; at = line.find(": 0x"))
-      line.erase(at, line.find_first_not_of("0123456789abcdef", at + 4) - at);
-  }
-  EXPECT_THAT(environment.console(), Each(StartsWith(tag + tag)));
+  const std::regex cut(R"(\[TrayManager\] |: 0x[0-9a-f]+)");
+  for (auto& line : lines) line = std::regex_replace(line, cut, "");
+  EXPECT_THAT(environment.console(), Each(StartsWith("[TrayManager] [TrayManager] ")));
   return environment.clear(), lines;
 }
 
@@ -34,7 +32,15 @@ struct Manager : TrayManager {
     performed.emplace_back(selector);
     return TrayManager::perform(selector, sender);
   }
+  std::shared_ptr<Menu> createStandardMenu() override {
+    performed.emplace_back("standard menu");
+    return hasMemory ? TrayManager::createStandardMenu() : throw std::bad_alloc();
+  }
+  std::shared_ptr<Menu> createBasicMenu() override {
+    return performed.emplace_back("basic menu"), TrayManager::createBasicMenu();
+  }
   Lines performed;
+  bool hasMemory = true;
 };
 
 /// Only its size is looked at here.

@@ -5,8 +5,7 @@
 #include "shortcut.h"
 #include "testing.h"
 
-namespace quill {
-namespace {
+namespace quill::tests {
 
 TEST(Utf8Text, ReplacesWhatIsIllFormed) {
   EXPECT_EQ(utf8Text("中\x80z \xED\xA0\x80| \xC0\xAF \xF0\x9F\x98\x80\xFF \xE4\xB8"),
@@ -32,5 +31,4 @@ TEST(Shortcut, ReadsModifiersAndKey) {
   EXPECT_EQ(read({"Cmd+\0K", 6}), std::string("[\0K] 8", 6));
 }
 
-}  // namespace
-}  // namespace quill
+}  // namespace quill::tests
