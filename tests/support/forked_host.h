@@ -41,6 +41,21 @@ class ForkedHost : public Test {
     return all;
   }
 
+  /// What the hosts logged, as "LEVEL message"; the lines of others as they are.
+  Lines logged() const {
+    auto all = lines(file);
+    const std::string names = "][TrayManager] [TrayManager]";
+    for (auto& line : all) {  // the level is behind 26 characters of brackets and time
+      if (const auto at = line.find(names); at != std::string::npos) line.erase(at, names.size()).erase(0, 26);
+    }
+    return all;
+  }
+  static std::string joined(const Lines& lines) {
+    std::string all;
+    for (const auto& line : lines) all += withoutAddresses(line) + "\n";
+    return all;
+  }
+
   const TemporaryDirectory temporary;
   const fs::path& home = temporary.path;
   const fs::path console = home / "console";

@@ -40,6 +40,13 @@ inline std::string contents(const fs::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+/// Descriptions of objects without their addresses: "<StatusItem>".
+inline std::string withoutAddresses(std::string text) {
+  for (std::size_t at = 0; (at = text.find(": 0x", at)) != std::string::npos;)
+    text.erase(at, text.find('>', at) - at);
+  return text;
+}
+
 /// The lines of a table beside the test, "given => expected".
 inline std::vector<std::pair<std::string, std::string>> casesIn(const std::string& table) {
   std::vector<std::pair<std::string, std::string>> cases;

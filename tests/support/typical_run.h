@@ -1,7 +1,5 @@
 #pragma once
 
-#include <regex>
-
 #include "../../examples/c/icon_png.h"
 #include "quill_tray_manager.h"
 #include "testing.h"
@@ -44,13 +42,7 @@ inline void typicalRun(const void* menu, const void* otherObject,
   }
 }
 
-/// Its log lines as "LEVEL message", descriptions of objects cut out. The same on every desktop.
+/// What the log has of it, as "LEVEL message". The same on every desktop.
 inline std::string typicalRunLog() { return contents(CASES "../support/typical_run.txt"); }
-
-inline std::string withoutDescriptions(const Lines& logged) {
-  std::string all;
-  for (const auto& line : logged) all += line + "\n";
-  return std::regex_replace(all, std::regex("<[^>]*>"), "<>");
-}
 
 }  // namespace quill

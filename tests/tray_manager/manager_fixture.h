@@ -1,7 +1,5 @@
 #pragma once
 
-#include <regex>
-
 #include "log.h"
 #include "memory_desktop.h"
 #include "memory_environment.h"
@@ -15,8 +13,8 @@ namespace quill {
 inline Lines takeLines() {
   auto& environment = memory::Environment::current();
   auto lines = environment.logged();
-  const std::regex cut(R"(\[TrayManager\] |: 0x[0-9a-f]+)");
-  for (auto& line : lines) line = std::regex_replace(line, cut, "");
+  const std::string tag = "[TrayManager] ";
+  for (auto& line : lines) line = withoutAddresses(line.erase(line.find(tag), tag.size()));
   EXPECT_THAT(environment.console(), Each(StartsWith("[TrayManager] [TrayManager] ")));
   return environment.clear(), lines;
 }

@@ -154,7 +154,7 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   const auto source = image(64, 32);
   animated->setAlphaValue(1.0);
   manager->setMainIcon(source);
-  Lines expected{"DEBUG 设置主图标，原始图标: <Image 64x32 pixels>",
+  Lines expected{"DEBUG 设置主图标，原始图标: <Image>",
                  "DEBUG 原始图标尺寸: 64.0x32.0",
                  "DEBUG 原始图标是否为模板: false",
                  "DEBUG 模板图标尺寸: 22.0x22.0",
