@@ -5,7 +5,6 @@
 
 #include <atomic>
 #include <future>
-#include <regex>
 #include <thread>
 
 #include "forked_host.h"
@@ -28,8 +27,8 @@ class HostTest : public ForkedHost {
     fs::remove(file);
     ForkedHost::run(host);
     auto logged = lines(file);
-    const std::regex head(R"(^\[.{23}\]\[([A-Z]+)\]\[TrayManager\] \[TrayManager\])");
-    for (auto& line : logged) line = std::regex_replace(line, head, "$1");
+    const std::string names = "][TrayManager] [TrayManager]";  // behind time and level
+    for (auto& line : logged) line.erase(line.find(names), names.size()).erase(0, sizeof "[yyyy-MM-dd HH:mm:ss.SSS]");
     return logged;
   }
 

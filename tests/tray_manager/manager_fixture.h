@@ -1,7 +1,5 @@
 #pragma once
 
-#include <regex>
-
 #include "log.h"
 #include "memory_desktop.h"
 #include "memory_environment.h"
@@ -13,11 +11,15 @@ namespace quill {
 /// What was logged since the last call, as "LEVEL message" without the tag, which each line must have behind its
 /// module; addresses are cut out of descriptions: "<StatusItem>".
 inline Lines takeLines() {
+  const std::string tag = "[TrayManager] ";
   auto& environment = memory::Environment::current();
   auto lines = environment.logged();
-  const std::regex cut(R"(\[TrayManager\] |: 0x[0-9a-f]+)");
-  for (auto& line : lines) line = std::regex_replace(line, cut, "");
-  EXPECT_THAT(environment.console(), Each(StartsWith("[TrayManager] [TrayManager] ")));
+  for (auto& line : lines) {
+    line.erase(line.find(tag), tag.size());
+    if (const auto at = line.find(": 0x"); at != std::string::npos)
+      line.erase(at, line.find_first_not_of("0123456789abcdef", at + 4) - at);
+  }
+  EXPECT_THAT(environment.console(), Each(StartsWith(tag + tag)));
   return environment.clear(), lines;
 }
 

@@ -99,10 +99,9 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
 TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
   manager->createTray();
   takeLines();
-  using namespace std::string_literals;
   manager->setMenuItems({{"a", "A", true, "Cmd+"},
                          {"", "empty", true, "Hyper+Cmd+K"},
-                         {"x\0y"s, "nul", true, "K"},
+                         {{"x\0y", 3}, "nul", true, "K"},
                          {"off", "disabled", false, ""}});
   EXPECT_THAT(takeLines(), ElementsAre("WARN 无法解析快捷键：Cmd+，按键部分无效", "WARN 未知的修饰键：HYPER",
                                        "DEBUG 已设置快捷键：Hyper+Cmd+K -> keyEquivalent: k, modifiers: "
