@@ -119,7 +119,7 @@ TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
   MenuItem foreign;
   foreign.representedObject = 5;
   manager->perform(selectors::kHandleMenuItemAction, &foreign);
-  manager->perform(selectors::kHandleMenuItemAction, nullptr);
+  EXPECT_TRUE(manager->perform(selectors::kHandleMenuItemAction, nullptr));
   const std::string noIdentifier = "WARN 菜单项点击：无法获取菜单项 ID";
   EXPECT_THAT(takeLines(), ElementsAre("WARN 菜单项点击：回调函数未设置，菜单项 ID: a", noIdentifier, noIdentifier));
   EXPECT_FALSE(manager->perform("noSuchOperation", nullptr));
