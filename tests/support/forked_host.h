@@ -2,8 +2,6 @@
 
 #include <sys/wait.h>
 
-#include <csignal>
-
 #include "testing.h"
 
 namespace quill {

@@ -98,10 +98,9 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
 TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
   manager->createTray();
   takeLines();
-  using namespace std::string_literals;
   manager->setMenuItems({{"a", "A", true, "Cmd+"},
                          {"", "empty", true, "Hyper+Cmd+K"},
-                         {"x\0y"s, "nul", true, "K"},
+                         {{"x\0y", 3}, "nul", true, "K"},
                          {"off", "disabled", false, ""}});
   EXPECT_THAT(takeLines(), ElementsAre("WARN 无法解析快捷键：Cmd+，按键部分无效", "WARN 未知的修饰键：HYPER",
                                        "DEBUG 已设置快捷键：Hyper+Cmd+K -> keyEquivalent: k, modifiers: "
@@ -119,7 +118,7 @@ TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
   MenuItem foreign;
   foreign.representedObject = 5;
   manager->perform(selectors::kHandleMenuItemAction, &foreign);
-  manager->perform(selectors::kHandleMenuItemAction, nullptr);
+  EXPECT_TRUE(manager->perform(selectors::kHandleMenuItemAction, nullptr));
   const std::string noIdentifier = "WARN 菜单项点击：无法获取菜单项 ID";
   EXPECT_THAT(takeLines(), ElementsAre("WARN 菜单项点击：回调函数未设置，菜单项 ID: a", noIdentifier, noIdentifier));
   EXPECT_FALSE(manager->perform("noSuchOperation", nullptr));
