@@ -125,13 +125,15 @@ primary-color='{GNOME_DESK}'
 
 
 def leave_overview(session):
-    """The shell starts in it, at a moment of its own."""
+    """The shell starts in it, at a moment of its own, and draws what is in its bar last."""
     bare = Image.new("RGB", session.size, GNOME_DESK)
     shell = ["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell", "--method"]
 
     def has_left():
         session.run([*shell, "org.freedesktop.DBus.Properties.Set", "org.gnome.Shell", "OverviewActive", "<false>"])
-        return not changed_box(bare, session.picture(), session.desk)
+        now = session.picture()
+        is_bar_empty = all(low == high for low, high in now.crop(session.bar).getextrema())
+        return not is_bar_empty and not changed_box(bare, now, session.desk)
 
     wait_for(has_left, "shell outside of its overview", 60, pause=0.5)
 

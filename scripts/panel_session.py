@@ -230,7 +230,7 @@ class PanelSession:
         """Starts the panel and waits until it takes items and its bar is drawn."""
         bare = self.picture()
         self.panel_process = self.spawn(self.panel.command)
-        wait_for(lambda: self._name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}")
+        wait_for(lambda: self._name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}", 3 * DEADLINE)
         self.panel.started(self)
 
         def drawn():
