@@ -1,11 +1,14 @@
 """The desktops whose packages are large: Plasma, GNOME and Cinnamon, each with a tray and little else."""
 
+import shutil
+
 from panels import Panel, gtk_settings
 from PIL import Image
 from pictures import Box, changed_box, main_colour
 from screens import XScreen
 from servers import wait_for
 
+PLASMA = "6" if shutil.which("kded6") else "5"
 X11 = {"XDG_SESSION_TYPE": "x11", "LIBGL_ALWAYS_SOFTWARE": "1"}
 GNOME_DESK = "#406020"  # unlike the screen without a shell
 GLOBAL_THEMES = {  # colour scheme of applications, style of the shell
@@ -13,9 +16,11 @@ GLOBAL_THEMES = {  # colour scheme of applications, style of the shell
     "breezedark": ("BreezeDark", "default"),
     "breezetwilight": ("BreezeLight", "breeze-dark"),
 }
-PLASMA_LAYOUT = """[ActionPlugins][0]
+ACTIVITY = "6a5c9f5e-0000-4000-8000-000000000001"  # whose desktop it is
+PLASMA_LAYOUT = f"""[ActionPlugins][0]
 
 [Containments][1]
+activityId={ACTIVITY}
 plugin=org.kde.plasma.folder
 wallpaperplugin=org.kde.color
 formfactor=0
@@ -47,10 +52,14 @@ lastScreen=0
 location=4
 
 [Containments][4][General]
-extraItems={items}
-knownItems={items}
-shownItems={items}
+extraItems=ITEMS
+knownItems=KNOWN
+shownItems=ITEMS
 """
+NEIGHBOURS = ("clipboard", "notifications", "keyboardlayout")
+# What the tray does not know yet it adds by itself.
+KNOWN = (*NEIGHBOURS, "battery", "bluetooth", "brightness", "cameraindicator", "devicenotifier", "keyboardindicator")
+KNOWN += ("manage-inputmethod", "mediacontroller", "networkmanagement", "volume")
 PLASMA_CLOCK = """
 [Containments][2][Applets][6]
 plugin=org.kde.plasma.digitalclock
@@ -65,9 +74,12 @@ def configure_plasma(session):
         session.write("kdedefaults/kdeglobals", f"{colours.read()}\n[Icons]\nTheme=breeze\n")
     session.write("kdedefaults/plasmarc", f"[Theme]\nname={style}\n")
     session.write("kdeglobals", f"[KDE]\nLookAndFeelPackage=org.kde.{session.theme}.desktop\n")
-    neighbours = ("clipboard", "notifications", "keyboardlayout")
-    items = ",".join(f"org.kde.plasma.{name}" for name in neighbours if session.has_neighbours)
-    layout = PLASMA_LAYOUT.replace("{items}", items) + (PLASMA_CLOCK if session.has_neighbours else "")
+    session.write("plasmashellrc", "[PlasmaViews][Panel 2]\nfloating=0\npanelOpacity=1\n")
+    activities = f"[activities]\n{ACTIVITY}=Default\n\n[main]\ncurrentActivity={ACTIVITY}\n"
+    session.write("kactivitymanagerdrc", activities)
+    layout = PLASMA_LAYOUT + (PLASMA_CLOCK if session.has_neighbours else "")
+    for place, names in (("ITEMS", NEIGHBOURS if session.has_neighbours else ()), ("KNOWN", KNOWN)):
+        layout = layout.replace(place, ",".join(f"org.kde.plasma.{name}" for name in names))
     session.write("plasma-org.kde.plasma.desktop-appletsrc", layout)
 
 
@@ -113,13 +125,15 @@ primary-color='{GNOME_DESK}'
 
 
 def leave_overview(session):
-    """The shell starts in it, at a moment of its own."""
+    """The shell starts in it, at a moment of its own, and draws what is in its bar last."""
     bare = Image.new("RGB", session.size, GNOME_DESK)
     shell = ["gdbus", "call", "--session", "--dest", "org.gnome.Shell", "--object-path", "/org/gnome/Shell", "--method"]
 
     def has_left():
         session.run([*shell, "org.freedesktop.DBus.Properties.Set", "org.gnome.Shell", "OverviewActive", "<false>"])
-        return not changed_box(bare, session.picture(), session.desk)
+        now = session.picture()
+        is_bar_empty = all(low == high for low, high in now.crop(session.bar).getextrema())
+        return not is_bar_empty and not changed_box(bare, now, session.desk)
 
     wait_for(has_left, "shell outside of its overview", 60, pause=0.5)
 
@@ -155,13 +169,12 @@ DESKTOPS = {
         alike=("breezedark", "breezetwilight"),
         switch_theme=switch_plasma,
         started=wait_for_bar,
-        others=60,
-        companions=(["kded5"], ["kwin_x11", "--no-kactivities"]),
+        companions=([f"kded{PLASMA}"], ["kwin_x11", "--no-kactivities"]),
         environment={
             **X11,
             "XDG_CURRENT_DESKTOP": "KDE",
             "KDE_FULL_SESSION": "true",
-            "KDE_SESSION_VERSION": "5",
+            "KDE_SESSION_VERSION": PLASMA,
             "QT_QUICK_BACKEND": "software",
             "KWIN_COMPOSE": "N",
         },
@@ -170,7 +183,7 @@ DESKTOPS = {
         screen=XScreen,
         command=["gnome-shell", "--x11"],
         configure=lambda session: write_gnome(session, session.theme),
-        bar=lambda width, height: Box(width // 2 + 50, 0, width, 32),
+        bar=lambda width, height: Box(width // 2 + 120, 0, width, 32),
         themes=("default", "prefer-dark"),
         alike=("default", "prefer-dark"),
         switch_theme=write_gnome,
@@ -188,7 +201,7 @@ DESKTOPS = {
         switch_theme=write_cinnamon,
         started=wait_for_bar,
         has_system_bus=True,
-        companions=(["/usr/libexec/xapps/sn-watcher/xapp-sn-watcher"],),
+        companions=(["gio", "launch", "/etc/xdg/autostart/xapp-sn-watcher.desktop"],),
         environment={**X11, "XDG_CURRENT_DESKTOP": "X-Cinnamon", "CINNAMON_2D": "1"},
     ),
 }

@@ -96,9 +96,7 @@ class PanelSession:
         if missing:
             raise NotInstalled(", ".join(missing))
         self.bar = self.panel.bar(*size)
-        self.icons = self.bar._replace(
-            left=self.bar.left + self.panel.handle, right=self.bar.right - self.panel.others
-        )
+        self.icons = self.bar._replace(left=self.bar.left + self.panel.handle)
         self.desk = Box(0, 0, size[0], self.bar.top) if self.bar.top else Box(0, self.bar.bottom, *size)
         self.aside = self.desk.centre
         self.screen = self.panel.screen()
@@ -232,7 +230,7 @@ class PanelSession:
         """Starts the panel and waits until it takes items and its bar is drawn."""
         bare = self.picture()
         self.panel_process = self.spawn(self.panel.command)
-        wait_for(lambda: self._name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}")
+        wait_for(lambda: self._name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}", 3 * DEADLINE)
         self.panel.started(self)
 
         def drawn():

@@ -21,7 +21,6 @@ class Panel:
     companions: tuple = ()  # commands that run beside it, such as a window manager
     environment: dict = field(default_factory=dict)
     handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
-    others: int = 0  # columns at the bar's end with other icons, which may move a little for a new one
     has_accessible_icons: bool = False  # shows its icons in the session's accessibility tree
     padding: int = 0  # columns beside the icons that the panel paints only while it has icons
     switch_theme: Callable = None  # (session, theme), while the panel runs
