@@ -18,7 +18,7 @@
 #include "glib_log.h"
 #include "gobject_handles.h"
 #include "require.h"
-#include "text.h"
+#include "made_up_text.h"
 
 namespace quill::fuzz {
 namespace {

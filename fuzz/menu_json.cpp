@@ -8,7 +8,7 @@
 #include "menu_items_json.h"
 #include "menu_layout.h"
 #include "require.h"
-#include "text.h"
+#include "made_up_text.h"
 #include "tray_manager.h"
 
 namespace quill::fuzz {

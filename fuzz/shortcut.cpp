@@ -3,7 +3,7 @@
 
 #include "accelerator.h"
 #include "require.h"
-#include "text.h"
+#include "made_up_text.h"
 
 namespace quill::fuzz {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "require.h"
-#include "text.h"
+#include "made_up_text.h"
 
 namespace quill::fuzz {
 namespace {
