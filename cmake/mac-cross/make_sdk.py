@@ -107,11 +107,10 @@ def main(table, directory):
         headers.mkdir(parents=True, exist_ok=True)
         own = text if name == "Foundation" else ["#pragma once", "#import <Foundation/Foundation.h>"]
         (headers / f"{name}.h").write_text("\n".join(own) + "\n")
-        version = {"Foundation": "C", "AppKit": "C"}[name]
         classes = {c for c, of in framework.items() if of == name}
         more = {"___CFConstantStringClassReference"} if name == "Foundation" else set()
         stub(frameworks / f"{name}.framework/{name}.tbd",
-             f"/System/Library/Frameworks/{name}.framework/Versions/{version}/{name}", classes, symbols[name] | more,
+             f"/System/Library/Frameworks/{name}.framework/Versions/C/{name}", classes, symbols[name] | more,
              {"NSException"} if name == "Foundation" else ())
     stub(root / "usr/lib/libobjc.tbd", "/usr/lib/libobjc.A.dylib", {"NSObject"}, {"_" + s for s in RUNTIME})
 
