@@ -11,11 +11,10 @@ namespace quill {
 namespace {
 
 constexpr std::size_t kFileHeader = 14;
-constexpr std::size_t kCoreHeader = 12;
 constexpr std::size_t kInfoHeader = 40;
-constexpr std::size_t kOs2Header = 64;
 constexpr std::size_t kMaxHeader = 124;
-enum Compression : std::uint32_t { kPlain, kRle8, kRle4, kFields, kFieldsWithAlpha = 6 };
+enum Compression : std::uint32_t { kPlain = 0, kFields = 3, kFieldsWithAlpha = 6 };
+constexpr std::size_t kPaletteEntry = 4;
 
 using Colour = std::array<std::uint8_t, 4>;
 
@@ -39,41 +38,27 @@ class Bitmap {
 
   std::shared_ptr<Pixels> read() {
     if (!readHeader() || !readColours() || !(pixels_ = makePixels(width_, height_))) return nullptr;
-    const bool isPacked = compression_ == kRle8 || compression_ == kRle4;
-    if (isPacked ? !readPacked() : !readPlain()) return nullptr;
-    if (isIcon_ && !readMask()) return nullptr;
+    if (!readPixels() || (isIcon_ && !readMask())) return nullptr;
     return pixels_;
   }
 
  private:
   bool readHeader() {
     headerSize_ = file_.u32(0);
-    if (!file_.has(0, headerSize_)) return false;
-    if (headerSize_ == kCoreHeader) {
-      width_ = file_.u16(4);
-      height_ = file_.u16(6);
-      bits_ = file_.u16(10);
-    } else if (headerSize_ >= kInfoHeader && headerSize_ <= kMaxHeader) {
-      width_ = file_.i32(4);
-      height_ = file_.i32(8);
-      bits_ = file_.u16(14);
-      compression_ = file_.u32(16);
-      colourCount_ = file_.u32(32);
-    } else {
-      return false;
-    }
+    if (headerSize_ < kInfoHeader || headerSize_ > kMaxHeader || !file_.has(0, headerSize_)) return false;
+    width_ = file_.i32(4);
+    height_ = file_.i32(8);
+    bits_ = file_.u16(14);
+    compression_ = file_.u32(16);
+    colourCount_ = file_.u32(32);
     isTopDown_ = height_ < 0;
     height_ = (isTopDown_ ? -height_ : height_) / (isIcon_ ? 2 : 1);
     switch (compression_) {
       case kPlain:
         return bits_ == 1 || bits_ == 4 || bits_ == 8 || bits_ == 16 || bits_ == 24 || bits_ == 32;
-      case kRle8:
-        return bits_ == 8 && !isTopDown_ && !isIcon_;
-      case kRle4:
-        return bits_ == 4 && !isTopDown_ && !isIcon_;
       case kFields:
       case kFieldsWithAlpha:
-        return (bits_ == 16 || bits_ == 32) && headerSize_ != kOs2Header;
+        return bits_ == 16 || bits_ == 32;
       default:
         return false;
     }
@@ -93,35 +78,30 @@ class Bitmap {
     }
     const std::size_t most = bits_ <= 8 ? std::size_t{1} << bits_ : 0;
     const std::size_t count = colourCount_ == 0 ? most : colourCount_;
-    const std::size_t size = headerSize_ == kCoreHeader ? 3 : 4;
-    if (!file_.has(at, count * size)) return false;
+    if (count > bytes_.size() || !file_.has(at, count * kPaletteEntry)) return false;
     for (std::size_t i = 0; i < palette_.size(); ++i) {
       palette_[i] = {0, 0, 0, 255};
-      if (i < count) std::reverse_copy(&bytes_[at + i * size], &bytes_[at + i * size] + 3, palette_[i].begin());
+      if (i < count)
+        std::reverse_copy(&bytes_[at + i * kPaletteEntry], &bytes_[at + i * kPaletteEntry] + 3, palette_[i].begin());
     }
-    if (pixelsAt_ == 0) pixelsAt_ = at + count * size;
+    if (pixelsAt_ == 0) pixelsAt_ = at + count * kPaletteEntry;
     return true;
   }
 
   std::size_t stride(std::size_t bits) const { return (static_cast<std::size_t>(width_) * bits + 31) / 32 * 4; }
-
-  /// The picture's row for row `line` of the file.
-  std::uint8_t* row(std::int64_t line) {
-    return rowOf(*pixels_, static_cast<int>(isTopDown_ ? line : height_ - 1 - line));
-  }
 
   /// Calls `read(start of the row in the file, x, pixel)` for each pixel. False if the file is cut short.
   template <typename Read>
   bool readRows(std::size_t at, std::size_t bits, Read read) {
     if (!file_.has(at, stride(bits) * static_cast<std::size_t>(height_))) return false;
     for (std::int64_t line = 0; line < height_; ++line, at += stride(bits)) {
-      auto* to = row(line);
+      auto* to = rowOf(*pixels_, static_cast<int>(isTopDown_ ? line : height_ - 1 - line));
       for (std::size_t x = 0; x < static_cast<std::size_t>(width_); ++x, to += 4) read(at, x, to);
     }
     return true;
   }
 
-  bool readPlain() {
+  bool readPixels() {
     return readRows(pixelsAt_, bits_, [this](std::size_t start, std::size_t x, std::uint8_t* to) {
       const Colour colour = bits_ <= 8 ? palette_[index(start, x, bits_)] : channels(start + x * bits_ / 8);
       std::memcpy(to, colour.data(), colour.size());
@@ -138,41 +118,6 @@ class Bitmap {
     std::uint32_t pixel = 0;
     for (std::size_t i = 0; i < bits_ / 8; ++i) pixel |= std::uint32_t{bytes_[at + i]} << (8 * i);
     return {fields_[0].of(pixel, 0), fields_[1].of(pixel, 0), fields_[2].of(pixel, 0), fields_[3].of(pixel, 255)};
-  }
-
-  /// Reads runs of pixels up to the mark that ends the picture. Pixels without a run stay transparent; those beyond the
-  /// edges are dropped.
-  bool readPacked() {
-    std::int64_t x = 0;
-    std::int64_t line = 0;
-    const auto put = [&](std::size_t colour) {
-      if (x < width_ && line < height_) std::memcpy(row(line) + x * 4, palette_[colour].data(), 4);
-      ++x;
-    };
-    for (auto at = pixelsAt_; file_.has(at, 2);) {
-      const std::size_t count = bytes_[at];
-      const std::size_t value = bytes_[at + 1];
-      at += 2;
-      if (count > 0) {
-        for (std::size_t i = 0; i < count; ++i) put(bits_ == 8 ? value : i % 2 == 0 ? value >> 4 : value & 15U);
-      } else if (value == 0) {  // end of the line
-        x = 0;
-        ++line;
-      } else if (value == 1) {  // end of the picture
-        return true;
-      } else if (value == 2) {  // move right and up
-        if (!file_.has(at, 2)) return false;
-        x += bytes_[at];
-        line += bytes_[at + 1];
-        at += 2;
-      } else {  // that many single pixels, padded to an even number of bytes
-        const auto size = (value * bits_ + 15) / 16 * 2;
-        if (!file_.has(at, size)) return false;
-        for (std::size_t i = 0; i < value; ++i) put(index(at, i, bits_));
-        at += size;
-      }
-    }
-    return false;
   }
 
   /// An icon's mask, with one bit a pixel: a set bit makes the pixel transparent. It does not count, and may be
