@@ -17,8 +17,8 @@
 #include "freedesktop_desktop.h"
 #include "glib_log.h"
 #include "gobject_handles.h"
-#include "require.h"
 #include "made_up_text.h"
+#include "require.h"
 
 namespace quill::fuzz {
 namespace {

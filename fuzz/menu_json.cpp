@@ -3,12 +3,12 @@
 #include <string>
 #include <tuple>
 
+#include "made_up_text.h"
 #include "memory_desktop.h"
 #include "memory_environment.h"
 #include "menu_items_json.h"
 #include "menu_layout.h"
 #include "require.h"
-#include "made_up_text.h"
 #include "tray_manager.h"
 
 namespace quill::fuzz {
@@ -41,7 +41,7 @@ void requireRoundTrip(const Records& records) {
   require(std::equal(records.begin(), records.end(), again->begin(), again->end(), isSame));
 }
 
-void requireSendable(const freedesktop::MenuEntry& entry, freedesktop::PanelKind panel) {
+void requireSendable(const freedesktop::MenuEntry& entry, const freedesktop::Panel& panel) {
   freedesktop::EntryProperties::all().forEach([&](freedesktop::EntryProperty property) {
     const auto value = entry.value(property, panel);
     if (!value) return;
@@ -66,7 +66,8 @@ void readMenu(const std::string& text) {
   history.show(menu.get());
   const auto& entries = history.current().entries();
   require(entries.size() == records->size() + 1);
-  for (const auto panel : {freedesktop::PanelKind::other, freedesktop::PanelKind::gnome}) {
+  for (const auto& panel :
+       {freedesktop::kUnknownPanel, freedesktop::Panel{.underscores = freedesktop::Underscores::first}}) {
     for (const auto& entry : entries) requireSendable(entry, panel);
   }
   for (const auto& line : memory::Environment::current().logged()) require(isWellFormed(line));

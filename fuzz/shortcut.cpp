@@ -2,8 +2,8 @@
 #include "shortcut.h"
 
 #include "accelerator.h"
-#include "require.h"
 #include "made_up_text.h"
+#include "require.h"
 
 namespace quill::fuzz {
 namespace {

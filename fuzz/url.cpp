@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "require.h"
 #include "made_up_text.h"
+#include "require.h"
 
 namespace quill::fuzz {
 namespace {

@@ -15,6 +15,7 @@ using Drawing = std::function<bool(double x, double y)>;
 double fromCentre(double x, double y) { return std::hypot(x - 0.5, y - 0.5); }
 bool disc(double x, double y) { return fromCentre(x, y) < 0.4; }
 bool fullSquare(double, double) { return true; }
+constexpr Panel kSymbolic{.icon = IconForm::symbolic}, kOutlined{.icon = IconForm::symbolicWithOutline};
 
 Shape draw(const Drawing& drawing, int width, int height, const std::array<std::uint8_t, 4>& color = {0, 0, 0, 255}) {
   Pixels pixels{width, height, {}};
@@ -75,7 +76,7 @@ TEST(TemplateIcon, FaintStaysFaintOverAFullOutlineAndHairlinesGain) {
   EXPECT_THAT(middle(128), ElementsAre(opaque(170), opaque(170), opaque(128), opaque(128)));
   EXPECT_THAT(middle(20)[0], opaque(170));
   for (const auto& [alpha, opacity] : {std::pair<std::uint8_t, const char*>{192, ".5"}, {255, "1"}})
-    EXPECT_THAT(symbolicSvg(draw(disc, 64, 64, {9, 9, 9, alpha}), PanelKind::gnome),
+    EXPECT_THAT(symbolicSvg(draw(disc, 64, 64, {9, 9, 9, alpha}), kSymbolic),
                 MatchesRegex(".*opacity=\"" + std::string(opacity) + "\" d=[^=]*\n"));  // of the last layer
   const auto hairline = [](double x, double) { return x > 0.5 && x < 0.51; };
   EXPECT_THAT(shapeCoverage(draw(hairline, 128, 128)), Contains(255));
@@ -101,7 +102,7 @@ TEST(IconPixels, SizesComeFromTheSourcesOwnPixelsAndNothingStaysNothing) {
       EXPECT_NE(icon.argb == std::vector<std::uint8_t>(icon.argb.size()), isSeen);
     }
     EXPECT_EQ(seen, sides) << source.width << " x " << source.height;
-    EXPECT_NE(symbolicSvg(source, PanelKind::plasma).empty(), isSeen);
+    EXPECT_NE(symbolicSvg(source, kOutlined).empty(), isSeen);
   }
 }
 
@@ -112,7 +113,7 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
     const int distance = std::max(std::abs(column - 11), std::abs(row - 11));
     return distance == 1 || (column == row && (row == 1 || row == 2));
   };
-  const auto svg = symbolicSvg(draw(shape, 22, 22), PanelKind::gnome);
+  const auto svg = symbolicSvg(draw(shape, 22, 22), kSymbolic);
   EXPECT_THAT(svg, HasSubstr("viewBox=\"1 1 20 20\"")) << "without what the host left free for an outline";
   EXPECT_THAT(svg, AllOf(HasSubstr(".ColorScheme-Text { color:#232629; }"),
                          Not(HasSubstr("class=\"ColorScheme-Background\""))));
@@ -123,7 +124,7 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
 
   // Plasma's is shrunk for an outline, which lies beneath it.
   EXPECT_THAT(
-      symbolicSvg(draw(fullSquare, 22, 22), PanelKind::plasma),
+      symbolicSvg(draw(fullSquare, 22, 22), kOutlined),
       MatchesRegex(
           ".*viewBox=\"0 0 22 22\".*class=\"ColorScheme-Background\".* stroke-width=\"3\" d=\"M2 2h18v18h-18z\"/>"
           "(<path class=\"ColorScheme-Text\"[^>]* d=\"M2 2h18v18h-18z\"/>){4}</svg>\n"));
@@ -131,8 +132,8 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
   // What is kept of a larger picture gives the same.
   const auto large = draw(disc, 300, 200);
   EXPECT_LE(keptOf(large).alpha.size(), 44U * 44);
-  EXPECT_EQ(symbolicSvg(keptOf(large), PanelKind::gnome), symbolicSvg(large, PanelKind::gnome));
-  EXPECT_THAT(symbolicSvg(large, PanelKind::gnome), HasSubstr("viewBox=\"4 4 36 36\"")) << "and of more no more";
+  EXPECT_EQ(symbolicSvg(keptOf(large), kSymbolic), symbolicSvg(large, kSymbolic));
+  EXPECT_THAT(symbolicSvg(large, kSymbolic), HasSubstr("viewBox=\"4 4 36 36\"")) << "and of more no more";
 
   EXPECT_NE(symbolicName(svg), symbolicName(svg + " "));
   EXPECT_THAT(symbolicName(svg), MatchesRegex("[a-z0-9-]+-symbolic"));

@@ -27,10 +27,11 @@ TEST(PanelTitle, LosesItsMiddleBeyondSixtyColumns) {
 TEST(PanelLabel, ShowsUnderscoresAsGiven) {
   // GNOME's shell removes the first underscore before anything else; others show each doubled one as one.
   for (const auto& [title, expected] : casesIn(CASES "labels.txt"))
-    EXPECT_EQ(panelLabel(title, title.size() - 1, PanelKind::gnome) + " " + panelLabel(title, {}, PanelKind::other),
+    EXPECT_EQ(panelLabel(title, title.size() - 1, {.underscores = Underscores::first}) + " " +
+                  panelLabel(title, {}, kUnknownPanel),
               expected);
-  EXPECT_EQ(panelLabel("Save_as", 4, PanelKind::plasma), "Save___as");
-  EXPECT_EQ(panelLabel(std::string_view("a\0b", 3), {}, PanelKind::gnome), "a\uFFFDb");
+  EXPECT_EQ(panelLabel("Save_as", 4, kUnknownPanel), "Save___as");
+  EXPECT_EQ(panelLabel(std::string_view("a\0b", 3), {}, {.underscores = Underscores::first}), "a\uFFFDb");
 }
 
 }  // namespace quill::freedesktop::tests

@@ -117,7 +117,7 @@ void DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>&
       if (change.updated.empty()) continue;
       to.container('r', "ia{sv}", [&] {
         to.append(change.id);
-        appendProperties(to, layout.entries()[*layout.indexOf(change.id)], panel_, change.updated, change.updated);
+        appendProperties(to, layout.entries()[*layout.indexOf(change.id)], *panel_, change.updated, change.updated);
       });
     }
   });
@@ -148,7 +148,7 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
   if (depth < 0) depth = std::numeric_limits<std::int32_t>::max();
   result = reply(call, [&](MessageWriter& to) {
     to.append(history_.revision());
-    appendEntry(to, layout, *index, panel_, properties, depth);
+    appendEntry(to, layout, *index, *panel_, properties, depth);
   });
   if (result >= 0) history_.noteRead();
   return result;
@@ -165,7 +165,7 @@ int DBusMenu::getGroupProperties(sd_bus_message* call, sd_bus_error* error) {
     const auto append = [&](std::size_t index) {
       to.container('r', "ia{sv}", [&] {
         to.append(layout.idOf(index));
-        appendProperties(to, layout.entries()[index], panel_, properties);
+        appendProperties(to, layout.entries()[index], *panel_, properties);
       });
     };
     to.container('a', "(ia{sv})", [&] {
@@ -196,7 +196,7 @@ int DBusMenu::getProperty(sd_bus_message* call, sd_bus_error* error) {
     return sd_bus_error_set(error, SD_BUS_ERROR_UNKNOWN_PROPERTY, "Menu entries have no property of that name");
   }
   return reply(call, [&](MessageWriter& to) {
-    appendVariant(to, layout.entries()[*index].value(*property, panel_).value_or(defaultOf(*property)));
+    appendVariant(to, layout.entries()[*index].value(*property, *panel_).value_or(defaultOf(*property)));
   });
 }
 

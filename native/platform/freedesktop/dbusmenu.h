@@ -26,7 +26,7 @@ class DBusMenu {
   /// Shows `menu`, or an empty menu for null, and signals what changed.
   void show(const Menu* menu);
   /// Writes labels in this panel's form from now on; a new panel has read nothing yet.
-  void offerTo(PanelKind panel) { panel_ = panel; }
+  void setPanel(const Panel& panel) { panel_ = &panel; }
   void exportOn(sd_bus* bus);
 
  private:
@@ -57,7 +57,7 @@ class DBusMenu {
   Bus& bus_;
   std::shared_ptr<Choices> choices_;
   MenuHistory history_;
-  PanelKind panel_ = PanelKind::other;
+  const Panel* panel_ = &kUnknownPanel;
 };
 
 }  // namespace quill::freedesktop

@@ -11,16 +11,13 @@ namespace quill::freedesktop {
 std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
   const auto address = sessionBusAddress();
   if (!address) return nullptr;
-  symbolicIcons_.sweepOnce();
+  iconFolders_.sweepOnce();
   return StatusItem::make(length, mainQueue_,
-                          std::make_unique<StatusNotifier>(*this, mainQueue_, symbolicIcons_, *address));
+                          std::make_unique<StatusNotifier>(*this, mainQueue_, iconFolders_, *address));
 }
 
 void Desktop::prepare(Image& image) {
-  auto rendering = iconRenderingOf(image);
-  if (!rendering || rendering == image.picture()) return;
-  symbolicIcons_.add(rendering->symbolic());
-  image.setPicture(std::move(rendering));
+  if (auto rendering = iconRenderingOf(image)) image.setPicture(std::move(rendering));
 }
 
 }  // namespace quill::freedesktop

@@ -4,7 +4,7 @@
 #include "glib_main_queue.h"
 #include "host_application.h"
 #include "host_menu.h"
-#include "symbolic_icons.h"
+#include "icon_folder.h"
 #include "url_opener.h"
 
 namespace quill::freedesktop {
@@ -25,11 +25,11 @@ class Desktop : public quill::Desktop {
   void terminate() override { terminateHost(); }
 
   /// Removes the files made for panels, for good, as the process ends.
-  void removeFiles() { symbolicIcons_.close(); }
+  void removeFiles() { iconFolders_.close(); }
 
  private:
   GlibMainQueue mainQueue_;
-  SymbolicIcons symbolicIcons_;
+  IconFolders iconFolders_;
   UrlOpener urlOpener_;
   std::shared_ptr<HostMenuReads> hostMenuReads_ = std::make_shared<HostMenuReads>();
 };

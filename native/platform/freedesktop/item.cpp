@@ -7,6 +7,7 @@
 #include "dbusmenu.h"
 #include "host_application.h"
 #include "member_callbacks.h"
+#include "symbolic_svg.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -87,33 +88,30 @@ void Item::show(const StatusItem& item) {
   image_ = image;
   auto icon = image ? iconRenderingOf(*image) : nullptr;
   if (icon == icon_ || (icon && icon_ && icon->looksLike(*icon_))) return;
-  replaced_.keep(symbolicFile());
   icon_ = std::move(icon);
-  writeSymbolicIcon();
+  writeFile();
   signal("NewIcon");
 }
 
-void Item::offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder) {
-  panel_ = panel;
-  if (folder == symbolicIcons_) return;
-  symbolicIcons_ = std::move(folder);
-  writeSymbolicIcon();
+void Item::setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder) {
+  panel_ = &panel;
+  if (!folder && !folder_) return;
+  folder_ = std::move(folder);
+  writeFile();
   // For a panel that read the item before its watcher was there.
-  signal("NewIconThemePath", symbolicIcons_ ? symbolicIcons_->path().c_str() : "");
+  signal("NewIconThemePath", folder_ ? folder_->path().c_str() : "");
   signal("NewIcon");
 }
 
 void Item::repaint() {
-  if (symbolicFile()) signal("NewIcon");
+  if (file_) signal("NewIcon");
 }
 
-/// A prepared image has its file already.
-void Item::writeSymbolicIcon() const {
-  if (symbolicIcons_ && icon_) icon_->symbolic()->writeTo(symbolicIcons_, panel_);
-}
-
-std::shared_ptr<const IconFile> Item::symbolicFile() const {
-  return symbolicIcons_ && icon_ ? icon_->symbolic()->fileIn(symbolicIcons_) : nullptr;
+void Item::writeFile() {
+  replaced_.keep(std::exchange(file_, nullptr));
+  if (!folder_ || !icon_) return;
+  const auto svg = symbolicSvg(icon_->shape(), *panel_);
+  if (!svg.empty()) file_ = folder_->file(symbolicName(svg), svg);
 }
 
 void Item::signal(const char* member, const char* argument) {
@@ -136,14 +134,9 @@ int Item::provideXdgActivationToken(sd_bus_message* call, sd_bus_error*) {
 
 void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
 
-void Item::appendIconName(MessageWriter& to) const {
-  const auto file = symbolicFile();
-  to.append(file ? file->name() : std::string());
-}
+void Item::appendIconName(MessageWriter& to) const { to.append(file_ ? file_->name() : std::string()); }
 
-void Item::appendIconThemePath(MessageWriter& to) const {
-  to.append(symbolicIcons_ ? symbolicIcons_->path() : std::string());
-}
+void Item::appendIconThemePath(MessageWriter& to) const { to.append(folder_ ? folder_->path() : std::string()); }
 
 void Item::appendIcon(MessageWriter& to) const {
   to.container('a', "(iiay)", [&] {

@@ -10,7 +10,7 @@
 #include "bus.h"
 #include "icon_folder.h"
 #include "icon_rendering.h"
-#include "panel_kind.h"
+#include "panel.h"
 #include "replaced_icons.h"
 #include "status_item.h"
 
@@ -31,9 +31,9 @@ class Item {
   /// Copies what `item` shows, and signals what changed.
   void show(const StatusItem& item);
   void exportOn(sd_bus* bus);
-  /// Tells which panel shows the item, and in which folder it finds symbolic icons. Null for a panel that does not
-  /// recolour them: many such panels show a broken image for a name that they cannot draw.
-  void offerTo(PanelKind panel, std::shared_ptr<IconFolder> folder);
+  /// Shows the item in the form for `panel` from now on. `folder` is where the panel finds icons as files; null for a
+  /// panel that reads pixels: many such panels show a broken image for a name that they cannot draw.
+  void setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder);
   /// Makes the panel draw the icon again.
   void repaint();
   /// The activation token that the panel gave since the last call; empty: none.
@@ -54,9 +54,8 @@ class Item {
   void appendIcon(MessageWriter& to) const;
   void appendToolTip(MessageWriter& to) const;
 
-  void writeSymbolicIcon() const;
-  /// Null where the panel reads pixels.
-  std::shared_ptr<const IconFile> symbolicFile() const;
+  /// Writes the icon's file, the only place that does.
+  void writeFile();
   /// `argument` may be null: none.
   void signal(const char* member, const char* argument = nullptr);
 
@@ -67,8 +66,9 @@ class Item {
   bool isActive_ = false;
   std::optional<Image> image_;                 // what icon_ was made of
   std::shared_ptr<const IconRendering> icon_;  // null: no icon
-  PanelKind panel_ = PanelKind::other;
-  std::shared_ptr<IconFolder> symbolicIcons_;
+  const Panel* panel_ = &kUnknownPanel;
+  std::shared_ptr<IconFolder> folder_;
+  std::shared_ptr<const IconFile> file_;  // null where the panel reads pixels
   ReplacedIcons replaced_;
   std::string activationToken_;
 };

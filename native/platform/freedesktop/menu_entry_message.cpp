@@ -25,7 +25,7 @@ void appendVariant(MessageWriter& to, const EntryValue& value) {
   }
 }
 
-void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
+void appendProperties(MessageWriter& to, const MenuEntry& entry, const Panel& panel, EntryProperties properties,
                       EntryProperties always) {
   to.container('a', "{sv}", [&] {
     properties.forEach([&](EntryProperty property) {
@@ -40,7 +40,7 @@ void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel
   });
 }
 
-void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
+void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, const Panel& panel,
                  EntryProperties properties, std::int32_t depth) {
   const auto& entries = layout.entries();
   to.container('r', "ia{sv}av", [&] {

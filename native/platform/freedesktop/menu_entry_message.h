@@ -12,11 +12,11 @@ namespace quill::freedesktop {
 void appendVariant(MessageWriter& to, const EntryValue& value);
 
 /// Appends those of `properties` that differ from their defaults, and those in `always` in any case.
-void appendProperties(MessageWriter& to, const MenuEntry& entry, PanelKind panel, EntryProperties properties,
+void appendProperties(MessageWriter& to, const MenuEntry& entry, const Panel& panel, EntryProperties properties,
                       EntryProperties always = {});
 
 /// Appends an entry's id, its properties and the entries below it, `depth` levels deep.
-void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, PanelKind panel,
+void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, const Panel& panel,
                  EntryProperties properties, std::int32_t depth);
 
 }  // namespace quill::freedesktop

@@ -4,7 +4,7 @@
 
 namespace quill::freedesktop {
 
-StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, SymbolicIcons& symbolicIcons,
+StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, IconFolders& iconFolders,
                                const std::string& busAddress)
     : desktop_(desktop),
       queue_(queue),
@@ -12,18 +12,18 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Sy
            {[this](sd_bus* bus) {
               item_.exportOn(bus);
               menu_.exportOn(bus);
-              watcher_.follow(bus);
+              registration_.follow(bus);
             },
             [this] {
-              watcher_.leave();
+              registration_.leave();
               themeChanges_.leave();
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, queue),
       themeChanges_(bus_, queue, [this] { item_.repaint(); }),
-      watcher_(queue, Item::kPath, [this, &symbolicIcons](PanelKind panel) {
-        item_.offerTo(panel, panel != PanelKind::other ? symbolicIcons.open(panel) : nullptr);
-        menu_.offerTo(panel);
+      registration_(queue, Item::kPath, [this, &iconFolders](const Panel& panel) {
+        item_.setPanel(panel, panel.icon != IconForm::pixels ? iconFolders.open() : nullptr);
+        menu_.setPanel(panel);
         themeChanges_.listenTo(panel);
       }) {}
 

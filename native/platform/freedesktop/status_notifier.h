@@ -6,11 +6,11 @@
 #include "bus.h"
 #include "dbusmenu.h"
 #include "desktop.h"
+#include "icon_folder.h"
 #include "item.h"
+#include "registration.h"
 #include "status_item.h"
-#include "symbolic_icons.h"
 #include "theme_changes.h"
-#include "watcher.h"
 
 namespace quill::freedesktop {
 
@@ -18,7 +18,7 @@ namespace quill::freedesktop {
 class StatusNotifier : public StatusItemPresenter {
  public:
   /// Connects at the first present(), so that the bus is only touched from the main loop.
-  StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, SymbolicIcons& symbolicIcons,
+  StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, IconFolders& iconFolders,
                  const std::string& busAddress);
 
   void present(const StatusItem& item) override;
@@ -35,7 +35,7 @@ class StatusNotifier : public StatusItemPresenter {
   Item item_;
   DBusMenu menu_;
   ThemeChanges themeChanges_;
-  Watcher watcher_;
+  Registration registration_;
 };
 
 }  // namespace quill::freedesktop

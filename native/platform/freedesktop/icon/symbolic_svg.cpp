@@ -120,9 +120,9 @@ int unusedMargin(const std::vector<std::uint8_t>& coverage, int side) {
 
 }  // namespace
 
-std::string symbolicSvg(const Shape& shape, PanelKind panel) {
+std::string symbolicSvg(const Shape& shape, const Panel& panel) {
   const int side = largestSide(shape);
-  const bool isOutlined = panel == PanelKind::plasma;
+  const bool isOutlined = panel.icon == IconForm::symbolicWithOutline;
   const auto coverage = isOutlined ? framedLargest(shape) : shapeCoverage(shape);
   if (coverage.empty()) return {};
 

@@ -125,6 +125,29 @@ void IconFolder::release(const std::string& name) {
   unlinkat(directory_.number(), (name + kSuffix).c_str(), 0);
 }
 
+std::shared_ptr<IconFolder> IconFolders::open() {
+  const std::lock_guard lock(mutex_);
+  if (isClosed_) return nullptr;
+  auto folder = folder_.lock();
+  if (!folder) folder_ = folder = IconFolder::make();
+  return folder;
+}
+
+void IconFolders::close() {
+  if (!owner_.isCurrent()) return;
+  // A host may exit from inside another call here. What then stays is swept at the next start.
+  const std::unique_lock lock(mutex_, std::try_to_lock);
+  if (!lock) return;
+  isClosed_ = true;
+  if (const auto folder = folder_.lock()) folder->remove();
+}
+
+void IconFolders::sweepOnce() {
+  if (!owner_.isCurrent()) return;  // in a forked child nobody may be left to unlock it
+  const std::lock_guard lock(mutex_);
+  if (!std::exchange(isSwept_, true)) IconFolder::sweep();
+}
+
 IconFile::~IconFile() {
   if (const auto folder = folder_.lock()) folder->release(name_);
 }

@@ -49,6 +49,24 @@ class IconFolder : public std::enable_shared_from_this<IconFolder> {
   std::map<std::string, std::weak_ptr<const IconFile>> files_;
 };
 
+/// The folder that all items of the process share while a panel reads files. Any thread.
+class IconFolders {
+ public:
+  /// The folder, which stays as long as somebody holds it; null where none can be made.
+  std::shared_ptr<IconFolder> open();
+  /// Removes the folder for good, as the process ends.
+  void close();
+  /// Removes what killed processes left behind; does so the first time only.
+  void sweepOnce();
+
+ private:
+  posix::OwnerProcess owner_;
+  std::mutex mutex_;  // guards what follows
+  bool isSwept_ = false;
+  bool isClosed_ = false;
+  std::weak_ptr<IconFolder> folder_;
+};
+
 /// One icon in a folder; its file is removed with the object.
 class IconFile {
  public:

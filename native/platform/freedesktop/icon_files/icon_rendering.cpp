@@ -9,7 +9,7 @@ IconRendering::IconRendering(const Pixels& source) {
   height = source.height;
   auto shape = shapeOf(source);
   sizes_ = templateIconPixels(shape);
-  symbolic_ = std::make_shared<SymbolicIcon>(keptOf(std::move(shape)));
+  shape_ = keptOf(std::move(shape));
 }
 
 std::shared_ptr<const IconRendering> iconRenderingOf(const Image& image) {

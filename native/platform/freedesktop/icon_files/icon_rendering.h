@@ -5,7 +5,7 @@
 
 #include "image.h"
 #include "outlined_icon.h"
-#include "symbolic_icons.h"
+#include "shape.h"
 
 namespace quill::freedesktop {
 
@@ -16,14 +16,14 @@ class IconRendering : public Picture {
 
   /// From the smallest to the largest.
   const std::vector<IconPixels>& sizes() const { return sizes_; }
-  /// The icon for panels that recolour it; never null.
-  const std::shared_ptr<SymbolicIcon>& symbolic() const { return symbolic_; }
+  /// For panels that paint the icon in their own colour.
+  const Shape& shape() const { return shape_; }
   /// Whether nobody could tell the two apart in a bar.
   bool looksLike(const IconRendering& other) const { return sizes_ == other.sizes_; }
 
  private:
   std::vector<IconPixels> sizes_;
-  std::shared_ptr<SymbolicIcon> symbolic_;
+  Shape shape_;
 };
 
 /// The rendering that `image` holds, or else one made now of its pixels; null where it has neither. Any thread.

@@ -102,7 +102,7 @@ EntryValue defaultOf(EntryProperty property) {
   }
 }
 
-std::optional<EntryValue> MenuEntry::value(EntryProperty property, PanelKind panel) const {
+std::optional<EntryValue> MenuEntry::value(EntryProperty property, const Panel& panel) const {
   using Value = std::optional<EntryValue>;
   const bool isRoot = item == nullptr;
   switch (property) {
@@ -174,8 +174,8 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Placed
     take(entry, *item);
     Change change{idOf(i), {}, {}};
     EntryProperties::all().forEach([&](EntryProperty property) {
-      const auto value = entry.value(property, PanelKind::other);
-      if (value == before.value(property, PanelKind::other)) return;
+      const auto value = entry.value(property, kUnknownPanel);
+      if (value == before.value(property, kUnknownPanel)) return;
       // Some panels leave an entry grey until they are told that it is enabled.
       (value || property == EntryProperty::enabled ? change.updated : change.removed).insert(property);
     });

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "menu.h"
-#include "panel_kind.h"
+#include "panel.h"
 
 namespace quill::freedesktop {
 
@@ -79,7 +79,7 @@ struct MenuEntry {
   bool hasSubmenu = false;
 
   /// The value that `panel` is told; empty where the default holds.
-  std::optional<EntryValue> value(EntryProperty property, PanelKind panel) const;
+  std::optional<EntryValue> value(EntryProperty property, const Panel& panel) const;
 };
 
 /// A menu and all menus below it in one list, each entry before those below it, under ids of its own. The entry at 0 is

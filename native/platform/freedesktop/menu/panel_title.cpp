@@ -70,20 +70,20 @@ PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemoni
   return shortened;
 }
 
-std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, PanelKind panel) {
+std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, const Panel& panel) {
   const auto shown = panelTitle(title, mnemonic);
   const auto& text = shown.text;
-  // GNOME's shell has no access keys: it removes the first underscore that another character follows, and shows all
-  // others. Other panels show a doubled underscore as one.
+  // A panel that removes the first underscore that another character follows, and shows all others, has no access keys.
+  const bool hasKeys = panel.underscores == Underscores::all;
   bool isDoubled = false;
   const auto isMark = [&](std::size_t at) {
-    if (panel != PanelKind::gnome) return true;
+    if (hasKeys) return true;
     return !isDoubled && at + 1 < text.size() && text[at + 1] != '_';
   };
   std::string label;
   label.reserve(text.size() + 1);
   for (std::size_t at = 0; at < text.size(); ++at) {
-    if (at == shown.mnemonic && panel != PanelKind::gnome) label += '_';
+    if (at == shown.mnemonic && hasKeys) label += '_';
     if (text[at] == '\0') {
       label += kReplacementCharacter;
       continue;

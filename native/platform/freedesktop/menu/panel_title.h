@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "panel_kind.h"
+#include "panel.h"
 
 namespace quill::freedesktop {
 
@@ -22,6 +22,6 @@ PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemoni
 
 /// That title in the protocol's form, so that the panel shows it literally and underlines its access key if it has
 /// such: an underscore marks the access key, and U+0000 is replaced. Pure.
-std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, PanelKind panel);
+std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, const Panel& panel);
 
 }  // namespace quill::freedesktop

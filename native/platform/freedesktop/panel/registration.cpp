@@ -1,0 +1,167 @@
+#include "registration.h"
+
+#include <algorithm>
+#include <fstream>
+#include <utility>
+
+#include "host_application.h"
+#include "member_callbacks.h"
+
+namespace quill::freedesktop {
+namespace {
+
+constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
+constexpr auto kWatcherPath = "/StatusNotifierWatcher";
+constexpr auto kDriver = "org.freedesktop.DBus";
+constexpr auto kDriverPath = "/org/freedesktop/DBus";
+constexpr auto kOwnerOf = "GetNameOwner";
+constexpr auto kProcessOf = "GetConnectionUnixProcessID";
+constexpr auto kOwnerChange =
+    "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',interface='org.freedesktop.DBus',"
+    "member='NameOwnerChanged',arg0='org.kde.StatusNotifierWatcher'";
+
+constexpr std::chrono::milliseconds kFirstDelay{100};
+constexpr std::chrono::milliseconds kMaxDelay{10'000};
+/// The first attempt and seven more within 13 s.
+constexpr int kAttempts = 8;
+
+/// Asks the bus about `name`; a name without an owner is answered with an error. Null: the connection is closed.
+SlotHandle ask(sd_bus* bus, const char* method, const char* name, sd_bus_message_handler_t answered, void* userdata) {
+  sd_bus_slot* slot = nullptr;
+  sd_bus_call_method_async(bus, &slot, kDriver, kDriverPath, kDriver, method, answered, userdata, "s", name);
+  return SlotHandle(slot);
+}
+
+/// The owner that such a reply names; empty: none.
+std::string ownerIn(sd_bus_message* reply) {
+  const char* owner = "";
+  if (sd_bus_message_is_method_error(reply, nullptr) == 0) sd_bus_message_read(reply, "s", &owner);
+  return owner;
+}
+
+/// The process that such a reply names; 0: none.
+std::uint32_t processIn(sd_bus_message* reply) {
+  std::uint32_t process = 0;
+  if (sd_bus_message_is_method_error(reply, nullptr) == 0) sd_bus_message_read(reply, "u", &process);
+  return process;
+}
+
+/// The name of a process's program, cut off after 15 characters; empty in a sandbox, which sees its own processes only.
+std::string programOf(std::uint32_t process) {
+  std::string program;
+  if (process != 0 && !isSandboxed())
+    std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), program);
+  return program;
+}
+
+}  // namespace
+
+Registration::Registration(GlibMainQueue& queue, const char* path, std::function<void(const Panel&)> found)
+    : path_(path),
+      found_(std::move(found)),
+      backoff_(kFirstDelay, kMaxDelay),
+      retry_(queue, [this] { registerItem(); }) {}
+
+void Registration::follow(sd_bus* bus) {
+  bus_ = bus;
+  // The match comes first, so that no change is missed between the answer and the first signal. A failure to send
+  // either is the connection's, which is then lost and made anew.
+  sd_bus_add_match_async(bus, nullptr, kOwnerChange, call<&Registration::onOwnerChange>, nullptr, this);
+  ownerQuery_ = ask(bus, kOwnerOf, kWatcher, call<&Registration::onOwner>, this);
+}
+
+void Registration::leave() {
+  setOwner({});
+  ownerQuery_.reset();
+  bus_ = nullptr;
+}
+
+int Registration::onOwnerChange(sd_bus_message* signal, sd_bus_error*) {
+  const char* owner = nullptr;
+  if (sd_bus_message_read(signal, "sss", nullptr, nullptr, &owner) > 0) setOwner(owner);
+  return 0;
+}
+
+int Registration::onOwner(sd_bus_message* reply, sd_bus_error*) {
+  if (auto owner = ownerIn(reply); !owner.empty()) setOwner(std::move(owner));
+  return 0;
+}
+
+int Registration::onProcess(sd_bus_message* reply, sd_bus_error*) {
+  process_ = processIn(reply);
+  const auto program = programOf(process_);
+  for (const auto& panel : knownPanels()) {
+    if (panel.program != nullptr && program == panel.program) panel_ = &panel;
+  }
+  return answered(reply, false);
+}
+
+int Registration::onNameOwner(sd_bus_message* reply, sd_bus_error*) {
+  return answered(reply, ownerIn(reply) == owner_);
+}
+
+int Registration::onNameProcess(sd_bus_message* reply, sd_bus_error*) {
+  return answered(reply, process_ != 0 && processIn(reply) == process_);
+}
+
+int Registration::answered(sd_bus_message* reply, bool isThis) {
+  if (isThis) {
+    const sd_bus_slot* slot = sd_bus_get_current_slot(sd_bus_message_get_bus(reply));
+    panel_ = std::ranges::find(queries_, slot, [](const Query& query) { return query.slot.get(); })->panel;
+  }
+  if (--unanswered_ == 0) {
+    found_(*panel_);
+    registerItem();
+  }
+  return 0;
+}
+
+int Registration::onRegistered(sd_bus_message* reply, sd_bus_error*) {
+  const bool isRefused = sd_bus_message_is_method_error(reply, nullptr) > 0;
+  if (isRefused && attempts_ < kAttempts) retry_.setDueIn(backoff_.next());
+  return 0;
+}
+
+void Registration::setOwner(std::string owner) {
+  if (owner == owner_) return;
+  owner_ = std::move(owner);
+  registration_.reset();
+  retry_.cancel();
+  backoff_.reset();
+  attempts_ = 0;
+  queries_.clear();
+  if (!owner_.empty()) recognise();
+}
+
+void Registration::recognise() {
+  process_ = 0;
+  panel_ = &kUnknownPanel;
+  // The bus answers in this order, so the process of the watcher is known first.
+  queries_.push_back({ask(bus_, kProcessOf, owner_.c_str(), call<&Registration::onProcess>, this), nullptr});
+  for (const auto& panel : knownPanels()) {
+    for (const auto& [name, isOfProcess] : panel.names) {
+      if (name == nullptr) continue;
+      queries_.push_back({isOfProcess ? ask(bus_, kProcessOf, name, call<&Registration::onNameProcess>, this)
+                                      : ask(bus_, kOwnerOf, name, call<&Registration::onNameOwner>, this),
+                          &panel});
+    }
+  }
+  unanswered_ = queries_.size();
+}
+
+void Registration::registerItem() {
+  ++attempts_;
+  sd_bus_message* created = nullptr;
+  if (sd_bus_message_new_method_call(bus_, &created, kWatcher, kWatcherPath, kWatcher, "RegisterStatusNotifierItem") <
+      0) {
+    return;  // the connection is closed, and the next one asks again
+  }
+  const MessageHandle request(created);
+  sd_bus_slot* slot = nullptr;
+  if (sd_bus_message_set_auto_start(created, 0) >= 0 && sd_bus_message_append(created, "s", path_) >= 0 &&
+      sd_bus_call_async(bus_, &slot, created, call<&Registration::onRegistered>, this, 0) >= 0) {
+    registration_.reset(slot);
+  }
+}
+
+}  // namespace quill::freedesktop

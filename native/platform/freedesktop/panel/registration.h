@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "backoff.h"
+#include "glib_main_queue.h"
+#include "panel.h"
+#include "sd_bus_handles.h"
+
+namespace quill::freedesktop {
+
+/// Registers an object as a status item with the watcher: with each new owner of the watcher's name, and again a few
+/// times while that owner answers with an error. Main thread.
+class Registration {
+ public:
+  /// `path` is the object's, a string literal. `found` is called before the item is registered with a new watcher, with
+  /// the panel that the watcher belongs to.
+  Registration(GlibMainQueue& queue, const char* path, std::function<void(const Panel&)> found);
+  Registration(const Registration&) = delete;
+  Registration& operator=(const Registration&) = delete;
+
+  void follow(sd_bus* bus);
+  /// Forgets the connection, which is closed.
+  void leave();
+
+ private:
+  /// A question to the bus by whose answer `panel` is recognised.
+  struct Query {
+    SlotHandle slot;
+    const Panel* panel;
+  };
+
+  int onOwnerChange(sd_bus_message* signal, sd_bus_error*);
+  int onOwner(sd_bus_message* reply, sd_bus_error*);
+  int onProcess(sd_bus_message* reply, sd_bus_error*);
+  int onNameOwner(sd_bus_message* reply, sd_bus_error*);
+  int onNameProcess(sd_bus_message* reply, sd_bus_error*);
+  int onRegistered(sd_bus_message* reply, sd_bus_error*);
+
+  void setOwner(std::string owner);
+  void recognise();
+  /// The panel is the one that `reply` was asked for if `isThis`. The last answer begins the registration.
+  int answered(sd_bus_message* reply, bool isThis);
+  void registerItem();
+
+  const char* path_;
+  std::function<void(const Panel&)> found_;
+  sd_bus* bus_ = nullptr;  // not owned
+  std::string owner_;      // the watcher's unique name; empty while there is none
+  SlotHandle ownerQuery_;
+  std::uint32_t process_ = 0;  // the owner's id; 0: not known
+  std::vector<Query> queries_;
+  std::size_t unanswered_ = 0;  // of queries_
+  const Panel* panel_ = &kUnknownPanel;
+  Backoff backoff_;
+  int attempts_ = 0;
+  OneShotTimer retry_;
+  SlotHandle registration_;
+};
+
+}  // namespace quill::freedesktop
