@@ -1,5 +1,4 @@
-/**
- * @file
+/*
  * An icon in the system bar, with a menu, clicks and a log.
  *
  * Rules that hold for every function:
@@ -23,7 +22,7 @@
  * - Arguments are read during the call and stay yours.
  * - Callbacks run on the main thread, from its loop, and may call every function declared here; so
  *   may a GMenuModel and its action groups whenever the library calls or finalizes them. A C++ exception
- *   that a callback throws is caught, and the log gets an error line.
+ *   that a callback throws with the system's C++ runtime is caught, and the log gets an error line.
  * - If a call runs out of memory, the log gets an error line and the state stays as it was. If GLib or
  *   another library runs out of memory, it ends the process.
  */
@@ -32,7 +31,11 @@
 
 #include <stdint.h>
 
-/** The version of this interface, as major * 10000 + minor * 100 + patch. */
+/**
+ * QUILL_TRAY_MANAGER_VERSION:
+ *
+ * The version of this interface, as major * 10000 + minor * 100 + patch.
+ */
 #define QUILL_TRAY_MANAGER_VERSION 10000
 
 #if defined(QUILL_TRAY_MANAGER_BUILD)
@@ -45,17 +48,24 @@
 extern "C" {
 #endif
 
-/** Called on a left click. Main thread. */
+/**
+ * quill_tray_manager_click_callback:
+ *
+ * Called on a left click. Main thread.
+ */
 typedef void (*quill_tray_manager_click_callback)(void);
 
 /**
- * Called when a menu item is chosen. Main thread.
+ * quill_tray_manager_menu_item_callback:
+ * @identifier: the item's "id", as NUL-terminated UTF-8; valid during the call only.
  *
- * @param identifier the item's "id", as NUL-terminated UTF-8; valid during the call only.
+ * Called when a menu item is chosen. Main thread.
  */
 typedef void (*quill_tray_manager_menu_item_callback)(const char* identifier);
 
 /**
+ * quill_tray_manager_create:
+ *
  * Puts an item into the bar, in place of an earlier one. Main thread.
  *
  * The item shows an icon from the next quill_tray_manager_set_main_icon on. Its menu is the first of these
@@ -72,11 +82,13 @@ typedef void (*quill_tray_manager_menu_item_callback)(const char* identifier);
 QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
 
 /**
- * Shows an icon. Main thread.
- *
- * @param iconData,iconLength an encoded image of at most 4096 pixels a side: PNG, BMP or ICO, and
+ * quill_tray_manager_set_main_icon:
+ * @iconData: (array length=iconLength): an encoded image of at most 4096 pixels a side: PNG, BMP or ICO, and
  * JPEG, GIF, TIFF or SVG if the machine has their library. Null, a length of 0 or less, and bytes
  * that are no image change nothing and log nothing.
+ * @iconLength: its size in bytes.
+ *
+ * Shows an icon. Main thread.
  *
  * Only the image's opacity counts: it is a template, drawn in the bar's own colour at 22 by 22 points.
  * Give at least 44 by 44 pixels, so that it is sharp on screens of twice the density.
@@ -89,10 +101,13 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* iconData, intptr_t iconLength);
 
 /**
+ * quill_tray_manager_add_animation_frame:
+ * @frameData: (array length=frameLength): as for quill_tray_manager_set_main_icon, bad input too.
+ * @frameLength: its size in bytes.
+ *
  * Adds a frame to the icon's animation. Any thread.
  *
- * @param frameData,frameLength as for quill_tray_manager_set_main_icon; bad input is treated the same way. A running
- * animation plays the new frame as well.
+ * A running animation plays the new frame as well.
  *
  * Off the main thread, this and the three functions below return once the main thread has done the work. So
  * the main thread must not wait for the caller, and must run its loop.
@@ -100,6 +115,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* icon
 QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength);
 
 /**
+ * quill_tray_manager_start_animation:
+ *
  * Plays the frames once, 35 milliseconds apart, then shows the main icon again. Any thread.
  *
  * Without frames, without an item, and while an animation runs, it only logs a warning. The frames stay: the
@@ -108,6 +125,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t
 QUILL_TRAY_MANAGER_API void quill_tray_manager_start_animation(void);
 
 /**
+ * quill_tray_manager_stop_animation:
+ *
  * Ends the animation early and shows the main icon again. Any thread.
  *
  * Without an item or a main icon the log gets a warning.
@@ -115,17 +134,20 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_start_animation(void);
 QUILL_TRAY_MANAGER_API void quill_tray_manager_stop_animation(void);
 
 /**
+ * quill_tray_manager_reset_animation:
+ *
  * Ends the animation as quill_tray_manager_stop_animation does, and forgets the frames. Any thread.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
 
 /**
+ * quill_tray_manager_set_menu_ptr:
+ * @menuPtr: (type Gio.MenuModel): on Linux a GMenuModel, on a Mac an NSMenu. Null, and an object that is no such
+ * menu, change nothing and log nothing; a pointer to anything but a GObject or an Objective-C object is
+ * undefined behaviour. The library holds its own reference until the menu is replaced.
+ *
  * Makes a menu that the host built the one that a right click opens, in place of any earlier one. Main
  * thread.
- *
- * @param menuPtr on Linux a GMenuModel, on a Mac an NSMenu. Null, and an object that is no such menu, change
- * nothing and log nothing; a pointer to anything but a GObject or an Objective-C object is undefined
- * behaviour. The library holds its own reference until the menu is replaced.
  *
  * An NSMenu gets the menu font, a width of at least 250 points, the application's appearance, and titles in
  * one font. Its items keep their targets and actions.
@@ -146,10 +168,17 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_reset_animation(void);
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr);
 
-/** See quill_tray_manager_set_menu_ptr. */
+/**
+ * QUILL_TRAY_MANAGER_ACTION_GROUP_KEY:
+ *
+ * See quill_tray_manager_set_menu_ptr.
+ */
 #define QUILL_TRAY_MANAGER_ACTION_GROUP_KEY "quill-tray-manager-action-group-"
 
 /**
+ * quill_tray_manager_set_click_callback:
+ * @callback: (scope forever) (nullable): must stay callable until another call replaces it, otherwise for ever.
+ *
  * Sets the function that is called on a left click; null removes it. Main thread; before there is an
  * item, any thread.
  *
@@ -159,9 +188,10 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr)
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback callback);
 
 /**
- * Describes the menu that a right click opens, in place of any earlier one. Main thread.
+ * quill_tray_manager_set_menu_items_json:
+ * @jsonData: an array of objects, as NUL-terminated UTF-8.
  *
- * @param jsonData an array of objects, as NUL-terminated UTF-8:
+ * Describes the menu that a right click opens, in place of any earlier one. Main thread.
  *
  *     [{"id": "open", "title": "Open", "enabled": true, "keyEquivalent": "Cmd+Shift+O"}]
  *
@@ -175,24 +205,29 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_man
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char* jsonData);
 
 /**
+ * quill_tray_manager_set_menu_item_callback:
+ * @callback: (scope forever) (nullable): must stay callable until another call replaces it, otherwise for ever.
+ *
  * Sets the function that is called when an item given as JSON is chosen; null removes it. Main thread; before
  * there is an item, any thread.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(quill_tray_manager_menu_item_callback callback);
 
 /**
- * Opens a URL in the user's default application for its scheme, without waiting for it. Any thread, with or
- * without a main loop.
- *
- * @param urlString NUL-terminated UTF-8. Characters that a URL may not hold, such as blanks and quotes, are
+ * quill_tray_manager_open_url:
+ * @urlString: NUL-terminated UTF-8. Characters that a URL may not hold, such as blanks and quotes, are
  * percent-encoded; all others reach the application byte for byte. Null, an empty text and a malformed URL
  * open nothing and log an error line. A URL that no application opens is logged like any other.
+ *
+ * Opens a URL in the user's default application for its scheme, without waiting for it. Any thread, with or
+ * without a main loop.
  *
  * The whole URL is logged, with any secret in its query.
  *
  * The application gets the environment, signal mask and ignored signals that the calling thread has now, but
  * is no child of the process: there is nothing to wait for and no SIGCHLD. In a sandbox the desktop's portal
- * opens the URL. From the first call on there are two more sleeping threads, the library's and GLib's
+ * opens the URL. A host in a bundle that sets LD_LIBRARY_PATH for itself resets it before this call, because
+ * the application would load the bundle's libraries (docs/distributions.md). From the first call on there are two more sleeping threads, the library's and GLib's
  * "gmain", and two descriptors, with which GLib watches what is installed.
  *
  * A URL given right before the process exits is still opened. If the application has to be started over the

@@ -131,9 +131,20 @@ class PanelTest(unittest.TestCase):
         self.use([build / "example_c"], 4, (1, "chosen: preferences"), (3, "chosen: quit"))
         self.use([build / "example_cpp"], 4, (0, "mute: true"), (2, "refresh"), (3, "quit"))
         self.use(python, 3, (0, "chosen: play"), (2, "chosen: quit"), first=["frames are ready"])
-        if not (build / "node/node_modules/.package-lock.json").exists():
-            self.skipTest("SKIPPED: the example for Node, whose target example_node was not built")
-        self.use(["node", build / "node/main.js"], 3, (0, "chosen: open"), (2, "chosen: quit"))
+        two = (0, "chosen: open"), (1, "chosen: quit")
+        gjs = ["env", f"GI_TYPELIB_PATH={build.parent / 'introspection'}", "gjs", ROOT / "examples/gjs/main.js"]
+        missing = []
+        for command, target, entries, choices in (
+            (gjs, "vala/example_vala", 2, two),
+            ([build / "vala/example_vala"], "vala/example_vala", 2, two),
+            (["node", build / "node/main.js"], "node/node_modules/.package-lock.json", 3, (two[0], (2, two[1][1]))),
+        ):
+            if (build / target).exists():
+                self.use(command, entries, *choices)
+            else:
+                missing.append(target)
+        if missing:
+            self.skipTest(f"SKIPPED: examples whose targets were not built: {missing}")
 
     def test_sandboxed_host_has_icon_menu_portal_and_log(self):
         try:
