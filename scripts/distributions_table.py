@@ -46,6 +46,8 @@ class Suite:
             built = self.require("package", "no packages are made")
             installs = built and self.require("packages", "the packages fail")
             self.cells["packages"] = "ok" if installs else "**fail**"
+        works = self.require("portable", "the file of scripts/portable fails")
+        self.cells["the one file of Debian 12"] = "ok" if works else "**fail**"
 
     def read(self, name):
         path = self.directory / name
