@@ -227,8 +227,8 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(quill_tray
  * The application gets the environment, signal mask and ignored signals that the calling thread has now, but
  * is no child of the process: there is nothing to wait for and no SIGCHLD. In a sandbox the desktop's portal
  * opens the URL. A host in a bundle that sets LD_LIBRARY_PATH for itself resets it before this call, because
- * the application would load the bundle's libraries (docs/distributions.md). From the first call on there are two more sleeping threads, the library's and GLib's
- * "gmain", and two descriptors, with which GLib watches what is installed.
+ * the application would load the bundle's libraries (docs/distributions.md). From the first call on there are two more
+ * sleeping threads, the library's and GLib's "gmain", and two descriptors, with which GLib watches what is installed.
  *
  * A URL given right before the process exits is still opened. If the application has to be started over the
  * bus, the exit then takes up to two seconds longer.

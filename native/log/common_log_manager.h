@@ -10,13 +10,13 @@
 
 namespace quill {
 
-/// Writes each message to the console at once, and to the log file on a serial queue, so that no caller
-/// waits for the disk. Any thread.
+/// Writes each message to the console at once, and to the log file on a serial queue, so that no caller blocks on the
+/// disk. Any thread.
 class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
  public:
-  /// Made on first use and never destroyed. Touches no file until something is logged.
+  /// Made on first use and never destroyed. Touches no file before the first message.
   static const std::shared_ptr<CommonLogManager>& shared();
-  /// One for another environment, which must outlive it and the jobs on its queue.
+  /// Makes a manager for another environment, which must outlive the manager and the jobs on its queue.
   static std::shared_ptr<CommonLogManager> make(Environment& environment);
 
   CommonLogManager(const CommonLogManager&) = delete;
@@ -27,12 +27,11 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
   explicit CommonLogManager(Environment& environment);
 
  private:
-  /// Makes the log file's directory and returns the file's path; empty if that fails. Called for each line, on
-  /// the queue.
+  /// Makes the log file's directory and returns the file's path. Empty on failure. Called for each line, on the queue.
   virtual std::optional<std::filesystem::path> getLogFileURL();
 
  public:
-  /// Takes any texts. No failure reaches the caller.
+  /// Accepts any text. Reports no failure to the caller.
   virtual void log(std::string_view message, std::string_view level = "INFO", std::string_view module = "Native");
 
  private:

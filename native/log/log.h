@@ -4,8 +4,8 @@
 
 namespace quill {
 
-// Log a message under the level of the function's name. Any thread. They return before the line is in the
-// file, and no failure reaches the caller.
+// Each function logs a message under the level that it is named after. It returns before the line is in the file, and
+// reports no failure to the caller. Any thread.
 
 void logInfo(std::string_view message, std::string_view module = "Native");
 void logWarning(std::string_view message, std::string_view module = "Native");

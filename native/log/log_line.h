@@ -6,7 +6,7 @@
 
 namespace quill {
 
-/// A message as it is written; its texts are not changed.
+/// A message in its two written forms. Changes none of the texts.
 class LogLine {
  public:
   LogLine(std::chrono::local_time<std::chrono::milliseconds> time, std::string_view level, std::string_view module,

@@ -14,12 +14,12 @@ using Selector = std::string_view;
 class Responder {
  public:
   virtual ~Responder() = default;
-  /// Runs the operation `selector`. `sender` is the chosen menu item, or null for a button. False if there is no such
-  /// operation.
+  /// Runs the operation `selector`. `sender` is the chosen menu item, or null for a button. Returns false if the object
+  /// has no such operation.
   virtual bool perform(Selector selector, const MenuItem* sender) = 0;
 };
 
-/// What to call on which object, which is not owned.
+/// An operation and the object that performs it. The object is not owned.
 struct Action {
   Selector selector;
   std::weak_ptr<Responder> target;

@@ -23,7 +23,7 @@ using EventMask = std::uint64_t;
 
 constexpr EventMask maskOf(EventType type) { return EventMask{1} << static_cast<int>(type); }
 
-/// What is known of the host's application. Written by the desktop. Main thread.
+/// The state of the host's application object. The desktop writes it. Main thread.
 struct Application {
   std::optional<Event> currentEvent;
   Appearance effectiveAppearance = Appearance::light;

@@ -13,7 +13,7 @@ inline std::string describeObject(const char* typeName, const void* object, cons
   return std::string("<") + typeName + ": " + address.data() + details + ">";
 }
 
-/// The description of an object that may be missing; `nil` where it is.
+/// The description of an object; `nil` if the pointer is null.
 template <typename Pointer>
 std::string describeOptional(const Pointer& object) {
   return object ? object->description() : std::string("nil");

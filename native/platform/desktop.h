@@ -10,11 +10,11 @@
 
 namespace quill {
 
-/// What the library needs of the desktop. Main thread, unless said otherwise.
+/// The platform backend: the system bar, menus, URLs. Main thread, unless a declaration says otherwise.
 class Desktop {
  public:
-  /// The process's desktop, made on first use and never destroyed. Defined by the one desktop that is linked
-  /// in. Any thread.
+  /// The process's desktop, made on first use and never destroyed. The one backend that is linked in defines this
+  /// function. Any thread.
   static Desktop& current();
 
   Desktop() = default;
@@ -22,26 +22,27 @@ class Desktop {
   Desktop& operator=(const Desktop&) = delete;
   virtual ~Desktop() = default;
 
-  /// Empty where there is no application object.
+  /// Empty if the process has no application object.
   std::optional<Application> application;
 
   virtual MainQueue& mainQueue() = 0;
-  /// A further item in the bar; null if there can be none.
+  /// Adds an item to the bar. Null if the machine offers no bar.
   virtual std::shared_ptr<StatusItem> makeStatusItem(double length) = 0;
-  /// Brings the desktop's own views, where it has any, up to date with `group` and its subviews, soon. Any thread.
+  /// Updates the platform's own views from `group` and its subviews, in a later turn of the main loop. Backends without
+  /// views ignore it. Any thread.
   virtual void present(std::shared_ptr<View> group) = 0;
-  /// Replaces the template image's picture by the form that the bar reads. Any thread.
+  /// Replaces the picture of a template image by the form that the bar reads. Any thread.
   virtual void prepare(Image& image) = 0;
-  /// A menu that follows a menu object of the host and keeps that alive. Null for a null pointer and for an object of
-  /// another type.
+  /// Returns a menu that follows a menu object of the host and holds a reference to it. Returns null for a null pointer
+  /// and for an object of another type.
   virtual std::shared_ptr<Menu> adoptMenu(const void* menu) = 0;
   /// Opens the URL with the default handler for its scheme, without waiting for it. Any thread.
   virtual void openUrl(const Url& url) = 0;
-  /// Asks the application to quit; it may refuse.
+  /// Asks the application to quit. The application may refuse.
   virtual void terminate() = 0;
 
-  /// A mouse event on `item`: the button sends its action if its mask has the event, which is the application's current
-  /// event meanwhile.
+  /// Delivers a mouse event to the button of `item`. Sets the application's current event during the call. The button
+  /// sends its action if its action mask contains the event.
   void deliver(EventType type, const StatusItem& item);
 };
 

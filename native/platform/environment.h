@@ -15,18 +15,18 @@ namespace quill {
 class SerialQueue {
  public:
   virtual ~SerialQueue() = default;
-  /// Any thread; does not wait for the job.
+  /// Returns before the job has run. Any thread.
   virtual void submit(std::function<void()> job) = 0;
-  /// Asked from a job: whether somebody waits for jobs behind this one, as when the process ends. The last
-  /// of them may then do what all of them need, such as a flush.
+  /// True while a drain waits for jobs behind the current one, as at the process's end. A job may then leave work that
+  /// serves all of them, such as a flush, to the last job. Call it from a job only.
   virtual bool isDraining() const = 0;
 };
 
-/// What the log needs of the machine: a clock, the console, files, a queue.
+/// The log's view of the machine: a clock, the console, files, a queue.
 class Environment {
  public:
-  /// The process's environment, made on first use and never destroyed. Defined by the one desktop that
-  /// is linked in. Any thread.
+  /// The process's Environment object, made on first use and never destroyed. The one backend that is linked in defines
+  /// this function. Any thread.
   static Environment& current();
 
   Environment() = default;
@@ -36,18 +36,18 @@ class Environment {
 
   /// Local time in the time zone that the process had when the environment was made. Any thread.
   virtual std::chrono::local_time<std::chrono::milliseconds> now() = 0;
-  /// Writes `line`, line feed included, before it returns. A failure is silent. Any thread.
+  /// Writes `line`, which ends with a line feed, before it returns. Ignores a failure. Any thread.
   virtual void writeConsole(std::string_view line) = 0;
-  /// The variable HOME; empty if unset. To be called on the thread that logs, since the host may change
-  /// its variables while another thread reads them.
+  /// The variable HOME; empty if unset. Call it on the thread that called the log function, because getenv() on another
+  /// thread races with the host's setenv().
   virtual std::string homeVariable() = 0;
   /// The queue on which the log's file work runs.
   virtual std::shared_ptr<SerialQueue> makeSerialQueue(std::string label) = 0;
 
-  // The rest runs on that queue.
+  // The functions below run on that queue.
 
-  /// The user's home directory: `home` if that is an absolute path, else what the user database says; empty if it
-  /// says nothing.
+  /// The user's home directory: `home` if that is an absolute path, otherwise the user database's entry. Empty if there
+  /// is none.
   virtual std::optional<std::filesystem::path> userDirectory(const std::string& home) = 0;
   /// Makes every missing directory on the path.
   virtual std::error_code createDirectories(const std::filesystem::path& directory) = 0;
@@ -55,8 +55,8 @@ class Environment {
 
   enum class Missing { fail, create };
   enum class Flush { now, later };
-  /// Opens the file, appends, flushes to permanent storage (unless `later`: a following call will) and
-  /// closes. The error is that of opening; a failed write is silent and leaves the file as it was.
+  /// Opens the file, appends, flushes to permanent storage and closes. With `later` a following call flushes. Returns
+  /// the error of opening. A failed write is silent and leaves the file as it was.
   virtual std::error_code append(const std::filesystem::path& file, std::string_view bytes, Missing missing,
                                  Flush flush) = 0;
 };

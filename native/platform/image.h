@@ -12,7 +12,7 @@
 
 namespace quill {
 
-/// A decoded picture in the form that a desktop keeps. Not changed once an image holds it.
+/// A decoded picture in the form that a desktop keeps. Immutable as soon as an image holds it.
 struct Picture {
   virtual ~Picture() = default;
 
@@ -21,7 +21,7 @@ struct Picture {
   int height = 0;
 };
 
-/// What decoders return: rows from the top, 4 bytes a pixel (red, green, blue, alpha; not premultiplied).
+/// A picture as decoders return it: rows from the top, 4 bytes a pixel (red, green, blue, alpha; not premultiplied).
 struct Pixels : Picture {
   Pixels() = default;
   Pixels(int pixelsWide, int pixelsHigh, std::pmr::vector<std::uint8_t> bytes) : rgba(std::move(bytes)) {
@@ -32,14 +32,14 @@ struct Pixels : Picture {
   std::pmr::vector<std::uint8_t> rgba;  ///< width × height × 4 bytes
 };
 
-/// A cheap value: copies share the picture, while size and template flag belong to each copy.
+/// A cheap value. Copies share the picture; each copy has its own size and template flag.
 class Image {
  public:
   /// `picture` must not be null; `size` is the drawing size in points.
   Image(std::shared_ptr<const Picture> picture, Size size) : picture_(std::move(picture)), size_(size) {}
 
   const std::shared_ptr<const Picture>& picture() const { return picture_; }
-  /// Replaces this copy's picture, by the same one in another form.
+  /// Replaces this copy's picture by another form of the same picture.
   void setPicture(std::shared_ptr<const Picture> picture) { picture_ = std::move(picture); }
   /// The picture as decoded; null once a desktop has replaced it.
   const Pixels* pixels() const { return dynamic_cast<const Pixels*>(picture_.get()); }

@@ -5,7 +5,7 @@
 namespace quill {
 
 void MainQueue::runAndWait(std::function<void()> work) {
-  // A queue that is destroyed destroys the task, which ends the wait too.
+  // A queue that is destroyed destroys the task, and that ends the wait too.
   auto task = std::make_shared<std::packaged_task<void()>>(std::move(work));
   auto finished = task->get_future();
   post([task = std::move(task)] { (*task)(); });

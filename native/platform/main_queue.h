@@ -6,11 +6,11 @@
 
 namespace quill {
 
-/// A repeating call on the main thread, which ends when the object is destroyed.
+/// A repeating call on the main thread. Destroying the object ends it.
 class Timer {
  public:
   virtual ~Timer() = default;
-  /// No tick comes after this. May be called from a tick.
+  /// Ends the ticks. A tick may call it.
   virtual void invalidate() = 0;
 };
 
@@ -25,12 +25,12 @@ class MainQueue {
   /// Calls `tick` every `period` (see nextDue), first one period from now, also while a menu is open. Main thread.
   virtual std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) = 0;
 
-  /// Posts `work` and waits until it has run. What it throws is thrown here. Not from the main thread.
+  /// Posts `work`, blocks until it has run, and throws what it threw. Not to be called on the main thread.
   void runAndWait(std::function<void()> work);
 };
 
-/// When the next tick of a timer made at `start` is due: at the first start + k × period after `now`. So a late tick
-/// does not delay the following ones, and missed ticks are skipped.
+/// The due time of a timer's next tick: the first start + k × period after `now`. Therefore a late tick does not delay
+/// later ones, and missed ticks are skipped.
 std::chrono::nanoseconds nextDue(std::chrono::nanoseconds start, std::chrono::nanoseconds period,
                                  std::chrono::nanoseconds now);
 

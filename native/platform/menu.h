@@ -24,7 +24,7 @@ struct Font {
 constexpr double kDefaultMenuFontSize = 0.0;  ///< the desktop's default
 constexpr double kSystemFontSize = 13.0;      ///< points
 
-/// Keys held together with a key equivalent.
+/// Modifier keys of a key equivalent.
 struct ModifierFlags {
   std::uint64_t rawValue = 0;
   bool operator==(const ModifierFlags&) const = default;
@@ -59,22 +59,22 @@ struct MenuItemLook {
 
 /// An item of a menu. Main thread.
 struct MenuItem : MenuItemLook {
-  Action action;  ///< shown disabled while its selector is empty
+  Action action;  ///< an item with an empty selector is shown disabled
   bool enabled = true;
-  std::any representedObject;  ///< what the action needs to tell items apart
+  std::any representedObject;  ///< tells the action which item it is
   std::optional<AttributedTitle> attributedTitle;
   std::shared_ptr<Menu> submenu;
 
   static std::shared_ptr<MenuItem> make(std::string title, Selector action, std::string keyEquivalent);
   static std::shared_ptr<MenuItem> separator();
 
-  /// Whether the user can choose it: enabled, and with a submenu or an action with a live target.
+  /// Whether the user can choose the item: it is enabled, and has a submenu or an action with a live target.
   bool isChoosable() const;
-  /// The user's choice: sends the action if the item can be chosen.
+  /// Sends the action if the user can choose the item.
   void choose() const;
 };
 
-/// An ordered list of items and the look they share. Derived classes show a menu that lives in the host. Main
+/// An ordered list of items, and the look that they share. A derived class shows a menu that the host owns. Main
 /// thread.
 class Menu {
  public:

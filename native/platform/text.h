@@ -10,14 +10,14 @@ namespace quill {
 /// `text` with U+FFFD in place of each ill-formed sequence of UTF-8.
 std::string utf8Text(const char* text);
 
-// Of well-formed UTF-8, independent of the locale: in a Turkish one, "shift" in upper case is not "SHIFT".
+// The functions below take well-formed UTF-8. They ignore the locale, because a Turkish one maps "shift" to "SHİFT".
 
 /// Full case mappings: the text may grow.
 std::string lowerCase(std::string_view text);
 std::string upperCase(std::string_view text);
-/// Without blanks at both ends: tabs, and Unicode's space separators.
+/// Removes tabs and Unicode's space separators at both ends.
 std::string trim(std::string_view text);
-/// Whether it is what a user sees as one character: one extended grapheme cluster.
+/// Whether a user sees `text` as one character: it is one extended grapheme cluster.
 bool isSingleGrapheme(std::string_view text);
 
 }  // namespace quill

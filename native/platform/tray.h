@@ -9,11 +9,11 @@
 
 namespace quill {
 
-/// The core as a desktop sees it, where the platform's objects may call the tray manager's operations by name. The
-/// actions that buttons, menu items and timers send come through perform().
+/// The tray manager as a platform backend sees it, for platforms whose objects call its operations by name. Buttons,
+/// menu items and timers send their actions to perform().
 class Tray : public Responder {
  public:
-  /// The tray manager of the process, made on first use. Defined by the core. Any thread.
+  /// The process's tray manager, made on first use. `tray_manager` defines this function. Any thread.
   static std::shared_ptr<Tray> shared();
 
   virtual void createTray() = 0;
@@ -28,7 +28,7 @@ class Tray : public Responder {
   virtual void setClickCallback(void (*callback)()) = 0;
 };
 
-/// Logs, as an error, what the platform could not do and gave no other sign of. Defined by the core. Any thread.
+/// Logs a failure of the platform as an error. `tray_manager` defines this function. Any thread.
 void reportFault(std::string_view what);
 
 }  // namespace quill

@@ -20,7 +20,7 @@ bool isEscape(std::string_view text) {
 
 std::string percentEncode(std::string_view text) {
   constexpr std::string_view kDigits = "0123456789ABCDEF";
-  // All that RFC 3986 gives a place to.
+  // Every punctuation character to which RFC 3986 gives a place.
   constexpr std::string_view kPunctuation = "-._~:/?#[]@!$&'()*+,;=";
   std::string escaped;
   escaped.reserve(text.size());

@@ -18,24 +18,24 @@ inline std::string_view asText(Bytes bytes) {
 /// Every PNG begins with these bytes.
 inline constexpr std::string_view kPngStart = "\x89PNG\r\n\x1A\n";
 
-// One function a format, each for a whole file. Empty if that is cut short, corrupt or too large, or if the format's
-// library is missing. Any thread; nothing is printed.
+// One function a format. Each takes a whole file and returns empty if the file is cut short, corrupt or too large, or
+// if the format's library is missing. None prints. Any thread.
 
 std::optional<Image> decodePng(Bytes bytes);
-/// Turned upright by its EXIF orientation.
+/// Turns the picture upright by its EXIF orientation.
 std::optional<Image> decodeJpeg(Bytes bytes);
-/// The first frame, on a transparent canvas.
+/// Returns the first frame, on a transparent canvas.
 std::optional<Image> decodeGif(Bytes bytes);
 std::optional<Image> decodeBmp(Bytes bytes);
-/// The largest picture; among several, the one with the most bits a pixel.
+/// Returns the largest picture; among several of that size, the one with the most bits a pixel.
 std::optional<Image> decodeIco(Bytes bytes);
-/// The first picture, turned upright.
+/// Returns the first picture, turned upright.
 std::optional<Image> decodeTiff(Bytes bytes);
-/// In the file's own size in points, with more pixels than that.
+/// Returns the picture in the file's own size in points, with more pixels than points.
 std::optional<Image> decodeSvg(Bytes bytes);
 
-/// A bitmap as in BMP and ICO files, from its header on. `pixelsAt` is the offset of its pixels, 0 for right behind
-/// header and palette. In an icon a mask follows the pixels, and the header's height is that of both.
+/// Decodes a bitmap of a BMP or ICO file, which begins with its header. `pixelsAt` is the offset of the pixels; 0 means
+/// that they follow header and palette. In an icon a mask follows the pixels, and the header's height counts both.
 std::optional<Image> decodeBitmap(Bytes bytes, std::size_t pixelsAt, bool isIcon);
 
 }  // namespace quill

@@ -7,7 +7,7 @@
 namespace quill {
 namespace {
 
-/// XML in an encoding that contains ASCII. Not SVGZ, which could unpack to any size.
+/// Recognises XML in an encoding that contains ASCII. Rejects SVGZ, because it could unpack to any size.
 bool beginsAsMarkup(std::string_view text) {
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
   const auto start = text.find_first_not_of(" \t\r\n");

@@ -32,7 +32,7 @@ class GifReader : GifLibrary {
     if (gif_) DGifCloseFile(gif_, nullptr);
   }
 
-  /// Skips all frames but the first, and so finds out whether the file is whole.
+  /// Skips the frames behind the first. Fails if the file is cut short.
   std::shared_ptr<Pixels> read() {
     if (!isComplete()) return nullptr;
     gif_ = DGifOpen(this, take, nullptr);
@@ -58,7 +58,7 @@ class GifReader : GifLibrary {
     return static_cast<int>(taken);
   }
 
-  /// Notes which colour is transparent.
+  /// Reads which colour is transparent.
   bool readExtension() {
     int kind = 0;
     GifByteType* block = nullptr;  // begins with its length

@@ -14,9 +14,9 @@
 namespace quill {
 namespace {
 
-/// Each passes over the whole picture, yet may take only a few bytes of the file. Encoders make about ten.
+/// Scans. A scan passes over the whole picture, yet may take a few bytes of the file. Encoders make about ten.
 constexpr int kMaxScans = 32;
-/// Enough for a picture of the largest size in several scans, all of which are kept until the last one.
+/// Bytes: enough for a picture of the largest size in several scans, which the library keeps until the last one.
 constexpr long kMaxMemory = 128L * 1024 * 1024;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 

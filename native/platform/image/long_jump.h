@@ -4,8 +4,8 @@
 
 namespace quill {
 
-/// Runs `work`, which calls a C library that fails with a jump to `jump`: then false. The jump skips destructors, so
-/// `work` must need none; and no exception may pass through the library's frames.
+/// Runs `work`, which calls a C library that reports a failure by a jump to `jump`. Returns false after such a jump.
+/// `work` must need no destructors, because the jump skips them, and must not throw through the library's frames.
 template <typename Work>
 [[gnu::noinline]] bool finishes(std::jmp_buf& jump, const Work& work) {
   if (setjmp(jump) != 0) return false;  // NOLINT(*-err52-cpp): the library's only way out

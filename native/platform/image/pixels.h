@@ -9,10 +9,10 @@
 
 namespace quill {
 
-/// Pixels; so a decoded picture takes 64 MiB at most.
+/// Pixels a side, so that a decoded picture takes at most 64 MiB.
 inline constexpr std::int64_t kMaxSide = 4096;
 
-/// A transparent picture. Null for a side below 1 or above kMaxSide.
+/// Makes a transparent picture. Null for a side below 1 or above kMaxSide.
 std::shared_ptr<Pixels> makePixels(std::int64_t width, std::int64_t height);
 
 /// Writes the lowest byte of each value.
@@ -25,10 +25,10 @@ inline std::uint8_t* rowOf(Pixels& pixels, int y) {
   return pixels.rgba.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(pixels.width) * 4;
 }
 
-/// An image of one point a pixel; empty for null.
+/// Makes an image of one point a pixel. Empty for null.
 std::optional<Image> imageOf(std::shared_ptr<const Pixels> pixels);
 
-/// Rotates and mirrors by an orientation of TIFF and EXIF, 1 to 8. Any other number changes nothing.
+/// Rotates and mirrors by an orientation of TIFF and EXIF, 1 to 8. Ignores any other number.
 void putUpright(Pixels& pixels, unsigned orientation);
 
 /// Divides the colours by alpha.

@@ -4,8 +4,8 @@
 
 namespace quill {
 
-/// A library that is loaded by its first user and stays in the process. A class for one library derives from this and
-/// has a QUILL_FUNCTION for each function that it calls.
+/// A library that its first user loads, and that stays loaded. A class for one library derives from this class and has
+/// a QUILL_FUNCTION for each function that it calls.
 class SharedLibrary {
  public:
   explicit SharedLibrary(const char* name) : handle_(dlopen(name, RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE)) {}
@@ -15,11 +15,11 @@ class SharedLibrary {
     if (handle_) dlclose(handle_);
   }
 
-  /// False if the machine lacks the library or one of the functions: then none may be called.
+  /// False if the machine lacks the library or one of the functions. Then call none of them.
   bool isComplete() const { return handle_ && !isFunctionMissing_; }
 
  protected:
-  /// Also finds functions of the libraries that this one needs.
+  /// Finds functions of this library and of the libraries that it needs.
   void* find(const char* function) {
     void* const found = handle_ ? dlsym(handle_, function) : nullptr;
     if (!found) isFunctionMissing_ = true;

@@ -13,7 +13,7 @@
 namespace quill {
 namespace {
 
-/// Bytes of one allocation: a strip may hold the whole picture with 16 bits a channel.
+/// Bytes of one allocation. A strip may hold the whole picture with 16 bits a channel.
 constexpr tmsize_t kMaxAllocation = kMaxSide * kMaxSide * 8;
 
 struct TiffLibrary : SharedLibrary {
@@ -60,7 +60,7 @@ class TiffReader : TiffLibrary {
   }
 
  private:
-  /// Those that icons use; the library has codecs for many more.
+  /// The compressions that icons use. The library has codecs for many more.
   static bool isUsual(unsigned compression) {
     return compression == COMPRESSION_NONE || compression == COMPRESSION_LZW || compression == COMPRESSION_PACKBITS ||
            compression == COMPRESSION_ADOBE_DEFLATE || compression == COMPRESSION_DEFLATE;
@@ -101,7 +101,8 @@ class TiffReader : TiffLibrary {
   }
   static int close(thandle_t) { return 0; }
   static toff_t size(thandle_t handle) { return self(handle).bytes_.size(); }
-  /// A file that is not mapped is read in blocks of 1 KiB, and smaller tiles fail.
+  /// Offers the bytes as a mapped file, because libtiff reads any other in blocks of 1 KiB and then fails for smaller
+  /// tiles.
   static int map(thandle_t handle, void** base, toff_t* count) {
     *base = const_cast<std::uint8_t*>(self(handle).bytes_.data());  // NOLINT(*-const-cast): opened to be read only
     *count = self(handle).bytes_.size();

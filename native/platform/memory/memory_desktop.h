@@ -12,7 +12,7 @@ namespace quill::memory {
 /// A desktop without a screen, for tests: records what a user would see and does what a user would do.
 class Desktop : public quill::Desktop {
  public:
-  /// The one that quill::Desktop::current() answers with.
+  /// The object that quill::Desktop::current() returns.
   static Desktop& current();
   /// Whether current() has been called.
   static bool isMade() { return made_; }
@@ -30,16 +30,16 @@ class Desktop : public quill::Desktop {
     const Menu* menu;
     Point at;
   };
-  std::vector<Shown> shown;  ///< one for each time the item's image changed
+  std::vector<Shown> shown;  ///< one entry for each change of the item's image
   std::vector<PoppedUp> poppedUp;
   int presentations = 0;
   int statusItemsInBar = 0;
   int prepared = 0;
-  std::shared_ptr<View> presentedGroup;  ///< the views that were handed over last
+  std::shared_ptr<View> presentedGroup;  ///< the argument of the last present()
   int terminations = 0;
   std::vector<std::string> urlsOpened;
 
-  // What a user does.
+  // The user's actions.
   void click() { mouseUp(EventType::leftMouseUp); }
   void rightClick() { mouseUp(EventType::rightMouseUp); }
   void mouseUp(EventType type);

@@ -10,11 +10,11 @@
 
 namespace quill::memory {
 
-/// An environment without console, disk, clock and threads, for tests. It records what is written, and runs jobs when
-/// told to. The log may use it from any thread; the rest belongs to the test's thread.
+/// An environment without console, disk, clock and threads, for tests. It records each write, and runs jobs when a test
+/// calls runAll(). The log may use it from any thread; all other members belong to the test's thread.
 class Environment : public quill::Environment {
  public:
-  /// The one that quill::Environment::current() answers with.
+  /// The object that quill::Environment::current() returns.
   static Environment& current();
 
   bool hasUserDirectory = true;
@@ -35,7 +35,7 @@ class Environment : public quill::Environment {
   /// Runs all jobs on the calling thread.
   void runAll();
 
-  /// Of the queues made, in order.
+  /// The labels of the queues made, in order.
   std::vector<std::string> queueLabels;
 
   std::chrono::local_time<std::chrono::milliseconds> now() override;

@@ -10,26 +10,26 @@
 
 namespace quill::memory {
 
-/// A main queue driven by hand, for tests: nothing runs and no time passes unless told. The process's first thread is
-/// the main thread.
+/// A main queue that tests drive by hand. Nothing runs and no time passes by itself. The process's first thread is the
+/// main thread.
 class MainQueue : public quill::MainQueue {
  public:
   bool isCurrent() const override { return std::this_thread::get_id() == mainThread_; }
   void post(std::function<void()> work) override;
   std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
 
-  /// Runs posted work, and what that posts, until there is none.
+  /// Runs posted work, and the work which that posts, until none is left.
   void runAll() {
     while (waitAndRunOne(std::chrono::milliseconds(0))) continue;
   }
-  /// Waits for posted work and runs one piece of it; false if none came by the deadline.
+  /// Waits for posted work and runs one piece of it. False if none was posted before the deadline.
   bool waitAndRunOne(std::chrono::milliseconds deadline = std::chrono::seconds(10));
-  /// Lets time pass while the main loop runs.
+  /// Advances the time while the main loop runs.
   void advance(std::chrono::nanoseconds duration);
-  /// Lets time pass while the main thread is busy, so that timers fire late.
+  /// Advances the time while the main thread is busy, so that timers fire late.
   void stall(std::chrono::nanoseconds duration) { now_ += duration; }
   std::chrono::nanoseconds now() const { return now_; }
-  /// Timers that were not invalidated.
+  /// The number of timers that are not invalidated.
   std::size_t timers() const { return timers_.size(); }
 
  private:

@@ -18,7 +18,7 @@ namespace {
 
 const std::uint8_t* bytesOf(std::string_view text) { return reinterpret_cast<const std::uint8_t*>(text.data()); }
 
-/// The length of the ill-formed sequence at `bytes`: as many bytes as could begin a character, at least one.
+/// The length of the ill-formed sequence at `bytes`: the bytes that could begin a character, but at least one.
 size_t illFormedLength(const std::uint8_t* bytes, size_t size) {
   constexpr int kCutShort = -2;
   ucs4_t character = 0;
