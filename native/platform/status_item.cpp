@@ -4,6 +4,19 @@
 
 namespace quill {
 
+Rect StatusBarButton::frame() const {
+  const auto item = item_.lock();
+  return item ? item->presenter_->buttonFrame() : Rect{};
+}
+
+void StatusBarButton::setFrame(Rect frame) {
+  if (const auto item = item_.lock()) item->presenter_->setButtonFrame(frame);
+}
+
+void StatusBarButton::changed() {
+  if (const auto item = item_.lock()) item->changed();
+}
+
 StatusItem::StatusItem(double length, MainQueue& queue, std::unique_ptr<StatusItemPresenter> presenter)
     : length_(length), queue_(queue), presenter_(std::move(presenter)) {}
 
@@ -14,11 +27,7 @@ std::shared_ptr<StatusItem> StatusItem::make(double length, MainQueue& queue,
         : StatusItem(length, queue, std::move(presenter)) {}
   };
   std::shared_ptr<StatusItem> item = std::make_shared<Access>(length, queue, std::move(presenter));
-  if (withButton) {
-    item->button_ = std::make_shared<StatusBarButton>(Rect{}, [weak = std::weak_ptr(item)] {
-      if (const auto self = weak.lock()) self->changed();
-    });
-  }
+  if (withButton) item->button_ = std::make_shared<StatusBarButton>(item);
   item->changed();
   return item;
 }

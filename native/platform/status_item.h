@@ -25,11 +25,15 @@ constexpr double kRequiredLayoutPriority = 1000.0;
 enum class ImagePosition : int { none = 0, imageOnly = 1 };
 enum class Orientation : int { horizontal = 0, vertical = 1 };
 
-/// The part of a status item that shows the icon and receives the clicks. Main thread.
+/// The part of a status item that shows the icon and receives the clicks. It may outlive its item. Main thread.
 class StatusBarButton : public View {
  public:
-  /// `onChange` is called after every change of what can be seen.
-  StatusBarButton(Rect frame, std::function<void()> onChange) : View(frame), onChange_(std::move(onChange)) {}
+  explicit StatusBarButton(std::weak_ptr<StatusItem> item) : View(Rect{}), item_(std::move(item)) {}
+
+  /// Read from the bar at each call, because the bar lays the button out. Empty once the item is gone.
+  Rect frame() const override;
+  /// Takes effect at once.
+  void setFrame(Rect frame) override;
 
   const std::optional<Image>& image() const { return image_; }
   void setImage(const std::optional<Image>& image) { assign(image_, image); }
@@ -63,12 +67,10 @@ class StatusBarButton : public View {
   std::string description() const { return describeObject("StatusBarButton", this); }
 
  protected:
-  void changed() override {
-    if (onChange_) onChange_();
-  }
+  void changed() override;
 
  private:
-  std::function<void()> onChange_;
+  const std::weak_ptr<StatusItem> item_;
   std::optional<Image> image_;
   ImagePosition imagePosition_ = ImagePosition::none;
   bool bordered_ = true;
@@ -87,6 +89,13 @@ class StatusItemPresenter {
   virtual void present(const StatusItem& item) = 0;
   /// Opens `menu` at a point of the button, whose origin is its upper left corner.
   virtual void popUp(const Menu& menu, Point at) = 0;
+
+  /// The button's frame as the bar has it now: the one that was set last, where a bar lays nothing out.
+  virtual Rect buttonFrame() const { return buttonFrame_; }
+  virtual void setButtonFrame(Rect frame) { buttonFrame_ = frame; }
+
+ private:
+  Rect buttonFrame_{};
 };
 
 /// One item in the system bar, removed when the object is destroyed. Main thread.
@@ -117,6 +126,7 @@ class StatusItem : public std::enable_shared_from_this<StatusItem> {
   StatusItem(double length, MainQueue& queue, std::unique_ptr<StatusItemPresenter> presenter);
 
  private:
+  friend StatusBarButton;
   void changed();
 
   double length_;

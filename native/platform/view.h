@@ -43,9 +43,9 @@ class View {
   View& operator=(const View&) = delete;
   virtual ~View() = default;
 
-  Rect frame() const { return frame_; }
-  void setFrame(Rect frame) { assign(frame_, frame); }
-  Rect bounds() const { return {{}, frame_.size}; }
+  virtual Rect frame() const { return frame_; }
+  virtual void setFrame(Rect frame) { assign(frame_, frame); }
+  Rect bounds() const { return {{}, frame().size}; }
   bool isHidden() const { return hidden_; }
   void setHidden(bool hidden) { assign(hidden_, hidden); }
   double alphaValue() const { return alphaValue_; }

@@ -31,8 +31,8 @@ void TrayManager::setMainIcon(const Image& image) {
   logDebug("[TrayManager] statusItem.button: " + describeOptional(target), kLogModule);
   if (!target) return;
 
-  if (target->frame().size != kIconSize) {
-    target->setFrame({target->frame().origin, kIconSize});
+  if (const Rect frame = target->frame(); frame.size != kIconSize) {
+    target->setFrame({frame.origin, kIconSize});
     logDebug("[TrayManager] 已重置按钮尺寸为: " + sizeText(kIconSize), kLogModule);
   }
   target->showImageOnly();

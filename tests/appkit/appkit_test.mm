@@ -107,9 +107,9 @@ TEST_F(AppKitTest, TellsThePlatformEachSettingInOrder) {
   run([] {
     quill_tray_manager_create();
     settle();
-    EXPECT_EQ(takeRecord(), (Lines{"statusItemWithLength: -2", "setBackgroundColor: clear 1", "setVisible: 1",
-                                   "sendActionOn: 20", "setTarget: QuillTrayManager", "setAction: handleClick",
-                                   "setHidden: 0", "setFrame: {x = 0; y = 0; width = 22; height = 22}",
+    EXPECT_EQ(takeRecord(), (Lines{"statusItemWithLength: -2", "setFrame: {x = 0; y = 0; width = 22; height = 22}",
+                                   "setBackgroundColor: clear 1", "setVisible: 1", "sendActionOn: 20",
+                                   "setTarget: QuillTrayManager", "setAction: handleClick", "setHidden: 0",
                                    "hug horizontally 1000", "hug vertically 1000"}));
     quill_tray_manager_set_main_icon(icon_png, sizeof icon_png);
     settle();

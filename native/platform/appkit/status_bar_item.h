@@ -16,9 +16,11 @@ class StatusBarItem : public StatusItemPresenter {
 
   void present(const StatusItem& item) override;
   void popUp(const Menu& menu, Point at) override;
+  Rect buttonFrame() const override;
+  void setButtonFrame(Rect frame) override;
 
  private:
-  using Setting = std::tuple<EventMask, QuillTrayManager*, Selector, bool, Rect, double, double>;
+  using Setting = std::tuple<EventMask, QuillTrayManager*, Selector, bool, double, double>;
   using Look = std::tuple<ImagePosition, bool, bool, double>;
 
   void show(StatusBarButton& button);

@@ -25,14 +25,12 @@ void StatusBarItem::show(StatusBarButton& button) {
   QuillTrayManager* const target = desktop_.objectFor(button.action().target);
   const auto horizontal = button.contentHuggingPriority(Orientation::horizontal);
   const auto vertical = button.contentHuggingPriority(Orientation::vertical);
-  const Setting setting(button.actionMask(), target, button.action().selector, button.isHidden(), button.frame(),
-                        horizontal, vertical);
+  const Setting setting(button.actionMask(), target, button.action().selector, button.isHidden(), horizontal, vertical);
   if (isNews(setting_, setting)) {
     [native sendActionOn:button.actionMask()];
     [native setTarget:target];
     [native setAction:toSEL(button.action().selector)];
     [native setHidden:button.isHidden()];
-    [native setFrame:toNSRect(button.frame())];
     [native setContentHuggingPriority:static_cast<NSLayoutPriority>(horizontal)
                        forOrientation:NSLayoutConstraintOrientationHorizontal];
     [native setContentHuggingPriority:static_cast<NSLayoutPriority>(vertical)
@@ -53,8 +51,16 @@ void StatusBarItem::show(StatusBarButton& button) {
     [native setNeedsDisplay:YES];
   }
   if (isNewLook) [native setAlphaValue:button.alphaValue()];
-  button.setFrame(toRect([native frame]));  // what the bar made of it
-  std::get<Rect>(*setting_) = button.frame();
+}
+
+Rect StatusBarItem::buttonFrame() const {
+  Rect frame{};
+  guarded([&] { frame = toRect([[item_.get() button] frame]); });
+  return frame;
+}
+
+void StatusBarItem::setButtonFrame(Rect frame) {
+  guarded([&] { [[item_.get() button] setFrame:toNSRect(frame)]; });
 }
 
 void StatusBarItem::popUp(const Menu& menu, Point at) {
