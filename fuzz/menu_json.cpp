@@ -63,7 +63,7 @@ void readMenu(const std::string& text) {
   manager->setMenuItems(*records);
   const auto menu = desktop.statusItem()->announcedMenu();
   freedesktop::MenuHistory history;
-  history.show(menu.get());
+  history.setMenu(menu.get());
   const auto& entries = history.current().entries();
   require(entries.size() == records->size() + 1);
   for (const auto& panel :

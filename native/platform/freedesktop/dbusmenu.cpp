@@ -95,7 +95,7 @@ const sd_bus_vtable DBusMenu::kVtable[] = {
 void DBusMenu::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
 
 void DBusMenu::show(const Menu* menu) {
-  const auto update = history_.show(menu);
+  const auto update = history_.setMenu(menu);
   if (!update.isNewLayout && update.changes.empty()) return;
   sd_bus* const bus = bus_.connection();
   if (bus == nullptr) return;  // a panel that comes later reads everything
@@ -150,7 +150,7 @@ int DBusMenu::getLayout(sd_bus_message* call, sd_bus_error* error) {
     to.append(history_.revision());
     appendEntry(to, layout, *index, *panel_, properties, depth);
   });
-  if (result >= 0) history_.noteRead();
+  if (result >= 0) history_.markRead();
   return result;
 }
 
@@ -260,7 +260,7 @@ int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t id = 0;
   if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
   if (!history_.find(id).isKnown) return refuseId(error, id);
-  return reply(call, [&](MessageWriter& to) { to.append(isToBeRead(id)); });
+  return reply(call, [&](MessageWriter& to) { to.append(needsUpdate(id)); });
 }
 
 int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
@@ -269,7 +269,7 @@ int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
   std::vector<std::int32_t> unread;
   std::vector<std::int32_t> unknown;
   for (const auto id : ids) {
-    if (isToBeRead(id) && unread.empty()) unread.push_back(id);
+    if (needsUpdate(id) && unread.empty()) unread.push_back(id);
     if (!history_.find(id).isKnown) unknown.push_back(id);
   }
   if (!ids.empty() && unknown.size() == ids.size()) return refuseId(error, unknown.front());

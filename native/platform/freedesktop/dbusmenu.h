@@ -41,7 +41,7 @@ class DBusMenu {
   int aboutToShowGroup(sd_bus_message* call, sd_bus_error* error);
 
   /// Whether a panel that is about to show the entry has to read it first.
-  bool isToBeRead(std::int32_t id) const { return id == MenuLayout::kRootId && !history_.isRead(); }
+  bool needsUpdate(std::int32_t id) const { return id == MenuLayout::kRootId && !history_.isRead(); }
   void chooseLater(std::shared_ptr<const MenuItem> item);
   bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
   void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);

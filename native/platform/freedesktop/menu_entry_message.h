@@ -11,7 +11,7 @@ namespace quill::freedesktop {
 /// Appends a property's value as a variant.
 void appendVariant(MessageWriter& to, const EntryValue& value);
 
-/// Appends those of `properties` that differ from their defaults, and those in `always` in any case.
+/// Appends the `properties` that differ from their defaults, and the ones in `always` in any case.
 void appendProperties(MessageWriter& to, const MenuEntry& entry, const Panel& panel, EntryProperties properties,
                       EntryProperties always = {});
 

@@ -11,9 +11,9 @@
 namespace quill::freedesktop {
 namespace {
 
-/// A bus takes messages that nest 64 levels deep; a menu inside another takes three of them.
+/// A bus accepts messages that nest 64 levels deep, and a submenu takes three levels.
 constexpr int kMaxDepth = 16;
-/// Menus may hold each other, or more entries than a message takes; the rest is left out.
+/// Menus may hold each other, or more entries than fit into a message. Further entries are left out.
 constexpr std::size_t kMaxEntries = 1'000'000;
 
 constexpr std::array<std::string_view, kEntryProperties> kNames = {
@@ -28,7 +28,7 @@ std::optional<std::string> keyNameFor(const std::string& key) {
   return key;
 }
 
-/// Command is shown as Control, and beside Control as Super.
+/// Names Command as Control, and as Super if the shortcut has Control too.
 std::optional<KeyNames> shortcutFor(const std::string& keyEquivalent, ModifierFlags modifiers) {
   auto key = keyNameFor(keyEquivalent);
   if (!key) return std::nullopt;
@@ -43,7 +43,7 @@ std::optional<KeyNames> shortcutFor(const std::string& keyEquivalent, ModifierFl
   return shortcut;
 }
 
-void collect(const Menu& menu, int depth, PlacedItems& placed) {
+void collect(const Menu& menu, int depth, FlatItems& placed) {
   for (auto& item : menu.items()) {
     if (placed.size() >= kMaxEntries) return;
     if (!item) continue;
@@ -56,7 +56,7 @@ void collect(const Menu& menu, int depth, PlacedItems& placed) {
 /// The text that identifies the item to its action; null: it has none.
 const std::string* identifierOf(const MenuItem& item) { return std::any_cast<std::string>(&item.representedObject); }
 
-bool isSameEntry(const MenuEntry& entry, const PlacedItem& placed) {
+bool isSameEntry(const MenuEntry& entry, const FlatItem& placed) {
   const auto& item = *placed.item;
   if (entry.depth != placed.depth || entry.look.isSeparator != item.isSeparator ||
       entry.hasSubmenu != (item.submenu != nullptr)) {
@@ -132,7 +132,7 @@ std::optional<EntryValue> MenuEntry::value(EntryProperty property, const Panel& 
   return std::nullopt;
 }
 
-MenuLayout::MenuLayout(const PlacedItems& items, std::int32_t firstId) : firstId_(firstId) {
+MenuLayout::MenuLayout(const FlatItems& items, std::int32_t firstId) : firstId_(firstId) {
   entries_.resize(items.size() + 1);
   std::vector<std::size_t> open = {0};  // the entries that the next one may lie below
   const auto closeFrom = [&](int depth, std::size_t end) {
@@ -160,7 +160,7 @@ std::optional<std::size_t> MenuLayout::indexOf(std::int32_t id) const {
   return static_cast<std::size_t>(id - firstId_) + 1;
 }
 
-std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const PlacedItems& items) {
+std::optional<std::vector<MenuLayout::Change>> MenuLayout::updateInPlace(const FlatItems& items) {
   if (!std::equal(entries_.begin() + 1, entries_.end(), items.begin(), items.end(), isSameEntry)) {
     return std::nullopt;
   }
@@ -176,7 +176,7 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Placed
     EntryProperties::all().forEach([&](EntryProperty property) {
       const auto value = entry.value(property, kUnknownPanel);
       if (value == before.value(property, kUnknownPanel)) return;
-      // Some panels leave an entry grey until they are told that it is enabled.
+      // Some panels leave an entry grey until the signal says that it is enabled.
       (value || property == EntryProperty::enabled ? change.updated : change.removed).insert(property);
     });
     if (!change.updated.empty() || !change.removed.empty()) changes.push_back(change);
@@ -184,14 +184,14 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::takeOver(const Placed
   return changes;
 }
 
-MenuHistory::Update MenuHistory::show(const Menu* menu) {
-  const auto show = ++shows_;
-  PlacedItems items;
+MenuHistory::Update MenuHistory::setMenu(const Menu* menu) {
+  const auto setting = ++settings_;
+  FlatItems items;
   if (menu != nullptr) collect(*menu, 1, items);
-  if (show != shows_) return {};
-  if (auto changes = current_.takeOver(items)) return {std::move(*changes), false};
+  if (setting != settings_) return {};
+  if (auto changes = current_.updateInPlace(items)) return {std::move(*changes), false};
   auto firstId = current_.nextId();
-  // Ids start over before they run out; the last menus' ids are far from the first ones by then.
+  // Ids start over before they run out. The ids in use are then far from the first ones.
   if (firstId > std::numeric_limits<std::int32_t>::max() - 2 * static_cast<std::int64_t>(kMaxEntries)) firstId = 1;
   auto before = std::exchange(current_, MenuLayout(items, static_cast<std::int32_t>(firstId)));
   if (std::exchange(isRead_, false)) readBefore_ = std::move(before);

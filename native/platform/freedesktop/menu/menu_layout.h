@@ -35,7 +35,7 @@ std::optional<EntryProperty> entryPropertyNamed(std::string_view name);
 using KeyNames = std::vector<std::string>;
 using EntryValue = std::variant<bool, std::int32_t, std::string, KeyNames>;
 
-/// The value of a property that is not sent.
+/// The value that a panel assumes for a property that is not sent.
 EntryValue defaultOf(EntryProperty property);
 
 class EntryProperties {
@@ -61,14 +61,14 @@ class EntryProperties {
   unsigned bits_ = 0;
 };
 
-/// A menu and all menus below it in one list, each item before those below it.
-struct PlacedItem {
+/// An item of a menu or of a menu below it. A list of them holds each item before the items below it.
+struct FlatItem {
   std::shared_ptr<const MenuItem> item;
   int depth;  ///< from 1 on
 };
-using PlacedItems = std::vector<PlacedItem>;
+using FlatItems = std::vector<FlatItem>;
 
-/// One entry as panels were told of it.
+/// One entry as panels read it.
 struct MenuEntry {
   std::shared_ptr<const MenuItem> item;  ///< null for the root
   int depth = 0;                         ///< 0 for the root
@@ -78,27 +78,27 @@ struct MenuEntry {
   bool isChoosable = true;
   bool hasSubmenu = false;
 
-  /// The value that `panel` is told; empty where the default holds.
+  /// The value for `panel`; empty if it is the default.
   std::optional<EntryValue> value(EntryProperty property, const Panel& panel) const;
 };
 
-/// A menu and all menus below it in one list, each entry before those below it, under ids of its own. The entry at 0 is
-/// the root.
+/// A menu and all menus below it as one list, each entry before the entries below it. The layout numbers its entries
+/// with ids of its own. The entry at 0 is the root.
 class MenuLayout {
  public:
   static constexpr std::int32_t kRootId = 0;
 
-  /// `firstId` is the id of the first entry after the root. The layout keeps the items, but not the menu, whose owner
-  /// decides when it goes.
-  MenuLayout(const PlacedItems& items, std::int32_t firstId);
+  /// `firstId` is the id of the first entry after the root. The layout holds references to the items, but none to the
+  /// menu.
+  MenuLayout(const FlatItems& items, std::int32_t firstId);
 
   const std::vector<MenuEntry>& entries() const { return entries_; }
   std::int32_t idOf(std::size_t index) const {
     return index == 0 ? kRootId : firstId_ + static_cast<std::int32_t>(index - 1);
   }
-  /// Empty for an id of no entry here.
+  /// Empty if no entry has the id.
   std::optional<std::size_t> indexOf(std::int32_t id) const;
-  /// The id that the entry after the last would have.
+  /// One past the last entry's id.
   std::int64_t nextId() const { return firstId_ + static_cast<std::int64_t>(entries_.size()) - 1; }
 
   struct Change {
@@ -106,33 +106,33 @@ class MenuLayout {
     EntryProperties updated;
     EntryProperties removed;  ///< back at their defaults
   };
-  /// Puts `items` in place under the same ids, if they are the same entries in the same places, and returns what
-  /// changed. Empty: the entries differ, and nothing was replaced.
-  std::optional<std::vector<Change>> takeOver(const PlacedItems& items);
+  /// Replaces the items under the same ids if they are the same entries in the same places, and returns the changes.
+  /// Returns empty, and replaces nothing, if the entries differ.
+  std::optional<std::vector<Change>> updateInPlace(const FlatItems& items);
 
  private:
   std::int32_t firstId_;
   std::vector<MenuEntry> entries_;
 };
 
-/// The layout that panels are offered, and the one before as long as a panel may have it open.
+/// The layout that panels read, and the layout before it that a panel may still have open.
 class MenuHistory {
  public:
   struct Update {
     std::vector<MenuLayout::Change> changes;
     bool isNewLayout = false;
   };
-  /// `menu` may be null; the caller keeps it alive. Reading it may call the host, which may show another menu
-  /// meanwhile; that one then stays.
-  Update show(const Menu* menu);
+  /// `menu` may be null; the caller holds a reference. Reading the menu may call the host, which may set another menu
+  /// during the call. Then the other menu is kept.
+  Update setMenu(const Menu* menu);
 
   const MenuLayout& current() const { return current_; }
   std::uint32_t revision() const { return revision_; }
-  /// A panel has read from the current layout.
-  void noteRead() { isRead_ = true; }
+  /// Records that a panel has read the current layout.
+  void markRead() { isRead_ = true; }
   bool isRead() const { return isRead_; }
 
-  /// The item under an id of the current layout, or of the last earlier one that a panel has read.
+  /// The item under an id of the current layout, or of the last earlier layout that a panel has read.
   struct Found {
     bool isKnown = false;
     std::shared_ptr<const MenuItem> item;  ///< null for the root
@@ -144,7 +144,7 @@ class MenuHistory {
   std::optional<MenuLayout> readBefore_;
   bool isRead_ = false;
   std::uint32_t revision_ = 1;
-  std::uint64_t shows_ = 0;
+  std::uint64_t settings_ = 0;  // calls of setMenu()
 };
 
 }  // namespace quill::freedesktop

@@ -10,14 +10,14 @@
 namespace quill::freedesktop {
 namespace {
 
-/// A menu that is wider than the screen loses its titles' beginnings in GNOME's shell and their ends elsewhere.
+/// GNOME's shell cuts off the beginnings of titles that are wider than the screen; other panels cut off their ends.
 constexpr int kMaxColumns = 60;
 constexpr std::string_view kEllipsis = "\u2026";
 constexpr int kEllipsisColumns = 1;
 
 constexpr std::string_view kReplacementCharacter = "\uFFFD";
 
-/// A user-perceived character: where it ends in the title, and how wide the title is up to there.
+/// A user-perceived character: the offset of its end in the title, and the width of the title up to there.
 struct Character {
   std::size_t end;
   int columns;

@@ -9,19 +9,19 @@
 
 namespace quill::freedesktop {
 
-/// A menu title as a panel is given it.
+/// A menu title as a panel reads it.
 struct PanelTitle {
   std::string text;
   std::optional<std::size_t> mnemonic;  ///< the offset of the access key in `text`
 };
 
-/// The title, at most 60 columns wide: of a longer one the middle gives way to an ellipsis. A user-perceived
-/// character is kept or left out as a whole; one of full width counts two columns. `title` is UTF-8, `mnemonic` an
-/// offset into it. Pure.
+/// Shortens a title to 60 columns: an ellipsis replaces the middle of a longer one. A user-perceived character is kept
+/// or left out as a whole. A full-width character counts two columns. `title` is UTF-8, `mnemonic` an offset into it.
+/// Pure.
 PanelTitle panelTitle(std::string_view title, std::optional<std::size_t> mnemonic);
 
-/// That title in the protocol's form, so that the panel shows it literally and underlines its access key if it has
-/// such: an underscore marks the access key, and U+0000 is replaced. Pure.
+/// Returns the shortened title in the protocol's form, in which an underscore marks the access key. The panel shows all
+/// other characters literally. U+0000 is replaced. Pure.
 std::string panelLabel(std::string_view title, std::optional<std::size_t> mnemonic, const Panel& panel);
 
 }  // namespace quill::freedesktop
