@@ -1,20 +1,15 @@
 #pragma once
 
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace quill::freedesktop {
 
 /// Identifies this application, the same in every run: the default GApplication's id, else the name of the executable.
-/// Main thread, unless said otherwise.
+/// Main thread.
 std::string hostId();
-/// What people call this application; well-formed UTF-8.
+/// The application's name for people; well-formed UTF-8. Main thread.
 std::string hostName();
-/// Whether this is a sandbox or a container, which does not see the user's files and programs. Any thread.
-bool isSandboxed();
-/// The user's runtime directory, as the environment says now; empty without an absolute path. Any thread.
-std::optional<std::string> runtimeDirectory();
 /// Calls `work` as something that the user asked for: the default GApplication is told the panel's activation token, as
 /// it is for what arrives from another process, so that a window which `work` presents may be raised. Without a token
 /// or a registered application it only calls `work`, which must not throw. Main thread.
