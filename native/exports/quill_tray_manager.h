@@ -23,6 +23,9 @@
  * - Callbacks run on the main thread, from its loop, and may call every function declared here; so
  *   may a GMenuModel and its action groups whenever the library calls or finalizes them. A C++ exception
  *   that a callback throws with the system's C++ runtime is caught, and the log gets an error line.
+ * - On Linux a Wayland compositor raises a window only with a token, so present the window inside the callback. While
+ *   the callback runs, the variable XDG_ACTIVATION_TOKEN of the process's environment holds the panel's token; it is
+ *   empty or unset afterwards, and the library changes no other variable.
  * - If a call runs out of memory, the log gets an error line and the state stays as it was. If GLib or
  *   another library runs out of memory, it ends the process.
  */

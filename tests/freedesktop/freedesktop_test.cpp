@@ -175,7 +175,7 @@ TEST_F(Freedesktop, TicksAlsoWithoutADescriptorToSpare) {
   EXPECT_TRUE(runUntil([&] { return ticks >= 3; }));
 }
 
-TEST_F(Freedesktop, TellsTheHostsApplicationOfTheTokenOfAClickAndToEnd) {
+TEST_F(Freedesktop, TellsTheHostsApplicationOfAnEventsTokenAndToEnd) {
   auto* const functions = G_APPLICATION_GET_CLASS(application.get());
   functions->before_emit = [](GApplication*, GVariant* data) { told.push_back("before " + text(data)); };
   functions->after_emit = [](GApplication*, GVariant* data) { told.push_back("after " + text(data)); };
@@ -197,6 +197,10 @@ TEST_F(Freedesktop, TellsTheHostsApplicationOfTheTokenOfAClickAndToEnd) {
   const std::string data = "{'desktop-startup-id': <'t1'>, 'activation-token': <'t1'>}";
   EXPECT_THAT(clickWithToken("t1"), ElementsAre("before " + data, "click", "after " + data));
   EXPECT_THAT(clickWithToken(nullptr), ElementsAre("click"));
+  panel->call(kItem, "ProvideXdgActivationToken", "('t1',)");
+  panel->choose(1);
+  panel->takeSignals();
+  EXPECT_THAT(std::exchange(told, {}), ElementsAre("before " + data, "a", "after " + data));
 
   addAction(application.get(), "quit");
   desktop.terminate();

@@ -201,16 +201,18 @@ int DBusMenu::getProperty(sd_bus_message* call, sd_bus_error* error) {
 }
 
 void DBusMenu::chooseLater(std::shared_ptr<const MenuItem> item) {
-  choices_->items.push_back(std::move(item));
+  auto token = takeToken_();  // also where nothing follows: it was for this choice alone
+  if (!item) return;
+  choices_->items.push_back({std::move(item), std::move(token)});
   if (choices_->items.size() == 1) postNext(choices_);
 }
 
 void DBusMenu::postNext(const std::shared_ptr<Choices>& choices) {
   choices->queue.post([choices] {
-    const auto item = std::move(choices->items.front());
+    const auto choice = std::move(choices->items.front());
     choices->items.pop_front();
     if (!choices->items.empty()) postNext(choices);  // first, since the host may run a main loop inside choose()
-    item->choose();
+    runWithActivationToken(choice.token, [&] { choice.item->choose(); });
   });
 }
 
@@ -222,7 +224,7 @@ int DBusMenu::event(sd_bus_message* call, sd_bus_error* error) {
   if (!found.isKnown) return refuseId(error, id);
   if (!canTake(1)) return refuseSize(error);
   const int result = sd_bus_reply_method_return(call, nullptr);
-  if (found.item && std::string_view(name) == kClicked) chooseLater(std::move(found.item));
+  if (std::string_view(name) == kClicked) chooseLater(std::move(found.item));
   return result;
 }
 
@@ -246,7 +248,7 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
       continue;
     }
     anyKnown = true;
-    if (found.item && std::string_view(name) == kClicked) clicked.push_back(std::move(found.item));
+    if (std::string_view(name) == kClicked) clicked.push_back(std::move(found.item));
   }
   if (result < 0) return result;
   if (!anyKnown && !unknown.empty()) return refuseId(error, unknown.front());

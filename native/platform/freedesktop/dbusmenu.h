@@ -2,8 +2,11 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
+#include <utility>
 
+#include "activation_token.h"
 #include "bus.h"
 #include "menu_layout.h"
 
@@ -19,7 +22,9 @@ class DBusMenu {
   /// whole: a user makes one choice at a time.
   static constexpr std::size_t kMaxChoices = 1024;
 
-  DBusMenu(Bus& bus, GlibMainQueue& queue) : bus_(bus), choices_(std::make_shared<Choices>(Choices{{}, queue})) {}
+  /// `takeToken` gives the token that the panel sent for the choice that it reports.
+  DBusMenu(Bus& bus, GlibMainQueue& queue, std::function<ActivationToken()> takeToken)
+      : bus_(bus), takeToken_(std::move(takeToken)), choices_(std::make_shared<Choices>(Choices{{}, queue})) {}
   DBusMenu(const DBusMenu&) = delete;
   DBusMenu& operator=(const DBusMenu&) = delete;
 
@@ -42,6 +47,7 @@ class DBusMenu {
 
   /// Whether a panel that is about to show the entry has to read it first.
   bool needsUpdate(std::int32_t id) const { return id == MenuLayout::kRootId && !history_.isRead(); }
+  /// `item` may be null, for an entry that does nothing.
   void chooseLater(std::shared_ptr<const MenuItem> item);
   bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
   void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
@@ -49,12 +55,17 @@ class DBusMenu {
   /// Choices that the host has not been told of. They outlive this object: the host may replace its status item
   /// meanwhile.
   struct Choices {
-    std::deque<std::shared_ptr<const MenuItem>> items;
+    struct Choice {
+      std::shared_ptr<const MenuItem> item;
+      ActivationToken token;
+    };
+    std::deque<Choice> items;
     GlibMainQueue& queue;
   };
   static void postNext(const std::shared_ptr<Choices>& choices);
 
   Bus& bus_;
+  std::function<ActivationToken()> takeToken_;
   std::shared_ptr<Choices> choices_;
   MenuHistory history_;
   const Panel* panel_ = &kUnknownPanel;

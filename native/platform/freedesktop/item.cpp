@@ -13,8 +13,6 @@ namespace quill::freedesktop {
 namespace {
 
 constexpr auto kInterface = "org.kde.StatusNotifierItem";
-/// Bytes; real tokens have a few dozen.
-constexpr std::size_t kMaxToken = 4096;
 
 const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
 
@@ -125,10 +123,15 @@ int Item::click(sd_bus_message* call, EventType type) {
   return result;
 }
 
+int Item::ignore(sd_bus_message* call, sd_bus_error*) {
+  takeActivationToken();  // it was for this event alone
+  return sd_bus_reply_method_return(call, nullptr);
+}
+
 int Item::provideXdgActivationToken(sd_bus_message* call, sd_bus_error*) {
   const char* token = nullptr;
   if (const int result = sd_bus_message_read(call, "s", &token); result < 0) return result;
-  if (const std::string_view given(token); given.size() <= kMaxToken) activationToken_ = given;
+  if (auto given = ActivationToken::parse(token)) activationToken_ = *std::move(given);
   return sd_bus_reply_method_return(call, nullptr);
 }
 

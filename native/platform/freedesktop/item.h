@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "activation_token.h"
 #include "application.h"
 #include "bus.h"
 #include "icon_folder.h"
@@ -36,8 +37,8 @@ class Item {
   void setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder);
   /// Makes the panel draw the icon again.
   void repaint();
-  /// The activation token that the panel gave since the last call; empty: none.
-  std::string takeActivationToken() { return std::exchange(activationToken_, {}); }
+  /// The activation token that the panel sent for the event that follows it.
+  ActivationToken takeActivationToken() { return std::exchange(activationToken_, {}); }
 
  private:
   static const sd_bus_vtable kVtable[];
@@ -45,7 +46,7 @@ class Item {
   int contextMenu(sd_bus_message* call, sd_bus_error*) { return click(call, EventType::rightMouseUp); }
   int activate(sd_bus_message* call, sd_bus_error*) { return click(call, EventType::leftMouseUp); }
   int click(sd_bus_message* call, EventType type);
-  int ignore(sd_bus_message* call, sd_bus_error*) { return sd_bus_reply_method_return(call, nullptr); }
+  int ignore(sd_bus_message* call, sd_bus_error*);
   int provideXdgActivationToken(sd_bus_message* call, sd_bus_error*);
 
   void appendStatus(MessageWriter& to) const;
@@ -70,7 +71,7 @@ class Item {
   std::shared_ptr<IconFolder> folder_;
   std::shared_ptr<const IconFile> file_;  // null where the panel reads pixels
   ReplacedIcons replaced_;
-  std::string activationToken_;
+  ActivationToken activationToken_;
 };
 
 }  // namespace quill::freedesktop

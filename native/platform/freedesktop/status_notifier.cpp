@@ -1,6 +1,6 @@
 #include "status_notifier.h"
 
-#include "host_application.h"
+#include "activation_token.h"
 
 namespace quill::freedesktop {
 
@@ -19,7 +19,7 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Ic
               themeChanges_.leave();
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
-      menu_(bus_, queue),
+      menu_(bus_, queue, [this] { return item_.takeActivationToken(); }),
       themeChanges_(bus_, queue, [this] { item_.repaint(); }),
       registration_(queue, Item::kPath, [this, &iconFolders](const Panel& panel) {
         item_.setPanel(panel, panel.icon != IconForm::pixels ? iconFolders.open() : nullptr);

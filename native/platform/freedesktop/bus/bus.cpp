@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "sandbox.h"
+#include "host_application.h"
 
 namespace quill::freedesktop {
 namespace {

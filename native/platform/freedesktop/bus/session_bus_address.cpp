@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "glib_handles.h"
-#include "sandbox.h"
+#include "host_application.h"
 
 namespace quill::freedesktop {
 namespace {

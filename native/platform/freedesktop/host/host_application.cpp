@@ -9,12 +9,16 @@
 #include <system_error>
 
 #include "glib_handles.h"
-#include "gobject_handles.h"
 #include "no_destructor.h"
 #include "worker_queue.h"
 
 namespace quill::freedesktop {
 namespace {
+
+bool isSet(const char* variable) {
+  const char* value = std::getenv(variable);
+  return value != nullptr && *value != '\0';
+}
 
 std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
 
@@ -43,19 +47,11 @@ std::string hostName() {
   return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
 }
 
-void runWithActivationToken(const std::string& token, const std::function<void()>& work) {
-  auto* const current = g_application_get_default();
-  if (token.empty() || current == nullptr || g_application_get_is_registered(current) == FALSE) return work();
-  const auto application = holdObject(current);  // the host may let go of it meanwhile
-  GVariantDict data;
-  g_variant_dict_init(&data, nullptr);
-  g_variant_dict_insert(&data, "activation-token", "s", token.c_str());
-  g_variant_dict_insert(&data, "desktop-startup-id", "s", token.c_str());
-  const VariantPointer platformData(g_variant_ref_sink(g_variant_dict_end(&data)));
-  const auto* const functions = G_APPLICATION_GET_CLASS(application.get());
-  functions->before_emit(application.get(), platformData.get());
-  work();
-  functions->after_emit(application.get(), platformData.get());
+bool isSandboxed() { return isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0; }
+
+std::optional<std::string> runtimeDirectory() {
+  const char* const directory = std::getenv("XDG_RUNTIME_DIR");
+  return directory != nullptr && *directory == '/' ? std::optional<std::string>(directory) : std::nullopt;
 }
 
 void terminateHost() {

@@ -1,19 +1,19 @@
 #pragma once
 
-#include <functional>
+#include <optional>
 #include <string>
 
 namespace quill::freedesktop {
 
 /// Identifies this application, the same in every run: the default GApplication's id, else the name of the executable.
-/// Main thread.
+/// Main thread, unless said otherwise.
 std::string hostId();
-/// The application's name for people; well-formed UTF-8. Main thread.
+/// What people call this application; well-formed UTF-8.
 std::string hostName();
-/// Calls `work` as something that the user asked for: the default GApplication is told the panel's activation token, as
-/// it is for what arrives from another process, so that a window which `work` presents may be raised. Without a token
-/// or a registered application it only calls `work`, which must not throw. Main thread.
-void runWithActivationToken(const std::string& token, const std::function<void()>& work);
+/// Whether this is a sandbox or a container, which does not see the user's files and programs. Any thread.
+bool isSandboxed();
+/// The user's runtime directory, as the environment says now; empty without an absolute path. Any thread.
+std::optional<std::string> runtimeDirectory();
 /// Asks the application to end, in the way it offers: its own `quit` action, its quit, or the
 /// signal that it can handle. It may refuse.
 void terminateHost();

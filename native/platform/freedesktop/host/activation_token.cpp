@@ -1,0 +1,73 @@
+#include "activation_token.h"
+
+#include <gio/gio.h>
+
+#include "activation_variable.h"
+#include "gdk_display.h"
+#include "gobject_handles.h"
+
+namespace quill::freedesktop {
+namespace {
+
+thread_local const ActivationToken* handled = nullptr;  // of the innermost event that this thread handles
+
+/// Puts a token where toolkits look for one, and the outer event's token back at its end.
+class Carried {
+ public:
+  explicit Carried(const ActivationToken& token) : outer_(handled) { carry(&token); }
+  Carried(const Carried&) = delete;
+  Carried& operator=(const Carried&) = delete;
+  ~Carried() { carry(outer_); }
+
+ private:
+  static void carry(const ActivationToken* token) {
+    const bool isThere = token != nullptr && !token->isEmpty();
+    setActivationVariable(isThere ? std::string_view(token->text()) : std::string_view());
+    giveTokenToGdk(isThere ? token->text().c_str() : nullptr);
+    handled = token;
+  }
+
+  const ActivationToken* outer_;
+};
+
+/// Tells the default GApplication of `token` as GIO does for what arrives from another process.
+void runInApplication(const ActivationToken& token, const std::function<void()>& work) {
+  auto* const current = g_application_get_default();
+  if (current == nullptr || g_application_get_is_registered(current) == FALSE) return work();
+  const auto application = holdObject(current);  // the host may release it meanwhile
+  GVariantDict data;
+  g_variant_dict_init(&data, nullptr);
+  g_variant_dict_insert(&data, "activation-token", "s", token.text().c_str());
+  g_variant_dict_insert(&data, "desktop-startup-id", "s", token.text().c_str());
+  const VariantPointer platformData(g_variant_ref_sink(g_variant_dict_end(&data)));
+  const auto* const functions = G_APPLICATION_GET_CLASS(application.get());
+  functions->before_emit(application.get(), platformData.get());
+  work();
+  functions->after_emit(application.get(), platformData.get());
+}
+
+}  // namespace
+
+std::optional<ActivationToken> ActivationToken::parse(std::string_view text) {
+  if (text.size() > kMaxSize) return std::nullopt;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(text[at]);
+    const bool isSecondControl =
+        byte == 0xC2 && at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0;
+    if (byte < 0x20 || byte == 0x7F || isSecondControl) return std::nullopt;
+  }
+  ActivationToken token;
+  token.text_ = text;
+  return token;
+}
+
+ActivationToken ActivationToken::current() { return handled != nullptr ? *handled : ActivationToken(); }
+
+void runWithActivationToken(const ActivationToken& token, const std::function<void()>& work) {
+  if (token.isEmpty() && handled == nullptr) return work();
+  const Carried carried(token);
+  if (token.isEmpty()) return work();
+  runInApplication(token, work);
+}
+
+}  // namespace quill::freedesktop
