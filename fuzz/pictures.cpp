@@ -24,7 +24,7 @@ void showEverywhere(const Image& image) {
   require(pixels.width > 0 && pixels.height > 0);
   require(pixels.rgba.size() == static_cast<std::size_t>(pixels.width) * static_cast<std::size_t>(pixels.height) * 4);
   requireSquares(freedesktop::iconRenderingOf(image)->sizes());
-  const auto svg = freedesktop::symbolicSvg(freedesktop::keptOf(freedesktop::shapeOf(pixels)),
+  const auto svg = freedesktop::symbolicSvg(freedesktop::reduced(freedesktop::shapeOf(pixels)),
                                             {.icon = freedesktop::IconForm::symbolicWithOutline});
   require(svg.empty() || (svg.starts_with("<svg ") && svg.ends_with("</svg>\n")));
   require(svg.size() < 64 * 1024);

@@ -1,4 +1,4 @@
-#include "outlined_icon.h"
+#include "two_tone_icon.h"
 
 #include <array>
 #include <cmath>
@@ -32,26 +32,26 @@ std::vector<int> argbAt(const IconPixels& icon, double x, double y) {
   return {icon.argb.begin() + at * 4, icon.argb.begin() + at * 4 + 4};
 }
 
-TEST(TemplateIcon, FillOutlineAndOpeningsStandOutFromOneAnother) {
+TEST(TwoToneIcon, FillOutlineAndOpenings) {
   const auto bars = [](double x, double y) {  // as thin as the strokes of symbolic icons, and as close
     const int column = static_cast<int>(x * 16);
     return y > 0.2 && y < 0.8 && (column == 5 || column == 7 || column == 9);
   };
-  const auto holed = [](double x, double y) { return disc(x, y) && fromCentre(x, y) > 0.19; };
+  const auto holed = [](double x, double y) { return disc(x, y) && fromCentre(x, y) > 0.13; };
   const auto ring = [](double x, double y) { return disc(x, y) && fromCentre(x, y) > 0.32; };
   // In 22 places from left to right: # fill, o outline, _ clear; anything where edges are soft.
   const std::tuple<const char*, Drawing, double, const char*> cases[] = {
-      {"disc", disc, 0.5, "oo.################.oo"},
+      {"disc", disc, 0.5, "[o~]o[~#]#{16}[~#]?o[~_]"},
       {"its corners", disc, 0.02, "___.{16}___"},
-      {"shrunk for its outline", fullSquare, 0.5, "oo##################oo"},
-      {"hole too small to stay open", holed, 0.5, "oo.###.oooooooo.###.oo"},
-      {"ring", ring, 0.5, "oo.#.o..______..o.#.oo"},
-      {"bars", bars, 0.5, "___..o.#..#o.{5}_____"},
+      {"shrunk for its outline", fullSquare, 0.5, "o[~#]#{18}[~o]o"},
+      {"hole too small to stay open", holed, 0.5, "[o~]o[~#]#{5}[~o]o{4}[~#]#{4}[~#]{2}o[~_]"},
+      {"ring", ring, 0.5, "[o~]o[~#]#[o~]{2,3}_+[o~]{2,3}#[~#]o[~_]"},
+      {"bars", bars, 0.5, "_{4,5}[o~]{2,3}#[o~]{2}[#o~]{2,7}_+"},
   };
   const std::map<std::vector<int>, char> signs = {
-      {{255, 255, 255, 255}, '#'}, {{255, 0, 0, 0}, 'o'}, {{0, 0, 0, 0}, '_'}};
+      {{255, 255, 255, 255}, '#'}, {{204, 0, 0, 0}, 'o'}, {{0, 0, 0, 0}, '_'}};
   for (const auto& [name, shape, y, expected] : cases) {
-    for (const auto& icon : templateIconPixels(draw(shape, 64, 64))) {
+    for (const auto& icon : twoToneIcon(draw(shape, 64, 64))) {
       std::string seen;
       for (double x = 0.5; x < 22; ++x) {
         const auto sign = signs.find(argbAt(icon, x / 22, y));
@@ -62,42 +62,84 @@ TEST(TemplateIcon, FillOutlineAndOpeningsStandOutFromOneAnother) {
   }
 }
 
-TEST(TemplateIcon, FaintStaysFaintOverAFullOutlineAndHairlinesGain) {
-  const auto middle = [](std::uint8_t alpha) {
-    auto source = draw(disc, 64, 64, {9, 9, 9, alpha});
-    std::vector<std::vector<int>> seen;
-    for (const auto& icon : templateIconPixels(source)) seen.push_back(argbAt(icon, 0.5, 0.5));
-    std::fill_n(source.alpha.begin(), 64 * 8, std::uint8_t{255});  // a full part beside it
-    for (const auto& icon : templateIconPixels(source)) seen.push_back(argbAt(icon, 0.5, 0.5));
-    return seen;
+/// The contrast of two greys as WCAG defines it.
+double contrast(double first, double second) {
+  const auto light = [](double grey) {
+    return grey <= 10 ? grey / 255 / 12.92 : std::pow((grey / 255 + 0.055) / 1.055, 2.4);
   };
-  const auto opaque = [](int tone) { return std::vector<int>{255, tone, tone, tone}; };
-  EXPECT_THAT(middle(192), Each(opaque(192)));
-  EXPECT_THAT(middle(128), ElementsAre(opaque(170), opaque(170), opaque(128), opaque(128)));
-  EXPECT_THAT(middle(20)[0], opaque(170));
+  return (std::max(light(first), light(second)) + 0.05) / (std::min(light(first), light(second)) + 0.05);
+}
+
+TEST(TwoToneIcon, FaintShapeStaysFaintAndIsSeenOnAnyBar) {
+  for (const std::uint8_t alpha : std::initializer_list<std::uint8_t>{20, 128, 192, 255}) {
+    auto source = draw(disc, 64, 64, {9, 9, 9, alpha});
+    for (const auto& icon : twoToneIcon(source)) {
+      const int shown = std::max<int>(alpha, 197);
+      EXPECT_THAT(argbAt(icon, 0.5, 0.5), ElementsAre(255, shown, shown, shown));
+      const auto outline = argbAt(icon, 0.5, 1.8 / 22);
+      for (int bar = 0; bar < 256; ++bar) {
+        const double outlined = outline[1] + bar * (255 - outline[0]) / 255.0;
+        EXPECT_GE(std::max(contrast(shown, bar), contrast(outlined, bar)), 3) << bar;
+        const double opposite = 255 - outline[1] + (bar - 255) * (255 - outline[0]) / 255.0;
+        EXPECT_GE(std::max(contrast(255 - shown, bar), contrast(opposite, bar)), 3) << bar << " in the other tone";
+      }
+    }
+    std::fill_n(source.alpha.begin(), 64 * 8, std::uint8_t{255});  // a full part beside it
+    if (alpha < 128) continue;
+    EXPECT_THAT(argbAt(twoToneIcon(source)[1], 0.5, 0.5), ElementsAre(255, alpha, alpha, alpha));
+  }
   for (const auto& [alpha, opacity] : {std::pair<std::uint8_t, const char*>{192, ".5"}, {255, "1"}})
     EXPECT_THAT(symbolicSvg(draw(disc, 64, 64, {9, 9, 9, alpha}), kSymbolic),
                 MatchesRegex(".*opacity=\"" + std::string(opacity) + "\" d=[^=]*\n"));  // of the last layer
+}
+
+TEST(TwoToneIcon, MirrorImageOfAShapeIsItsMirrorImage) {
+  for (const int side : {22, 31, 64, 200}) {
+    Pixels pixels{side, side, {}};
+    for (int i = 0; i < side * side; ++i) {  // blots, at one edge
+      const bool isSet = std::sin(i % side * 40.0 / side) + std::sin(i / side * 33.0 / side + i % side * 0.1) > 0.2;
+      pixels.rgba.insert(pixels.rgba.end(), 4, static_cast<std::uint8_t>(isSet && i / side > 3 ? 255 - i % 100 : 0));
+    }
+    const auto shape = shapeOf(pixels);
+    const auto mirrored = [](const auto& from, int width, auto at, int bytes) {
+      auto to = from;
+      for (int i = 0; i < width * width; ++i)
+        std::copy_n(from.begin() + at(i % width, i / width, width) * bytes, bytes, to.begin() + i * bytes);
+      return to;
+    };
+    int (*const mirrors[])(int, int, int) = {[](int x, int y, int width) { return y * width + width - 1 - x; },
+                                             [](int x, int y, int width) { return (width - 1 - y) * width + x; },
+                                             [](int x, int y, int width) { return x * width + y; }};
+    for (auto* const mirror : mirrors) {
+      const auto icons = twoToneIcon({side, side, mirrored(shape.alpha, side, mirror, 1)});
+      for (const auto& icon : twoToneIcon(shape))
+        EXPECT_EQ(mirrored(icon.argb, icon.width, mirror, 4), icons[icon.width / 44].argb) << side << icon.width;
+    }
+  }
+}
+
+TEST(ShapeCoverage, HairlinesGainAndSoftEdgesStaySoft) {
   const auto hairline = [](double x, double) { return x > 0.5 && x < 0.51; };
   EXPECT_THAT(shapeCoverage(draw(hairline, 128, 128)), Contains(255));
   auto fading = draw(fullSquare, 44, 44);
   for (std::size_t i = 0; i < 44 * 44; ++i) fading.alpha[i] = static_cast<std::uint8_t>(i % 44 * 255 / 43);
   const auto coverage = shapeCoverage(fading);
   for (std::size_t x = 0; x < 44; ++x) EXPECT_NEAR(coverage[x], static_cast<double>(x) * 255 / 43, 3);
-  const auto icon = templateIconPixels(fading).front();
+  const auto icon = twoToneIcon(fading).front();
   const auto framed = framedCoverage(fading).small;
   for (std::size_t i = 0; i < framed.size(); ++i)
     EXPECT_NEAR(icon.argb[i * 4] * icon.argb[i * 4 + 1], framed[i] * 255, 255) << "what is white of it";
 }
 
-TEST(IconPixels, SizesComeFromTheSourcesOwnPixelsAndNothingStaysNothing) {
+TEST(TwoToneIcon, HasBothSizesAndNothingStaysNothing) {
   const std::pair<Shape, std::vector<int>> cases[] = {
-      {draw(fullSquare, 22, 10), {22}}, {draw(fullSquare, 23, 1), {22, 44}}, {draw(fullSquare, 1, 64), {22, 44}},
-      {draw(fullSquare, 0, 5), {}},     {shapeOf({8, 8, {1, 2, 3}}), {}},    {draw(fullSquare, 30, 30, {}), {22, 44}}};
+      {draw(fullSquare, 22, 10), {22, 44}}, {draw(fullSquare, 23, 1), {22, 44}},
+      {draw(fullSquare, 1, 64), {22, 44}},  {draw(fullSquare, 0, 5), {}},
+      {shapeOf({8, 8, {1, 2, 3}}), {}},     {draw(fullSquare, 30, 30, {}), {22, 44}}};
   for (const auto& [source, sides] : cases) {
     const bool isSeen = std::count(source.alpha.begin(), source.alpha.end(), 255) > 0;
     std::vector<int> seen;
-    for (const auto& icon : templateIconPixels(source)) {
+    for (const auto& icon : twoToneIcon(source)) {
       seen.push_back(icon.width);
       EXPECT_NE(icon.argb == std::vector<std::uint8_t>(icon.argb.size()), isSeen);
     }
@@ -114,25 +156,25 @@ TEST(SymbolicSvg, HoldsTheShapeInFewPolygons) {
     return distance == 1 || (column == row && (row == 1 || row == 2));
   };
   const auto svg = symbolicSvg(draw(shape, 22, 22), kSymbolic);
-  EXPECT_THAT(svg, HasSubstr("viewBox=\"1 1 20 20\"")) << "without what the host left free for an outline";
+  EXPECT_THAT(svg, HasSubstr("viewBox=\"2 2 40 40\"")) << "without what the host left free for an outline";
   EXPECT_THAT(svg, AllOf(HasSubstr(".ColorScheme-Text { color:#232629; }"),
                          Not(HasSubstr("class=\"ColorScheme-Background\""))));
   for (const std::string opacity : {".25", ".3333", ".5", "1"}) {  // layers, each on those before
     EXPECT_THAT(svg, HasSubstr("class=\"ColorScheme-Text\" fill=\"currentColor\" fill-opacity=\"" + opacity +
-                               "\" d=\"M1 1h1v1h-1zM2 2h1v1h-1zM10 10h3v3h-3zM11 12h1v-1h-1z\""));
+                               "\" d=\"M2 2h2v2h-2zM4 4h2v2h-2zM20 20h6v6h-6zM22 24h2v-2h-2z\""));
   }
 
   // Plasma's is shrunk for an outline, which lies beneath it.
   EXPECT_THAT(
       symbolicSvg(draw(fullSquare, 22, 22), kOutlined),
       MatchesRegex(
-          ".*viewBox=\"0 0 22 22\".*class=\"ColorScheme-Background\".* stroke-width=\"3\" d=\"M2 2h18v18h-18z\"/>"
-          "(<path class=\"ColorScheme-Text\"[^>]* d=\"M2 2h18v18h-18z\"/>){4}</svg>\n"));
+          ".*viewBox=\"0 0 44 44\".*class=\"ColorScheme-Background\".* stroke-width=\"6\" d=\"M3 3h38v38h-38z\"/>"
+          "(<path class=\"ColorScheme-Text\"[^>]* d=\"M3 3h38v38h-38z\"/>){4}</svg>\n"));
 
   // What is kept of a larger picture gives the same.
   const auto large = draw(disc, 300, 200);
-  EXPECT_LE(keptOf(large).alpha.size(), 44U * 44);
-  EXPECT_EQ(symbolicSvg(keptOf(large), kSymbolic), symbolicSvg(large, kSymbolic));
+  EXPECT_LE(reduced(large).alpha.size(), 44U * 44);
+  EXPECT_EQ(symbolicSvg(reduced(large), kSymbolic), symbolicSvg(large, kSymbolic));
   EXPECT_THAT(symbolicSvg(large, kSymbolic), HasSubstr("viewBox=\"4 4 36 36\"")) << "and of more no more";
 
   EXPECT_NE(symbolicName(svg), symbolicName(svg + " "));

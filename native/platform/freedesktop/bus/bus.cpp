@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "host_application.h"
+#include "sandbox.h"
 
 namespace quill::freedesktop {
 namespace {

@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "glib_handles.h"
-#include "host_application.h"
+#include "sandbox.h"
 
 namespace quill::freedesktop {
 namespace {

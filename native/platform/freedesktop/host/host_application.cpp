@@ -15,11 +15,6 @@
 namespace quill::freedesktop {
 namespace {
 
-bool isSet(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
-}
-
 std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
 
 /// Read once, since it does not change.
@@ -45,13 +40,6 @@ std::string hostId() {
 std::string hostName() {
   const char* name = g_get_application_name();  // the program's name where no other was set
   return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
-}
-
-bool isSandboxed() { return isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0; }
-
-std::optional<std::string> runtimeDirectory() {
-  const char* const directory = std::getenv("XDG_RUNTIME_DIR");
-  return directory != nullptr && *directory == '/' ? std::optional<std::string>(directory) : std::nullopt;
 }
 
 void terminateHost() {

@@ -17,14 +17,16 @@ constexpr std::string_view kStyle =
     R"(.ColorScheme-Background { color:#eff0f1; }</style>)";
 constexpr std::string_view kPath = R"(<path class="ColorScheme-Text" fill="currentColor" fill-opacity=")";
 
-/// The line around the shape lies half beneath it: 1.5 of 22 pixels are seen, of which a panel that scales the icon
+/// The stroke around the shape lies half beneath it: 1.5 of 22 pixels are seen, of which a panel that scales the icon
 /// down to 16 leaves one.
 constexpr std::string_view kOutline =
     R"(<path class="ColorScheme-Background" fill="currentColor" stroke="currentColor" stroke-linejoin="round" )"
     R"(stroke-width=")";
-constexpr int kOutlineWidth = 3;
+constexpr std::string_view kStrokeWidth = "6";
 /// A pixel covered at least this much has the outline around it.
 constexpr int kOutlined = 96;
+/// In 44ths of the icon.
+constexpr int kMaxMargin = 4;
 
 /// One layer of the picture: every pixel covered at least this much is painted once more, so strongly
 /// that all layers up to it together give the level's opacity. Layers lie on one another rather than
@@ -36,17 +38,17 @@ struct Layer {
 /// Together 1/4, 1/2, 3/4 and 1; each level stands for the coverages around it.
 constexpr std::array kLayers = {Layer{32, ".25"}, Layer{96, ".3333"}, Layer{160, ".5"}, Layer{224, "1"}};
 
-/// Traces the outlines of the set pixels of a grid, which it keeps on the right.
-class Outliner {
+/// Traces the contours of the set pixels of a square, which it keeps on the right.
+class ContourTracer {
  public:
-  Outliner(const std::vector<std::uint8_t>& coverage, int side, int leastCoverage)
-      : coverage_(coverage), side_(side), least_(leastCoverage), walked_(coverage.size()) {}
+  ContourTracer(const Coverage& coverage, int leastCoverage)
+      : coverage_(coverage), least_(leastCoverage), walked_(coverage.size()) {}
 
   /// A sub-path around each area and, the other way round, around each hole.
   std::string path() {
     std::string path;
-    for (int y = 0; y < side_; ++y) {
-      for (int x = 0; x < side_; ++x) {
+    for (int y = 0; y < kLargeSide; ++y) {
+      for (int x = 0; x < kLargeSide; ++x) {
         // Every loop holds an edge that has its pixel below it, and is walked from there once.
         if (isSet(x, y) && !isSet(x, y - 1) && !walked_[index(x, y)]) addLoop(path, x, y);
       }
@@ -56,10 +58,10 @@ class Outliner {
 
  private:
   std::size_t index(int x, int y) const {
-    return static_cast<std::size_t>(y) * static_cast<std::size_t>(side_) + static_cast<std::size_t>(x);
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(kLargeSide) + static_cast<std::size_t>(x);
   }
   bool isSet(int x, int y) const {
-    return x >= 0 && y >= 0 && x < side_ && y < side_ && coverage_[index(x, y)] >= least_;
+    return x >= 0 && y >= 0 && x < kLargeSide && y < kLargeSide && coverage_[index(x, y)] >= least_;
   }
   /// Whether the pixel at the corner of grid point (x, y) towards (dx, dy), each 1 or -1, is set.
   bool isSetTowards(int x, int y, int dx, int dy) const { return isSet(dx > 0 ? x : x - 1, dy > 0 ? y : y - 1); }
@@ -95,25 +97,19 @@ class Outliner {
     path += 'z';
   }
 
-  const std::vector<std::uint8_t>& coverage_;
-  int side_;
+  const Coverage& coverage_;
   int least_;
   std::vector<bool> walked_;
 };
 
-std::vector<std::uint8_t> framedLargest(const Shape& shape) {
-  auto coverage = framedCoverage(shape);
-  return std::move(coverage.large.empty() ? coverage.small : coverage.large);
-}
-
-/// How many rows and columns of each side have nothing to draw, up to the outline's margin.
-int unusedMargin(const std::vector<std::uint8_t>& coverage, int side) {
-  int margin = kOutlineMargin * side / kSmallSide;
-  for (int i = 0; i < side * side; ++i) {
-    const int x = i % side;
-    const int y = i / side;
+/// How many rows and columns of each side have nothing to draw, up to what hosts are asked to leave free.
+int unusedMargin(const Coverage& coverage) {
+  int margin = kMaxMargin;
+  for (int i = 0; i < kLargeSide * kLargeSide; ++i) {
+    const int x = i % kLargeSide;
+    const int y = i / kLargeSide;
     if (coverage[static_cast<std::size_t>(i)] < kLayers.front().leastCoverage) continue;
-    margin = std::min({margin, x, y, side - 1 - x, side - 1 - y});
+    margin = std::min({margin, x, y, kLargeSide - 1 - x, kLargeSide - 1 - y});
   }
   return margin;
 }
@@ -121,24 +117,22 @@ int unusedMargin(const std::vector<std::uint8_t>& coverage, int side) {
 }  // namespace
 
 std::string symbolicSvg(const Shape& shape, const Panel& panel) {
-  const int side = largestSide(shape);
   const bool isOutlined = panel.icon == IconForm::symbolicWithOutline;
-  const auto coverage = isOutlined ? framedLargest(shape) : shapeCoverage(shape);
+  const auto coverage = isOutlined ? framedCoverage(shape).large : shapeCoverage(shape);
   if (coverage.empty()) return {};
 
-  const int margin = isOutlined ? 0 : unusedMargin(coverage, side);
+  const int margin = isOutlined ? 0 : unusedMargin(coverage);
   const auto corner = std::to_string(margin) + ' ';
-  const auto seen = std::to_string(side - 2 * margin);
+  const auto seen = std::to_string(kLargeSide - 2 * margin);
   std::string svg(kHead);
   svg.append(corner).append(corner).append(seen).append(" ").append(seen).append(kStyle);
   if (isOutlined) {
-    const auto width = std::to_string(kOutlineWidth * side / kSmallSide);
-    svg.append(kOutline).append(width).append(R"(" d=")").append(Outliner(coverage, side, kOutlined).path());
+    svg.append(kOutline).append(kStrokeWidth).append(R"(" d=")").append(ContourTracer(coverage, kOutlined).path());
     svg.append(R"("/>)");
   }
   bool isEmpty = true;
   for (const auto& layer : kLayers) {
-    const auto path = Outliner(coverage, side, layer.leastCoverage).path();
+    const auto path = ContourTracer(coverage, layer.leastCoverage).path();
     if (path.empty()) break;
     isEmpty = false;
     svg.append(kPath).append(layer.opacity).append(R"(" d=")").append(path).append(R"("/>)");

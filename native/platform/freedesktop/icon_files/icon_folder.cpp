@@ -11,8 +11,8 @@
 #include <optional>
 #include <utility>
 
-#include "host_application.h"
 #include "quiet_write.h"
+#include "sandbox.h"
 
 namespace quill::freedesktop {
 namespace {

@@ -8,8 +8,8 @@ IconRendering::IconRendering(const Pixels& source) {
   width = source.width;
   height = source.height;
   auto shape = shapeOf(source);
-  sizes_ = templateIconPixels(shape);
-  shape_ = keptOf(std::move(shape));
+  sizes_ = twoToneIcon(shape);
+  shape_ = reduced(std::move(shape));
 }
 
 std::shared_ptr<const IconRendering> iconRenderingOf(const Image& image) {

@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "image.h"
-#include "outlined_icon.h"
+#include "two_tone_icon.h"
 #include "shape.h"
 
 namespace quill::freedesktop {

@@ -4,8 +4,8 @@
 #include <fstream>
 #include <utility>
 
-#include "host_application.h"
 #include "member_callbacks.h"
+#include "sandbox.h"
 
 namespace quill::freedesktop {
 namespace {

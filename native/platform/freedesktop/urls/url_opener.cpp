@@ -11,7 +11,7 @@
 #include "detached_program.h"
 #include "file_descriptor.h"
 #include "glib_handles.h"
-#include "host_application.h"
+#include "sandbox.h"
 #include "sd_bus_handles.h"
 #include "session_bus_address.h"
 #include "url_handler.h"

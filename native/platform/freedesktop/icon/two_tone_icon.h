@@ -17,9 +17,8 @@ struct IconPixels {
   bool operator==(const IconPixels&) const = default;
 };
 
-/// The shape in two tones that can be seen in a bar of any colour: filled in white, with a black
-/// outline. 22 pixels wide, and 44 where the shape has more than 22 to show; none for an empty shape.
-/// Pure.
-std::vector<IconPixels> templateIconPixels(const Shape& shape);
+/// The shape in two tones that can be seen in a bar of any colour: a white fill over a soft black outline. 22 and 44
+/// pixels wide; none for an empty shape. Pure.
+std::vector<IconPixels> twoToneIcon(const Shape& shape);
 
 }  // namespace quill::freedesktop
