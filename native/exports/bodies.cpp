@@ -26,12 +26,20 @@ void callShared(void (TrayManager::*operation)(Parameters...), Arguments&&... ar
   (manager.get()->*operation)(std::forward<Arguments>(arguments)...);
 }
 
+/// The same for an operation that the host may call on the main thread alone, so that the caller counts as that thread.
+template <typename... Parameters, typename... Arguments>
+void callSharedOnMainThread(void (TrayManager::*operation)(Parameters...), Arguments&&... arguments) {
+  Desktop::current().mainQueue().enter();
+  callShared(operation, std::forward<Arguments>(arguments)...);
+}
+
 }  // namespace
 
-void quillTrayManagerCreate() { callShared(&TrayManager::createTray); }
+void quillTrayManagerCreate() { callSharedOnMainThread(&TrayManager::createTray); }
 
 void quillTrayManagerSetMainIcon(const std::uint8_t* iconData, std::intptr_t iconLength) {
-  if (const auto image = imageFromBytes(iconData, iconLength)) callShared(&TrayManager::setMainIcon, *image);
+  if (const auto image = imageFromBytes(iconData, iconLength))
+    callSharedOnMainThread(&TrayManager::setMainIcon, *image);
 }
 
 void quillTrayManagerAddAnimationFrame(const std::uint8_t* frameData, std::intptr_t frameLength) {
@@ -45,7 +53,7 @@ void quillTrayManagerStopAnimation() { callShared(&TrayManager::stopAnimation); 
 void quillTrayManagerResetAnimation() { callShared(&TrayManager::resetAnimation); }
 
 void quillTrayManagerSetMenuPtr(const void* menuPtr) {
-  if (auto menu = Desktop::current().adoptMenu(menuPtr)) callShared(&TrayManager::setMenu, std::move(menu));
+  if (auto menu = Desktop::current().adoptMenu(menuPtr)) callSharedOnMainThread(&TrayManager::setMenu, std::move(menu));
 }
 
 void quillTrayManagerSetClickCallback(void (*callback)()) { callShared(&TrayManager::setClickCallback, callback); }
@@ -61,7 +69,7 @@ void quillTrayManagerSetMenuItemsJson(const char* jsonData) {
     return;
   }
   const auto count = items->size();
-  callShared(&TrayManager::setMenuItems, std::move(*items));
+  callSharedOnMainThread(&TrayManager::setMenuItems, std::move(*items));
   logInfo("[TrayManager] 已设置菜单项数据，数量: " + std::to_string(count), kLogModule);
 }
 

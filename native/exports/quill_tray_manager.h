@@ -13,9 +13,11 @@
  *   in Chinese. ~ is what HOME names on Linux, and what the system says on a Mac. The host's umask decides who may read
  * the log: with the usual 022, everybody.
  * - The functions may be called in any order. None removes the icon: it stays until the process ends.
- * - The main thread is on Linux the one that runs GLib's default main context or, while none does, the
- *   process's first thread; on a Mac always that one, where NSApplication runs. No function waits for the
- *   disk, and on Linux none waits for the desktop.
+ * - The main thread is on Linux the one that runs GLib's default main context, whichever thread of the process
+ *   that is. While none does, it is the last thread that called quill_tray_manager_create,
+ *   quill_tray_manager_set_main_icon or a function that sets a menu; before such a call, the process's first
+ *   thread. On a Mac it is always the first thread, where NSApplication runs. No function waits for the disk,
+ *   and on Linux none waits for the desktop.
  * - The host has to run that thread's loop, as hosts with AppKit, GTK, Qt, Electron or Flutter do. On Linux
  *   any other loop calls `g_main_context_iteration(NULL, FALSE);` each time around. Without it the log says
  *   that the item was created, but no icon comes (docs/panels.md, "No icon comes").
@@ -114,6 +116,11 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* icon
  *
  * Off the main thread, this and the three functions below return once the main thread has done the work. So
  * the main thread must not wait for the caller, and must run its loop.
+ *
+ * Until a thread runs the loop or makes a call that only the main thread may make, no thread but the process's
+ * first counts as the main thread. These four functions then return at once elsewhere. If the caller turns
+ * out to be the main thread, the library does the work at the beginning of the caller's next such call;
+ * otherwise the main loop does it.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength);
 

@@ -25,8 +25,21 @@ class MainQueue {
   /// Calls `tick` every `period` (see nextDue), first one period from now, also while a menu is open. Main thread.
   virtual std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) = 0;
 
-  /// Posts `work`, blocks until it has run, and throws what it threw. Not to be called on the main thread.
-  void runAndWait(std::function<void()> work);
+  /// Takes the calling thread for the main thread, unless another thread runs the main loop, and runs what the caller
+  /// left to the main thread. The host's promise to make some calls on the main thread alone is the reason.
+  void enter();
+  /// Runs `work` on the main thread, then `afterwards` on the calling thread, and returns. Any thread. What they throw
+  /// is thrown here.
+  ///
+  /// While no thread is known to be the main thread, the caller may be about to run the main loop. So it does not wait:
+  /// both run on the main thread later, and before anything else that the caller does there.
+  void run(std::function<void()> work, std::function<void()> afterwards);
+
+ protected:
+  /// The part of enter() for a desktop that does not know its main thread beforehand.
+  virtual void takeCallerForMainThread() {}
+  /// Whether some thread is known to be the main thread. Any thread.
+  virtual bool isMainThreadKnown() const { return true; }
 };
 
 /// The due time of a timer's next tick: the first start + k × period after `now`. Therefore a late tick does not delay

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "log.h"
 #include "log_text.h"
 #include "tray_manager.h"
@@ -6,15 +8,11 @@ namespace quill {
 
 constexpr std::chrono::milliseconds kTickInterval{35};
 
-void TrayManager::onMainThread(const std::function<void(TrayManager&)>& body) {
-  auto& queue = desktop_.mainQueue();
-  if (queue.isCurrent()) {
-    body(*this);
-    return;
-  }
-  queue.runAndWait([weak = weak_from_this(), body] {
+void TrayManager::onMainThread(const std::function<void(TrayManager&)>& body, std::function<void()> afterwards) {
+  const auto work = [weak = weak_from_this(), body] {
     if (const auto self = weak.lock()) body(*self);
-  });
+  };
+  desktop_.mainQueue().run(work, std::move(afterwards));
 }
 
 void TrayManager::addAnimationFrame(const Image& image) {
@@ -81,13 +79,14 @@ void TrayManager::stopAnimationSync() {
 }
 
 void TrayManager::resetAnimation() {
-  std::size_t frames = 0;
-  onMainThread([&frames](TrayManager& manager) {
-    manager.stopAnimationSync();
-    std::vector<Image>().swap(manager.animationFrames);
-    frames = manager.animationFrames.size();
-  });
-  logInfo("[TrayManager] 动画已重置，动画帧数: " + std::to_string(frames), kLogModule);
+  const auto frames = std::make_shared<std::size_t>(0);
+  onMainThread(
+      [frames](TrayManager& manager) {
+        manager.stopAnimationSync();
+        std::vector<Image>().swap(manager.animationFrames);
+        *frames = manager.animationFrames.size();
+      },
+      [frames] { logInfo("[TrayManager] 动画已重置，动画帧数: " + std::to_string(*frames), kLogModule); });
 }
 
 void TrayManager::updateAnimation() {

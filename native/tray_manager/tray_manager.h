@@ -155,8 +155,9 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
   Image templateCopy(const Image& image);
   /// The application's; light without an application.
   Appearance effectiveAppearance() const;
-  /// Runs `body` on the main thread and waits for it.
-  void onMainThread(const std::function<void(TrayManager&)>& body);
+  /// Runs `body` on the main thread, then `afterwards` on the caller's (see MainQueue::run).
+  void onMainThread(
+      const std::function<void(TrayManager&)>& body, std::function<void()> afterwards = [] {});
   /// Changes `menu` and announces it to the bar.
   void replaceMenu(std::shared_ptr<Menu> replacement);
 

@@ -133,14 +133,25 @@ class CoarseTimer : public Timer {
 
 }  // namespace
 
-bool GlibMainQueue::isCurrent() const {
+bool GlibMainQueue::isContextFree() const {
   auto* const context = g_main_context_default();
-  if (g_main_context_is_owner(context) != FALSE) return true;
-  // Acquiring the context keeps the main thread out for a moment, so only the thread that is expected to be it tries.
-  if (!mainThread_->isExpectedHere() || g_main_context_acquire(context) == FALSE) return false;
+  // The attempt itself keeps others out for a moment, so one thread makes it at a time.
+  const std::lock_guard lock(trial_);
+  if (g_main_context_acquire(context) == FALSE) return false;
   g_main_context_release(context);
   return true;
 }
+
+bool GlibMainQueue::isCurrent() const {
+  if (g_main_context_is_owner(g_main_context_default()) != FALSE) return true;
+  return mainThread_->isExpectedHere() && isContextFree();
+}
+
+void GlibMainQueue::takeCallerForMainThread() {
+  if (isContextFree()) mainThread_->note();
+}
+
+bool GlibMainQueue::isMainThreadKnown() const { return mainThread_->isKnown() || !isContextFree(); }
 
 GlibMainQueue::MainThreadTracker::Thread GlibMainQueue::MainThreadTracker::callingThread() {
   static std::atomic<std::uint32_t> latest{0};
@@ -150,11 +161,14 @@ GlibMainQueue::MainThreadTracker::Thread GlibMainQueue::MainThreadTracker::calli
   return self;
 }
 
-bool GlibMainQueue::MainThreadTracker::isExpectedHere() const {
+bool GlibMainQueue::MainThreadTracker::isKnown() const {
   const auto last = last_.load(std::memory_order_relaxed);
-  if (last.number == callingThread().number) return true;
-  const bool lives = last.number != 0 && syscall(SYS_tgkill, getpid(), last.id, 0) == 0;
-  return !lives && gettid() == getpid();
+  return last.number != 0 && syscall(SYS_tgkill, getpid(), last.id, 0) == 0;
+}
+
+bool GlibMainQueue::MainThreadTracker::isExpectedHere() const {
+  if (last_.load(std::memory_order_relaxed).number == callingThread().number) return true;
+  return !isKnown() && gettid() == getpid();
 }
 
 void GlibMainQueue::post(std::function<void()> work) {

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
 
 #include "glib_handles.h"
 #include "main_queue.h"
@@ -17,11 +18,14 @@ class GlibMainQueue : public MainQueue {
   void post(std::function<void()> work) override;
   std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
 
-  /// Remembers the thread that last dispatched one of our sources, which is the main thread.
+  /// Remembers the main thread: the one that last dispatched one of our sources or made a call that the host makes on
+  /// the main thread alone.
   class MainThreadTracker {
    public:
     void note() { last_.store(callingThread(), std::memory_order_relaxed); }
-    /// Whether the calling thread dispatched last or, where none did that still lives, is the process's first.
+    /// Whether the noted thread lives.
+    bool isKnown() const;
+    /// Whether the calling thread is the noted one or, where that does not live, the process's first.
     bool isExpectedHere() const;
 
    private:
@@ -35,7 +39,15 @@ class GlibMainQueue : public MainQueue {
   };
   const std::shared_ptr<MainThreadTracker>& mainThread() { return mainThread_; }
 
+ protected:
+  void takeCallerForMainThread() override;
+  bool isMainThreadKnown() const override;
+
  private:
+  /// Whether no other thread runs the main context.
+  bool isContextFree() const;
+
+  mutable std::mutex trial_;
   std::shared_ptr<MainThreadTracker> mainThread_ = std::make_shared<MainThreadTracker>();
 };
 
