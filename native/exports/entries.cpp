@@ -1,26 +1,16 @@
 // The exported functions. Each passes its arguments to its body; no exception leaves it.
 
-#include <new>
-
 #include "bodies.h"
 #include "library_call.h"
-#include "log.h"
 #include "quill_tray_manager.h"
-#include "tray_manager.h"
+#include "report.h"
 
 namespace {
 
 template <typename... Parameters>
 void run(void (*body)(Parameters...), Parameters... arguments) noexcept {
   const quill::LibraryCall call;
-  try {
-    body(arguments...);
-  } catch (const std::bad_alloc&) {
-    try {
-      quill::logError("[TrayManager] 内存不足", quill::kLogModule);
-    } catch (const std::bad_alloc&) {  // no memory for the line either
-    }
-  }
+  quill::completes([&] { body(arguments...); });
 }
 
 }  // namespace

@@ -234,9 +234,11 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(quill_tray
  *
  * The whole URL is logged, with any secret in its query.
  *
- * The application gets the environment, signal mask and ignored signals that the calling thread has now, but
- * is no child of the process: there is nothing to wait for and no SIGCHLD. In a sandbox the desktop's portal
- * opens the URL. A host in a bundle that sets LD_LIBRARY_PATH for itself resets it before this call, because
+ * The application gets the environment, signal mask and ignored signals that the calling thread has now, and
+ * a session of its own. It is no child of the process: there is nothing to wait for and no SIGCHLD. Exception:
+ * a process that is a subreaper or process 1 gets the application as a child. In a sandbox the desktop's portal
+ * opens the URL. At most 256 URLs wait; a further one is not opened, and the log gets an error line.
+ * A host in a bundle that sets LD_LIBRARY_PATH for itself resets it before this call, because
  * the application would load the bundle's libraries (docs/distributions.md). From the first call on there are two more
  * sleeping threads, the library's and GLib's "gmain", and two descriptors, with which GLib watches what is installed.
  *

@@ -1,6 +1,10 @@
 #include "log.h"
 
+#include <new>
+#include <string>
+
 #include "common_log_manager.h"
+#include "report.h"
 
 namespace quill {
 
@@ -17,5 +21,14 @@ void logInfo(std::string_view message, std::string_view module) { log(message, "
 void logWarning(std::string_view message, std::string_view module) { log(message, "WARN", module); }
 void logError(std::string_view message, std::string_view module) { log(message, "ERROR", module); }
 void logDebug(std::string_view message, std::string_view module) { log(message, "DEBUG", module); }
+
+void reportError(std::string_view what) { logError("[TrayManager] " + std::string(what), "TrayManager"); }
+
+void reportOutOfMemory() {
+  try {
+    reportError("内存不足");
+  } catch (const std::bad_alloc&) {  // no memory for the line either
+  }
+}
 
 }  // namespace quill

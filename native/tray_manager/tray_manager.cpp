@@ -4,6 +4,7 @@
 
 #include "log.h"
 #include "no_destructor.h"
+#include "report.h"
 
 namespace quill {
 
@@ -18,7 +19,7 @@ const std::shared_ptr<TrayManager>& TrayManager::shared() {
 
 std::shared_ptr<Tray> Tray::shared() { return TrayManager::shared(); }
 
-void reportFault(std::string_view what) { logError("[TrayManager] 平台抛出异常: " + std::string(what), kLogModule); }
+void reportFault(std::string_view what) { reportError("平台抛出异常: " + std::string(what)); }
 
 TrayManager::TrayManager(Desktop& desktop)
     : animatedView(std::make_shared<View>(kInitialViewFrame)),

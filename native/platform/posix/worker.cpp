@@ -46,7 +46,11 @@ sigset_t hostSignals() {
   return set;
 }
 
+thread_local bool isJobRunning = false;
+
 }  // namespace
+
+bool Worker::isInJob() { return isJobRunning; }
 
 void Worker::add(Job job) {
   {
@@ -58,20 +62,24 @@ void Worker::add(Job job) {
   wake_.notify_one();
 }
 
-void Worker::drain(Clock::time_point deadline) {
+bool Worker::drain(Clock::time_point deadline) {
   // Not lock(): when the process exits, the lock may be held by a thread that never runs again.
   std::unique_lock lock(mutex_, std::defer_lock);
   while (!lock.try_lock()) {
-    if (Clock::now() >= deadline) return;
+    if (Clock::now() >= deadline) return true;
     std::this_thread::sleep_for(kLockRetry);
   }
   const auto target = added_;
-  if (done_ >= target) return;
+  if (done_ >= target) return false;
   awaited_ = target;
-  if (!ensureThread()) return doWaiting(lock);
+  if (!ensureThread()) {
+    doWaiting(lock);
+    return true;
+  }
   ++waitingThreads_;
   jobDone_.wait_until(lock, deadline, [&] { return done_ >= target; });
   --waitingThreads_;
+  return true;
 }
 
 void Worker::close() {
@@ -107,6 +115,7 @@ void Worker::run() {
 void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
   auto jobs = std::exchange(waiting_, {});
   lock.unlock();
+  isJobRunning = true;
   for (auto& job : jobs) {
     std::exchange(job, nullptr)();
     ++done_;
@@ -115,6 +124,7 @@ void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
     jobDone_.notify_all();
     lock.unlock();
   }
+  isJobRunning = false;
   lock.lock();
 }
 

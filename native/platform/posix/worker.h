@@ -26,8 +26,11 @@ class Worker : public std::enable_shared_from_this<Worker> {
   std::shared_ptr<Worker> fresh() const { return std::make_shared<Worker>(label_, priority_); }
 
   void add(Job job);
-  /// Waits until all jobs added before are done. Does them itself if no thread can be made.
-  void drain(Clock::time_point deadline);
+  /// Waits until all jobs added before are done. Does them itself if no thread can be made. Returns false if all were
+  /// done already.
+  bool drain(Clock::time_point deadline);
+  /// Whether a job of any worker runs on the calling thread.
+  static bool isInJob();
   /// Lets the thread end once all jobs are done.
   void close();
 

@@ -20,6 +20,9 @@ using Clock = Worker::Clock;
 
 constexpr std::chrono::seconds kExitTimeout{2};
 
+// A URL's job may add one for its application, to a new queue, and that one may log a line.
+constexpr int kRounds = 3;
+
 // Until when an exiting process waits for jobs; zero before it exits.
 std::atomic<Clock::rep> exitDeadline{0};
 
@@ -44,12 +47,11 @@ class QueueRegistry {
   }
 
   void drain(Clock::time_point deadline) {
-    std::vector<std::shared_ptr<Worker>> workers;
-    {
-      const std::lock_guard lock(mutex_);
-      for (const auto* queue : queues_) workers.push_back(queue->worker_);
+    bool isBusy = true;
+    for (int round = 0; isBusy && round < kRounds; ++round) {
+      isBusy = false;
+      for (const auto& worker : workers()) isBusy |= worker->drain(deadline);
     }
-    for (const auto& worker : workers) worker->drain(deadline);
   }
 
   void lock() {
@@ -71,6 +73,13 @@ class QueueRegistry {
   }
 
  private:
+  std::vector<std::shared_ptr<Worker>> workers() {
+    const std::lock_guard lock(mutex_);
+    std::vector<std::shared_ptr<Worker>> workers;
+    for (const auto* queue : queues_) workers.push_back(queue->worker_);
+    return workers;
+  }
+
   std::mutex mutex_;
   std::vector<WorkerQueue*> queues_;
   std::vector<std::shared_ptr<Worker>> setAside_;
@@ -112,9 +121,10 @@ WorkerQueue::~WorkerQueue() {
 void WorkerQueue::submit(std::function<void()> job) {
   const ErrnoSaver saver;
   worker_->add(std::move(job));
-  if (const auto deadline = exitDeadline.load(std::memory_order_relaxed); deadline != 0) {
-    worker_->drain(Clock::time_point(Clock::duration(deadline)));
-  }
+  const auto deadline = exitDeadline.load(std::memory_order_relaxed);
+  // A job does not wait: the thread that waits for the job waits for this one as well.
+  if (deadline == 0 || Worker::isInJob()) return;
+  QueueRegistry::get().drain(Clock::time_point(Clock::duration(deadline)));
 }
 
 bool WorkerQueue::isDraining() const {

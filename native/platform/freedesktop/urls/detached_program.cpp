@@ -1,11 +1,16 @@
 #include "detached_program.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <utility>
 
 namespace quill::freedesktop {
 namespace {
@@ -18,15 +23,32 @@ std::vector<char*> terminated(const std::vector<std::string>& texts) {
   return pointers;
 }
 
-// In the new process: another thread's locks stay locked here for ever, so nothing may allocate.
+// What follows runs in the new process, in which a lock that another thread held stays locked: nothing may allocate.
+
+/// Closes all descriptors but the standard streams when the process executes a program.
+void closeOthersOnExec() {
+  if (close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) == 0) return;
+  // Kernels before Linux 5.11 and some containers' filters refuse that. opendir(3) would allocate.
+  const int list = open("/proc/self/fd", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  alignas(dirent64) char entries[4096];
+  for (long size = 0; (size = syscall(SYS_getdents64, list, entries, sizeof entries)) > 0;) {
+    for (long at = 0; at < size;) {
+      const auto* const entry = reinterpret_cast<const dirent64*>(entries + at);
+      if (const int number = std::atoi(entry->d_name); number > STDERR_FILENO) fcntl(number, F_SETFD, FD_CLOEXEC);
+      at += entry->d_reclen;
+    }
+  }
+}
+
 [[noreturn]] void become(const Program& program, char* const* arguments, char** environment, const sigset_t& mask) {
+  setsid();  // so that Ctrl-C in the host's terminal and kill(0, ...) do not reach the program
   const int null = open("/dev/null", O_RDWR);
   dup2(null, STDIN_FILENO);
   if (program.isQuiet) {
     dup2(null, STDOUT_FILENO);
     dup2(null, STDERR_FILENO);
   }
-  close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC);
+  closeOthersOnExec();
   if (program.directory.empty() || chdir(program.directory.c_str()) == 0) {
     environ = environment;
     pthread_sigmask(SIG_SETMASK, &mask, nullptr);
@@ -37,26 +59,33 @@ std::vector<char*> terminated(const std::vector<std::string>& texts) {
 
 }  // namespace
 
-Inheritance Inheritance::now() {
+Inheritance Inheritance::now(std::shared_ptr<const Variables> latest) {
   Inheritance now;
   pthread_sigmask(SIG_SETMASK, nullptr, &now.signalMask);
-  for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
-    now.environment.emplace_back(*variable);
-  }
+  char** const variables = environ;
+  std::size_t count = 0;
+  while (variables != nullptr && variables[count] != nullptr) ++count;
+  const bool isSame = latest && std::equal(latest->begin(), latest->end(), variables, variables + count);
+  now.environment = isSame ? std::move(latest) : std::make_shared<const Variables>(variables, variables + count);
   return now;
 }
 
-void startDetached(const Program& program, const Inheritance& inheritance) {
+bool startDetached(const Program& program, const Inheritance& inheritance) {
   const auto arguments = terminated(program.arguments);
-  auto environment = terminated(inheritance.environment);
-  // Like fork, but its end raises no signal: the host's SIGCHLD handler does not run, and its waitpid(-1) does not see
-  // this process, which ends at once and leaves the program an orphan. posix_spawn would show the host a child.
-  const auto middle = static_cast<pid_t>(syscall(SYS_clone, 0, nullptr, nullptr, nullptr, nullptr));
+  auto environment = terminated(*inheritance.environment);
+  // A process in between, which ends at once and leaves the program an orphan. Without a signal its end is hidden from
+  // the host's SIGCHLD handler and waitpid(-1); posix_spawn would show the host a child.
+  auto middle = static_cast<pid_t>(syscall(SYS_clone, 0, nullptr, nullptr, nullptr, nullptr));
+  // qemu-user and some containers refuse a clone without a signal. There the host sees a child that ends.
+  if (middle < 0) middle = _Fork();
   if (middle == 0) {
-    if (_Fork() == 0) become(program, arguments.data(), environment.data(), inheritance.signalMask);
-    _exit(0);
+    const pid_t started = _Fork();
+    if (started == 0) become(program, arguments.data(), environment.data(), inheritance.signalMask);
+    _exit(started > 0 ? EXIT_SUCCESS : EXIT_FAILURE);
   }
-  while (middle > 0 && waitpid(middle, nullptr, static_cast<int>(__WCLONE)) < 0 && errno == EINTR) continue;
+  int status = 0;
+  while (middle > 0 && waitpid(middle, &status, static_cast<int>(__WALL)) < 0 && errno == EINTR) continue;
+  return middle > 0 && status == 0;
 }
 
 }  // namespace quill::freedesktop

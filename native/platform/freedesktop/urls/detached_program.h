@@ -1,15 +1,20 @@
 #pragma once
 
 #include <csignal>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace quill::freedesktop {
 
+/// Variables of the environment, as "NAME=value".
+using Variables = std::vector<std::string>;
+
 /// What a child of the calling thread would inherit now; the host may change it before the child starts.
 struct Inheritance {
-  static Inheritance now();
-  std::vector<std::string> environment;
+  /// Uses `latest`, a copy of the environment or null, if nothing changed since.
+  static Inheritance now(std::shared_ptr<const Variables> latest);
+  std::shared_ptr<const Variables> environment;
   sigset_t signalMask{};
 };
 
@@ -19,9 +24,10 @@ struct Program {
   bool isQuiet = false;                // its output is discarded
 };
 
-/// Starts a program that is no child of this process: nothing to wait for, no SIGCHLD. It reads nothing from standard
-/// input and gets no other descriptor but standard output and error. A failure is silent. Any thread; meant for one
-/// that blocks all signals.
-void startDetached(const Program& program, const Inheritance& inheritance);
+/// Starts a program that is no child of this process: nothing to wait for, no SIGCHLD. The program has a session of its
+/// own, reads nothing from standard input and inherits no descriptor but standard output and error. Returns false if
+/// the system refuses a process; a program that cannot be executed is no failure. Any thread; meant for one that blocks
+/// all signals.
+bool startDetached(const Program& program, const Inheritance& inheritance);
 
 }  // namespace quill::freedesktop

@@ -5,12 +5,16 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
+#include <mutex>
+#include <string>
 #include <utility>
 
 #include "bus_handshake.h"
 #include "detached_program.h"
 #include "file_descriptor.h"
 #include "glib_handles.h"
+#include "report.h"
 #include "sandbox.h"
 #include "sd_bus_handles.h"
 #include "session_bus_address.h"
@@ -25,7 +29,7 @@ constexpr std::chrono::seconds kTimeout{25};  // the same as sd-bus's own for a 
 struct Asker {
   Inheritance inheritance;
   std::optional<std::string> busAddress;
-  bool isSandboxed;
+  bool isSandboxed = false;
 };
 
 /// A connection for one URL, which waits for answers; null where there is no bus.
@@ -83,29 +87,77 @@ bool openByPortal(sd_bus* bus, const Url& url) {
   return sd_bus_call(bus, call.get(), 0, nullptr, nullptr) >= 0;
 }
 
-void openUrl(const Url& url, const Asker& asker) {
-  if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference
-  if (asker.isSandboxed) {
-    const auto bus = connectToBus(asker);
-    if (bus && openByPortal(bus.get(), url)) return;
-  }
-  auto handler = findUrlHandler(url);
-  if (handler && !handler->busName.empty()) {
-    const auto bus = connectToBus(asker);
-    if (bus && openOverBus(bus.get(), handler->busName, url)) return;
-  }
-  // The rest (a place that GVfs knows, a program in a terminal) is left to GIO's own program.
-  const Program program = handler && !handler->program.arguments.empty() ? std::move(handler->program)
-                                                                         : Program{{"gio", "open", url.text}, "", true};
-  startDetached(program, asker.inheritance);
-}
-
 }  // namespace
 
-void UrlOpener::open(Url url) {
-  queue_.submit([url = std::move(url), asker = Asker{Inheritance::now(), sessionBusAddress(), isSandboxed()}] {
-    openUrl(url, asker);
-  });
+/// A URL that waits to be opened.
+struct UrlOpener::Request {
+  Url url;
+  Asker asker;
+  std::shared_ptr<Requests> all;
+};
+
+/// What the requests of one opener share. The jobs hold it, since they may outlive the opener.
+class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
+ public:
+  /// Null if too many wait. Any thread.
+  std::shared_ptr<Request> make(const Url& url) {
+    const std::lock_guard lock(mutex_);
+    if (static_cast<std::size_t>(weak_from_this().use_count()) > kMaxWaiting) return nullptr;  // one is the opener's
+    auto inheritance = Inheritance::now(latest_.lock());
+    latest_ = inheritance.environment;
+    return std::make_shared<Request>(
+        Request{url, {std::move(inheritance), sessionBusAddress(), isSandboxed()}, shared_from_this()});
+  }
+
+  /// On the opener's thread.
+  void handle(const std::shared_ptr<Request>& request) {
+    const auto& [url, asker, _] = *request;
+    if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference
+    if (asker.isSandboxed) {
+      const auto bus = connectToBus(asker);
+      if (bus && openByPortal(bus.get(), url)) return;
+    }
+    const auto handler = findUrlHandler(url);
+    // The rest (a place that GVfs knows, a program in a terminal) is left to GIO's own program.
+    auto program = handler && !handler->program.arguments.empty() ? handler->program
+                                                                  : Program{{"gio", "open", url.text}, "", true};
+    if (!handler || handler->busName.empty()) return start(program, *request);
+    const auto queue = queueOf(handler->busName);
+    queue->submit([queue, request, program = std::move(program), name = handler->busName] {
+      completes([&] {
+        const auto bus = connectToBus(request->asker);
+        if (!bus || !openOverBus(bus.get(), name, request->url)) start(program, *request);
+      });
+    });
+  }
+
+ private:
+  static void start(const Program& program, const Request& request) {
+    if (!startDetached(program, request.asker.inheritance)) {
+      reportError("打开 URL 失败：无法启动处理程序: " + request.url.text);
+    }
+  }
+
+  /// Only its jobs keep it, so its thread ends when the application has all its URLs.
+  std::shared_ptr<posix::WorkerQueue> queueOf(const std::string& application) {
+    auto& known = queues_[application];
+    auto queue = known.lock();
+    if (!queue) queue = std::make_shared<posix::WorkerQueue>("open-url", posix::Priority::ordinary);
+    known = queue;
+    return queue;
+  }
+
+  std::mutex mutex_;                       // guards the next one
+  std::weak_ptr<const Variables> latest_;  // one copy for all requests while the environment stays the same
+  std::map<std::string, std::weak_ptr<posix::WorkerQueue>> queues_;  // by the application's name on the bus
+};
+
+UrlOpener::UrlOpener() : requests_(std::make_shared<Requests>()) {}
+
+void UrlOpener::open(const Url& url) {
+  const auto request = requests_->make(url);
+  if (!request) return reportError("打开 URL 失败：等待打开的 URL 过多: " + url.text);
+  queue_.submit([request] { completes([&] { request->all->handle(request); }); });
 }
 
 }  // namespace quill::freedesktop
