@@ -35,7 +35,7 @@ add_custom_command(OUTPUT ${gir} ${typelib} ${vapi}
 add_custom_target(introspection ${all} DEPENDS ${gir} ${typelib} ${vapi})
 
 if(QUILL_INTROSPECTION)
-  install(FILES ${typelib} DESTINATION ${CMAKE_INSTALL_LIBDIR}/girepository-1.0 COMPONENT development)
+  install(FILES ${typelib} DESTINATION ${CMAKE_INSTALL_LIBDIR}/girepository-1.0 COMPONENT introspection)
   install(FILES ${gir} DESTINATION ${CMAKE_INSTALL_DATADIR}/gir-1.0 COMPONENT development)
   install(FILES ${vapi} ${introspection}/quill_tray_manager.deps
     DESTINATION ${CMAKE_INSTALL_DATADIR}/vala/vapi COMPONENT development)

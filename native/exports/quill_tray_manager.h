@@ -187,7 +187,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr)
 
 /**
  * quill_tray_manager_set_click_callback:
- * @callback: (scope forever) (nullable): must stay callable until another call replaces it, otherwise for ever.
+ * @clickCallback: (scope forever) (nullable): must stay callable until another call replaces it, otherwise for ever.
  *
  * Sets the function that is called on a left click; null removes it. Main thread; before there is an
  * item, any thread.
@@ -195,7 +195,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr)
  * GNOME's shell opens the menu on a left click and calls the function on a double click only: give the menu
  * an item for what a click does.
  */
-QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback callback);
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback clickCallback);
 
 /**
  * quill_tray_manager_set_menu_items_json:
@@ -216,12 +216,13 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char* j
 
 /**
  * quill_tray_manager_set_menu_item_callback:
- * @callback: (scope forever) (nullable): must stay callable until another call replaces it, otherwise for ever.
+ * @itemCallback: (scope forever) (nullable): must stay callable until another call replaces it, otherwise for ever.
  *
  * Sets the function that is called when an item given as JSON is chosen; null removes it. Main thread; before
  * there is an item, any thread.
  */
-QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(quill_tray_manager_menu_item_callback callback);
+QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(
+    quill_tray_manager_menu_item_callback itemCallback);
 
 /**
  * quill_tray_manager_open_url:
