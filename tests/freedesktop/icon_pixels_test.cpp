@@ -77,10 +77,13 @@ TEST(TwoToneIcon, FaintShapeStaysFaintAndIsSeenOnAnyBar) {
       const int shown = std::max<int>(alpha, 197);
       EXPECT_THAT(argbAt(icon, 0.5, 0.5), ElementsAre(255, shown, shown, shown));
       const auto outline = argbAt(icon, 0.5, 1.8 / 22);
+      const IconPixels other{icon.width, icon.height, inOtherTone(icon.argb)};
+      const auto otherOutline = argbAt(other, 0.5, 1.8 / 22);
+      EXPECT_THAT(argbAt(other, 0.5, 0.5), ElementsAre(255, 255 - shown, 255 - shown, 255 - shown));
       for (int bar = 0; bar < 256; ++bar) {
         const double outlined = outline[1] + bar * (255 - outline[0]) / 255.0;
         EXPECT_GE(std::max(contrast(shown, bar), contrast(outlined, bar)), 3) << bar;
-        const double opposite = 255 - outline[1] + (bar - 255) * (255 - outline[0]) / 255.0;
+        const double opposite = (otherOutline[1] * outline[0] + bar * (255 - outline[0])) / 255.0;
         EXPECT_GE(std::max(contrast(255 - shown, bar), contrast(opposite, bar)), 3) << bar << " in the other tone";
       }
     }

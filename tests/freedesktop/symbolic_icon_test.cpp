@@ -1,3 +1,5 @@
+#include <sys/prctl.h>
+
 #include "icon_folder.h"
 #include "panel_fixture.h"
 #include "symbolic_svg.h"
@@ -71,6 +73,89 @@ TEST_F(SymbolicIcon, IsChosenAgainForEachWatcherAndDrawnAnewInPlasmasNewColours)
     EXPECT_TRUE(runUntil([&] { return !panel->signals.empty(); })) << round;
     EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()")) << round;
   }
+}
+
+/// xfce4-panel's settings daemon, with settings of our choice.
+struct Xfconf : Peer {
+  explicit Xfconf(const PrivateBus& bus) : Peer(bus, {"org.xfce.Xfconf"}) {
+    static const GDBusNodeInfo* const served = g_dbus_node_info_new_for_xml(
+        "<node><interface name='org.xfce.Xfconf'>"
+        "<method name='GetAllProperties'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
+        "<arg type='a{sv}' direction='out'/></method>"
+        "<method name='GetProperty'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
+        "<arg type='v' direction='out'/></method></interface></node>",
+        nullptr);
+    static const GDBusInterfaceVTable table{onQuery, nullptr, nullptr, {}};
+    g_dbus_connection_register_object(connection.get(), "/org/xfce/Xfconf", served->interfaces[0], &table, this,
+                                      nullptr, nullptr);
+  }
+  void change(const char* channel, const char* property) const {
+    g_dbus_connection_emit_signal(connection.get(), nullptr, "/org/xfce/Xfconf", "org.xfce.Xfconf", "PropertyChanged",
+                                  g_variant_new("(ssv)", channel, property, g_variant_new_boolean(TRUE)), nullptr);
+  }
+  static void onQuery(GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant*,
+                      GDBusMethodInvocation* call, gpointer self) {
+    const auto& settings = *static_cast<Xfconf*>(self);
+    const auto& answer = std::string_view(method) == "GetProperty" ? settings.theme : settings.panels;
+    g_dbus_method_invocation_return_value(call, g_variant_new_parsed(answer.c_str()));
+  }
+  std::string panels = "(@a{sv} {'/panels/dark-mode': <true>},)";
+  std::string theme = "(<'Adwaita'>,)";
+};
+
+TEST_F(SymbolicIcon, IsPaintedAnewByXfceAfterItsThemeChangedAndWhenShown) {
+  prctl(PR_SET_NAME, "wrapper-2.0");  // by which the panel is recognised
+  const Xfconf xfconf(bus);
+  showIn("org.example.Panel");
+  const auto path = read("IconThemePath");
+  for (const auto& [channel, property] :
+       {std::pair{"xsettings", "/Net/ThemeName"}, std::pair{"xfce4-panel", "/panels/dark-mode"}}) {
+    xfconf.change(channel, property);
+    for (const auto& painted : {path + "/", path}) {
+      EXPECT_TRUE(runUntil([&] { return !panel->signals.empty(); })) << property;
+      EXPECT_EQ(read("IconThemePath"), painted) << property;
+      EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()")) << property;
+    }
+  }
+  item->button()->setHidden(true);
+  panel->takeSignals();
+  item->button()->setHidden(false);
+  EXPECT_THAT(panel->takeSignals(), ElementsAre("NewStatus('Active',)", "NewIcon()"));
+  EXPECT_EQ(read("IconThemePath"), path + "/");
+}
+
+TEST_F(SymbolicIcon, GivesWayToPixelsInXfceOnABackgroundOfTheUsersAndInAnAnimation) {
+  prctl(PR_SET_NAME, "wrapper-2.0");
+  Xfconf xfconf(bus);
+  const auto second = image(2), third = image(3);
+  showIn("org.example.Panel");
+  const auto first = *item->button()->image();
+  runFor(300ms);
+  for (const auto& [shown, isFile] : {std::pair(second, true), std::pair(third, false), std::pair(first, true),
+                                      std::pair(second, false), std::pair(first, true)}) {
+    item->button()->setImage(shown);
+    panel->takeSignals();
+    EXPECT_EQ(!read("IconName").empty(), isFile);
+  }
+  item->button()->setImage(third);
+  panel->takeSignals();
+  EXPECT_TRUE(runUntil([&] { return !panel->signals.empty(); })) << "the animation has come to rest";
+  EXPECT_NE(read("IconName"), "");
+
+  Lines pixels;  // on a dark bar of the theme's, a light one, and the user's: an image, a light colour
+  const auto user = [](const std::string& style) {
+    return "({'/panels/panel-1/background-style': <uint32 " + style +
+           ">, '/panels/panel-1/background-rgba': <[<1.0>, <1.0>, <0.5>, <1.0>]>},)";
+  };
+  for (const auto& settings : Lines{xfconf.panels, "({'/panels/dark-mode': <false>},)", user("2"), user("1")}) {
+    xfconf.panels = settings;
+    xfconf.change("xfce4-panel", "/panels/dark-mode");
+    runFor(300ms);
+    pixels.push_back(panel->get("IconPixmap"));
+    EXPECT_EQ(read("IconName").empty(), settings.starts_with("({'/panels/panel-1")) << settings;
+  }
+  EXPECT_THAT(pixels, ElementsAre(pixels[0], pixels[1], pixels[0], pixels[1]));
+  EXPECT_NE(pixels[0], pixels[1]);
 }
 
 TEST_F(SymbolicIcon, IsLeftOutWhereThePanelCouldNotSeeIt) {

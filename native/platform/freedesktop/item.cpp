@@ -14,6 +14,9 @@ namespace {
 
 constexpr auto kInterface = "org.kde.StatusNotifierItem";
 
+/// An icon that is shown for so long is at rest.
+constexpr std::chrono::milliseconds kRest{200};
+
 const char* statusName(bool isActive) { return isActive ? "Active" : "Passive"; }
 
 // Properties that are the same for every item.
@@ -65,7 +68,11 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_VTABLE_END};
 
 Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
-    : bus_(bus), clicked_(std::move(clicked)), replaced_(queue) {}
+    : bus_(bus), clicked_(std::move(clicked)), replaced_(queue), rest_(queue, [this] {
+        isMoving_ = false;
+        writeFile();
+        signal("NewIcon");
+      }) {}
 
 void Item::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
 
@@ -80,19 +87,35 @@ void Item::show(const StatusItem& item) {
   if (const bool isActive = item.isVisible() && button && !button->isHidden(); isActive != isActive_) {
     isActive_ = isActive;
     signal("NewStatus", statusName(isActive_));
+    // xfce4-panel 4.18 paints the icon of an item that becomes active in white, until its path differs.
+    if (isActive_ && panel_->keepsPaintedIcon) repaint();
   }
   const auto image = button ? button->image() : std::nullopt;
   if (image == image_) return;
   image_ = image;
   auto icon = image ? iconRenderingOf(*image) : nullptr;
   if (icon == icon_ || (icon && icon_ && icon->looksLike(*icon_))) return;
+  isMoving_ = panel_->animatesPixels && isMoving(icon);
   icon_ = std::move(icon);
   writeFile();
   signal("NewIcon");
 }
 
+bool Item::isMoving(const std::shared_ptr<const IconRendering>& next) {
+  const auto now = monotonicNow();
+  const bool isSoon = now - std::exchange(shownAt_, now) < kRest;
+  if (!isSoon) atRest_ = icon_;
+  if (!isSoon || next == atRest_) {  // as when an animation ends
+    rest_.cancel();
+    return false;
+  }
+  rest_.setDueIn(kRest);
+  return true;
+}
+
 void Item::setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder) {
   panel_ = &panel;
+  bar_ = {panel.tone};
   if (!folder && !folder_) return;
   folder_ = std::move(folder);
   writeFile();
@@ -101,13 +124,22 @@ void Item::setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder) {
   signal("NewIcon");
 }
 
+void Item::setBar(const Bar& bar) {
+  if (bar == bar_) return;
+  bar_ = bar;
+  writeFile();
+  signal("NewIcon");
+}
+
 void Item::repaint() {
-  if (file_) signal("NewIcon");
+  if (!file_) return;
+  hasLongPath_ = panel_->keepsPaintedIcon && !hasLongPath_;
+  signal("NewIcon");
 }
 
 void Item::writeFile() {
   replaced_.keep(std::exchange(file_, nullptr));
-  if (!folder_ || !icon_) return;
+  if (!folder_ || !icon_ || isMoving_ || bar_.isOfOtherColours) return;
   const auto svg = symbolicSvg(icon_->shape(), *panel_);
   if (!svg.empty()) file_ = folder_->file(symbolicName(svg), svg);
 }
@@ -139,7 +171,9 @@ void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive
 
 void Item::appendIconName(MessageWriter& to) const { to.append(file_ ? file_->name() : std::string()); }
 
-void Item::appendIconThemePath(MessageWriter& to) const { to.append(folder_ ? folder_->path() : std::string()); }
+void Item::appendIconThemePath(MessageWriter& to) const {
+  to.append(folder_ ? folder_->path() + (hasLongPath_ ? "/" : "") : std::string());
+}
 
 void Item::appendIcon(MessageWriter& to) const {
   to.container('a', "(iiay)", [&] {
@@ -148,7 +182,9 @@ void Item::appendIcon(MessageWriter& to) const {
       to.container('r', "iiay", [&] {
         to.append(std::int32_t{pixels.width});
         to.append(std::int32_t{pixels.height});
-        to.appendBytes(pixels.argb.data(), pixels.argb.size());
+        if (bar_.tone == Tone::white) return to.appendBytes(pixels.argb.data(), pixels.argb.size());
+        const auto argb = inOtherTone(pixels.argb);
+        to.appendBytes(argb.data(), argb.size());
       });
     }
   });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -35,7 +36,9 @@ class Item {
   /// Shows the item in the form for `panel` from now on. `folder` is where the panel finds icons as files; null for a
   /// panel that reads pixels: many such panels show a broken image for a name that they cannot draw.
   void setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder);
-  /// Makes the panel draw the icon again.
+  /// Shows the icon in the tone for this bar from now on, and in pixels on a bar of other colours than the panel's.
+  void setBar(const Bar& bar);
+  /// Has the panel paint an icon of its own colour anew.
   void repaint();
   /// The activation token that the panel sent for the event that follows it.
   ActivationToken takeActivationToken() { return std::exchange(activationToken_, {}); }
@@ -57,6 +60,8 @@ class Item {
 
   /// Writes the icon's file, the only place that does.
   void writeFile();
+  /// Whether the icon changes as in an animation: twice within a moment.
+  bool isMoving(const std::shared_ptr<const IconRendering>& next);
   /// `argument` may be null: none.
   void signal(const char* member, const char* argument = nullptr);
 
@@ -70,7 +75,13 @@ class Item {
   const Panel* panel_ = &kUnknownPanel;
   std::shared_ptr<IconFolder> folder_;
   std::shared_ptr<const IconFile> file_;  // null where the panel reads pixels
+  Bar bar_;
+  bool hasLongPath_ = false;  // the folder's path has one slash more
+  bool isMoving_ = false;
+  std::shared_ptr<const IconRendering> atRest_;  // the last icon that was shown for longer than a moment
+  std::chrono::nanoseconds shownAt_{};           // of CLOCK_MONOTONIC
   ReplacedIcons replaced_;
+  OneShotTimer rest_;
   ActivationToken activationToken_;
 };
 

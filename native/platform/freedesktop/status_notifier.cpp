@@ -16,15 +16,15 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Ic
             },
             [this] {
               registration_.leave();
-              themeChanges_.leave();
+              barColours_.leave();
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, queue, [this] { return item_.takeActivationToken(); }),
-      themeChanges_(bus_, queue, [this] { item_.repaint(); }),
+      barColours_(bus_, queue, {[this] { item_.repaint(); }, [this](const Bar& bar) { item_.setBar(bar); }}),
       registration_(queue, Item::kPath, [this, &iconFolders](const Panel& panel) {
         item_.setPanel(panel, panel.icon != IconForm::pixels ? iconFolders.open() : nullptr);
         menu_.setPanel(panel);
-        themeChanges_.listenTo(panel);
+        barColours_.follow(panel);
       }) {}
 
 void StatusNotifier::present(const StatusItem& item) {

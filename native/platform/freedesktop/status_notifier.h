@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "bar_colours.h"
 #include "bus.h"
 #include "dbusmenu.h"
 #include "desktop.h"
@@ -10,7 +11,6 @@
 #include "item.h"
 #include "registration.h"
 #include "status_item.h"
-#include "theme_changes.h"
 
 namespace quill::freedesktop {
 
@@ -34,7 +34,7 @@ class StatusNotifier : public StatusItemPresenter {
   Bus bus_;
   Item item_;
   DBusMenu menu_;
-  ThemeChanges themeChanges_;
+  BarColours barColours_;
   Registration registration_;
 };
 

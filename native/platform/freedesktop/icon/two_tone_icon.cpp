@@ -125,4 +125,11 @@ std::vector<IconPixels> twoToneIcon(const Shape& shape) {
   return {Painter(coverage.small, kSmallSide).paint(), Painter(coverage.large, kLargeSide).paint()};
 }
 
+std::vector<std::uint8_t> inOtherTone(std::vector<std::uint8_t> argb) {
+  for (std::size_t i = 0; i < argb.size(); ++i) {
+    if (i % 4 != 0) argb[i] = static_cast<std::uint8_t>(255 - argb[i]);
+  }
+  return argb;
+}
+
 }  // namespace quill::freedesktop

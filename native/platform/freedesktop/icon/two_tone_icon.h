@@ -21,4 +21,7 @@ struct IconPixels {
 /// pixels wide; none for an empty shape. Pure.
 std::vector<IconPixels> twoToneIcon(const Shape& shape);
 
+/// The same pixels with a black fill over a white outline. Pure.
+std::vector<std::uint8_t> inOtherTone(std::vector<std::uint8_t> argb);
+
 }  // namespace quill::freedesktop

@@ -22,16 +22,38 @@ struct PanelName {
   bool isOfProcess = false;    ///< any connection of the watcher's process may own it; else the watcher's own
 };
 
+/// The tone of an icon's fill; its outline has the other one.
+enum class Tone { white, black };
+
+/// Where a panel tells how light its bar is.
+enum class ToneSource { none, xfconf };
+
+/// The bar under an icon, as far as the panel tells.
+struct Bar {
+  Tone tone = Tone::white;        ///< the one that is seen better on it
+  bool isOfOtherColours = false;  ///< the user chose its background against the theme, so that the panel's own colour
+                                  ///< may not be seen on it
+  bool operator==(const Bar&) const = default;
+};
+
+/// Whether black is seen better than white on a colour, whose parts are from 0 to 1.
+bool isLight(double red, double green, double blue);
+
 /// What one panel needs of an item. A panel is recognised by the owner of the watcher's name.
 struct Panel {
   std::array<PanelName, 2> names{};  ///< any of them will do
-  const char* program = nullptr;     ///< the process's name, at most 15 characters; null: it does not tell
+  const char* program = nullptr;     ///< the file name of the process's program; null: it does not tell
   IconForm icon = IconForm::pixels;
+  bool animatesPixels = false;  ///< while an animation plays, pixels cost the panel less
+  /// The panel paints an icon of its own colour anew only when the name or the path of the icon differs.
+  bool keepsPaintedIcon = false;
+  Tone tone = Tone::white;  ///< of a bar that is not told
+  ToneSource toneSource = ToneSource::none;
   Underscores underscores = Underscores::all;
-  /// A match rule for the signal that the panel's colours changed; null: the panel paints icons anew by itself.
-  const char* themeSignal = nullptr;
-  /// When the panel has taken on the new colours, after that signal.
-  std::chrono::milliseconds themeDelay{};
+  /// Match rules for the signals that the panel's colours changed. None: the panel paints icons anew by itself.
+  std::array<const char*, 2> themeSignals{};
+  /// When to have the icon painted anew after such a signal, in order; 0: not.
+  std::array<std::chrono::milliseconds, 2> repaints{};
 };
 
 /// A panel of which nothing is known. Every panel shows an icon in this form.

@@ -1,7 +1,10 @@
 #include "registration.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <fstream>
+#include <string_view>
+#include <system_error>
 #include <utility>
 
 #include "member_callbacks.h"
@@ -46,12 +49,15 @@ std::uint32_t processIn(sd_bus_message* reply) {
   return process;
 }
 
-/// The name of a process's program, cut off after 15 characters; empty in a sandbox, which sees its own processes only.
-std::string programOf(std::uint32_t process) {
-  std::string program;
-  if (process != 0 && !isSandboxed())
-    std::getline(std::ifstream("/proc/" + std::to_string(process) + "/comm"), program);
-  return program;
+/// Whether the process runs `program`, by its name or its executable: xfce4-panel gives its plugins' processes other
+/// names. Always false in a sandbox, which sees its own processes only.
+bool runs(std::uint32_t process, std::string_view program) {
+  if (process == 0 || isSandboxed()) return false;
+  const std::filesystem::path directory = "/proc/" + std::to_string(process);
+  std::string name;
+  std::getline(std::ifstream(directory / "comm"), name);
+  std::error_code error;
+  return name == program || std::filesystem::read_symlink(directory / "exe", error).filename() == program;
 }
 
 }  // namespace
@@ -89,9 +95,8 @@ int Registration::onOwner(sd_bus_message* reply, sd_bus_error*) {
 
 int Registration::onProcess(sd_bus_message* reply, sd_bus_error*) {
   process_ = processIn(reply);
-  const auto program = programOf(process_);
   for (const auto& panel : knownPanels()) {
-    if (panel.program != nullptr && program == panel.program) panel_ = &panel;
+    if (panel.program != nullptr && runs(process_, panel.program)) panel_ = &panel;
   }
   return answered(reply, false);
 }

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "bus.h"
+#include "glib_main_queue.h"
+#include "panel.h"
+
+namespace quill::freedesktop {
+
+/// Where a panel tells what its bar is like. Main thread.
+class BarSource {
+ public:
+  using Told = std::function<void(const Bar&)>;
+
+  BarSource() = default;
+  BarSource(const BarSource&) = delete;
+  BarSource& operator=(const BarSource&) = delete;
+  virtual ~BarSource() = default;
+
+  /// Asks anew, since the panel's colours changed. The answer is told some time later, or never.
+  virtual void ask() = 0;
+};
+
+/// xfce4-panel's settings, of Xfconf.
+std::unique_ptr<BarSource> makeXfceBar(Bus& bus, BarSource::Told told);
+
+}  // namespace quill::freedesktop
