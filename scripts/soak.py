@@ -173,7 +173,7 @@ def live_in_a_panel(build, quick):
         tell(host, "create")
         log = Log(host, session.directory / "home")
         Life(host, log, icons, frames, opened).live(counts)
-        tell(host, f"icon {icons[5]}")
+        tell(host, f"icon {icons[-1]}")
         session.wait_for_icon()
         before = Usage(host, log)
         for _ in range(restarts):
