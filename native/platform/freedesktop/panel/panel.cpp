@@ -34,6 +34,8 @@ constexpr Panel kPanels[] = {
                       "arg1='/Net/ThemeName'",
                       "type='signal',interface='org.xfce.Xfconf',member='PropertyChanged',arg0='xfce4-panel'"},
      .repaints = {100ms, 1500ms}},
+    // mate-panel's bar is light in its default theme, Menta.
+    {.names = {{{"org.mate.panel.applet.NotificationAreaAppletFactory"}}}, .tone = Tone::black},
 };
 
 }  // namespace
