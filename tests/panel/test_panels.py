@@ -60,10 +60,10 @@ class PanelTest(unittest.TestCase):
         self.session.choose(panel_session.wait_for(opened, "menu that the panel has read"), 1)
         host.expect("chosen: " + menu[1][0])
 
-    def assert_seen(self, picture, icon, what):
+    def assert_seen(self, picture, icon, what, wanted=None):
         seen = pictures.icon_contrast(picture, icon)
         print(f"contrast: {self.session.name} {what}: {seen:.2f}")
-        self.assertGreaterEqual(seen, pictures.wanted_contrast(icon.ground), what)
+        self.assertGreaterEqual(seen, wanted or pictures.wanted_contrast(icon.ground), what)
 
     def test_icon_is_seen_in_each_theme_and_on_a_bar_of_any_colour_of_a_running_panel(self):
         session = self.session
@@ -153,7 +153,8 @@ class PanelTest(unittest.TestCase):
         except (ImportError, panel_session.NotInstalled) as missing:
             self.skipTest(f"SKIPPED: no sandbox can be made: {missing}")
         host, icon = self.show(command=box.command)
-        self.assert_seen(self.session.picture(), icon, "sandboxed")
+        # The sandbox hides which panel it is, so the tone is a guess, which must be seen on any bar: WCAG 2.1, 1.4.11.
+        self.assert_seen(self.session.picture(), icon, "sandboxed", wanted=3)
         self.session.click(panel_session.LEFT, icon.box.centre)
         host.expect("clicked")
         self.choose_second(host, icon, FIRST_MENU)
