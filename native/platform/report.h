@@ -5,14 +5,14 @@
 
 namespace quill {
 
-// Error lines of the platform, which is below the log. Defined by the log. Any thread.
+// Error lines of the platform, which cannot include the log. The log defines these functions. Any thread.
 
 /// Logs `what` as an error.
 void reportError(std::string_view what);
 /// Logs that memory ran out, if there is memory for the line.
 void reportOutOfMemory();
 
-/// Runs `work` where nobody catches an exception. Returns false, after the error line, if `work` ran out of memory.
+/// Runs `work` where no caller catches exceptions. Logs an error and returns false if `work` ran out of memory.
 template <typename Work>
 bool completes(const Work& work) {
   try {

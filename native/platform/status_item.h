@@ -90,7 +90,7 @@ class StatusItemPresenter {
   /// Opens `menu` at a point of the button, whose origin is its upper left corner.
   virtual void popUp(const Menu& menu, Point at) = 0;
 
-  /// The button's frame as the bar has it now: the one that was set last, where a bar lays nothing out.
+  /// The button's current frame in the bar. A bar without a layout of its own returns the frame that was set last.
   virtual Rect buttonFrame() const { return buttonFrame_; }
   virtual void setButtonFrame(Rect frame) { buttonFrame_ = frame; }
 

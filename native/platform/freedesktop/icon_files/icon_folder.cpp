@@ -143,7 +143,7 @@ void IconFolders::close() {
 }
 
 void IconFolders::sweepOnce() {
-  if (!owner_.isCurrent()) return;  // in a forked child nobody may be left to unlock it
+  if (!owner_.isCurrent()) return;  // a forked child may have no thread that unlocks it
   const std::lock_guard lock(mutex_);
   if (!std::exchange(isSwept_, true)) IconFolder::sweep();
 }

@@ -52,7 +52,7 @@ class IconFolder : public std::enable_shared_from_this<IconFolder> {
 /// The folder that all items of the process share while a panel reads files. Any thread.
 class IconFolders {
  public:
-  /// The folder, which stays as long as somebody holds it; null where none can be made.
+  /// The folder, which exists until its last owner releases it; null where none can be made.
   std::shared_ptr<IconFolder> open();
   /// Removes the folder for good, as the process ends.
   void close();

@@ -19,7 +19,7 @@ class BarSource {
   BarSource& operator=(const BarSource&) = delete;
   virtual ~BarSource() = default;
 
-  /// Asks anew, since the panel's colours changed. The answer is told some time later, or never.
+  /// Asks the panel again, because its colours changed. The answer calls the handler later, or never.
   virtual void ask() = 0;
 };
 

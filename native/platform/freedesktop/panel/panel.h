@@ -30,7 +30,7 @@ enum class ToneSource { none, xfconf };
 
 /// The bar under an icon, as far as the panel tells.
 struct Bar {
-  Tone tone = Tone::white;        ///< the one that is seen better on it
+  Tone tone = Tone::white;        ///< the tone with more contrast on the bar
   bool isOfOtherColours = false;  ///< the user chose its background against the theme, so that the panel's own colour
                                   ///< may not be seen on it
   bool operator==(const Bar&) const = default;

@@ -43,7 +43,7 @@ class Registration {
 
   void setOwner(std::string owner);
   void recognise();
-  /// The panel is the one that `reply` was asked for if `isThis`. The last answer begins the registration.
+  /// Takes an answer to a query: the query's panel is recognised if `isThis`. The last answer starts the registration.
   int answered(sd_bus_message* reply, bool isThis);
   void registerItem();
 

@@ -64,7 +64,7 @@ class XfceBar final : public BarSource {
     return 0;
   }
 
-  /// A property of any panel, since the one that has the tray is not known.
+  /// Matches a property of any panel, because no property says which panel has the tray.
   void readProperty(sd_bus_message* from, std::uint32_t& background) {
     const char* name = "";
     const char* type = "";
