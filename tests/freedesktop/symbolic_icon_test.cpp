@@ -1,5 +1,7 @@
 #include <sys/prctl.h>
 
+#include <fstream>
+
 #include "icon_folder.h"
 #include "panel_fixture.h"
 #include "symbolic_svg.h"
@@ -156,6 +158,23 @@ TEST_F(SymbolicIcon, GivesWayToPixelsInXfceOnABackgroundOfTheUsersAndInAnAnimati
   }
   EXPECT_THAT(pixels, ElementsAre(pixels[0], pixels[1], pixels[0], pixels[1]));
   EXPECT_NE(pixels[0], pixels[1]);
+}
+
+TEST_F(SymbolicIcon, IsInPixelsInTheToneForMateAndForLxqtsTheme) {
+  showIn("org.example.Panel");
+  const auto white = panel->get("IconPixmap");
+  startPanel({"org.mate.panel.applet.NotificationAreaAppletFactory", kWatcher});
+  const auto black = panel->get("IconPixmap");
+  EXPECT_NE(black, white);
+  prctl(PR_SET_NAME, "lxqt-panel");
+  const auto config = bus.directory / "config";
+  fs::create_directories(config / "lxqt");
+  setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+  for (const auto& [theme, tone] : {std::pair("debian", white), std::pair("Clearlooks", black)}) {
+    std::ofstream(config / "lxqt/lxqt.conf") << "[General]\ntheme=" << theme << '\n';
+    startPanel();
+    EXPECT_TRUE(runUntil([&] { return panel->get("IconPixmap") == tone; })) << theme;
+  }
 }
 
 TEST_F(SymbolicIcon, IsLeftOutWhereThePanelCouldNotSeeIt) {

@@ -22,6 +22,7 @@ void BarColours::follow(const Panel& panel) {
     matches_[i].reset(slot);
   }
   if (panel.toneSource == ToneSource::xfconf) source_ = makeXfceBar(bus_, handlers_.told);
+  if (panel.toneSource == ToneSource::lxqtTheme) source_ = makeLxqtBar(handlers_.told);
   if (source_) source_->ask();
 }
 

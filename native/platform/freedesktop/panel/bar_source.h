@@ -4,7 +4,6 @@
 #include <memory>
 
 #include "bus.h"
-#include "glib_main_queue.h"
 #include "panel.h"
 
 namespace quill::freedesktop {
@@ -25,5 +24,8 @@ class BarSource {
 
 /// xfce4-panel's settings, of Xfconf.
 std::unique_ptr<BarSource> makeXfceBar(Bus& bus, BarSource::Told told);
+
+/// The name of lxqt-panel's theme, in a file.
+std::unique_ptr<BarSource> makeLxqtBar(BarSource::Told told);
 
 }  // namespace quill::freedesktop

@@ -7,8 +7,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// docs/panels.md says what a user sees in each. waybar, lxqt-panel, Cinnamon and Budgie paint pixels only, on bars that
-// are dark by default, and need no row.
+// docs/panels.md says what a user sees in each. waybar, Cinnamon and Budgie paint pixels only, on bars that are dark by
+// default, and need no row.
 constexpr Panel kPanels[] = {
     // gnome-shell-extension-appindicator paints names that end in "-symbolic" in the bar's colour. dbusMenu.js replaces
     // /_([^_])/ by the character, once for each label; all other underscores are shown.
@@ -36,6 +36,8 @@ constexpr Panel kPanels[] = {
      .repaints = {100ms, 1500ms}},
     // mate-panel's bar is light in its default theme, Menta.
     {.names = {{{"org.mate.panel.applet.NotificationAreaAppletFactory"}}}, .tone = Tone::black},
+    // lxqt-panel's bar depends on its own theme; Debian's is dark.
+    {.program = "lxqt-panel", .toneSource = ToneSource::lxqtTheme},
 };
 
 }  // namespace

@@ -26,7 +26,7 @@ struct PanelName {
 enum class Tone { white, black };
 
 /// Where a panel tells how light its bar is.
-enum class ToneSource { none, xfconf };
+enum class ToneSource { none, xfconf, lxqtTheme };
 
 /// The bar under an icon, as far as the panel tells.
 struct Bar {
