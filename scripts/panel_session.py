@@ -25,7 +25,7 @@ from desktops import DESKTOPS
 from panels import PANELS
 from PIL import Image
 from pictures import Box, Icon, OpenMenu, changed_box, main_colour, text_rows
-from screens import LEFT, RIGHT
+from screens import LEFT
 from servers import DEADLINE, start_bus, wait_for
 
 WATCHER = "org.kde.StatusNotifierWatcher"
@@ -230,6 +230,7 @@ class PanelSession:
         """Starts the panel and waits until it takes items and its bar is drawn."""
         bare = self.picture()
         self.panel_process = self.spawn(self.panel.command)
+        self._panel_processes = [self.panel_process, *([self.spawn(self.panel.watcher)] if self.panel.watcher else [])]
         wait_for(lambda: self._name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}", 3 * DEADLINE)
         self.panel.started(self)
 
@@ -241,8 +242,9 @@ class PanelSession:
 
     def kill_panel(self):
         """Ends the panel at once, as a crash would."""
-        self.panel_process.kill()
-        self.panel_process.wait()
+        for process in self._panel_processes:
+            process.kill()
+            process.wait()
         wait_for(lambda: not self._name_has_owner(WATCHER), "end of the watcher")
 
     def switch_theme(self, theme):
@@ -309,18 +311,20 @@ class PanelSession:
     def menu_box(self, picture):
         """What covers the desktop, if it is large enough for a menu."""
         box = changed_box(self.empty, picture, self.desk)
+        if box and self.panel.menu_hides_icon:
+            box = changed_box(self.empty, picture)
         return box if box and box.height >= 20 and box.width >= 20 else None
 
     def wait_for_no_menu(self):
         self.settled(lambda picture: not changed_box(self.empty, picture, self.desk), "desktop without a menu")
 
     def open_menu(self, icon):
-        """Right-clicks the icon and waits for the menu.
+        """Clicks the icon and waits for the menu.
 
         Low on the icon: some panels open the menu at the pointer, with its first entry over the bar.
         """
         self.wait_for_no_menu()
-        self.click(RIGHT, (icon.box.centre[0], icon.box.bottom - 2))
+        self.click(self.panel.menu_button, (icon.box.centre[0], icon.box.bottom - 2))
         picture = self.settled(self.menu_box, "menu")
         box = self.menu_box(picture)
         return OpenMenu(picture, box, text_rows(picture, box))

@@ -5,7 +5,9 @@ from dataclasses import dataclass, field
 from typing import Callable
 
 from pictures import Box
-from screens import SwayScreen, XScreen
+from screens import LEFT, RIGHT, SwayScreen, XScreen
+
+INDICATORS = "/usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service"
 
 
 @dataclass(frozen=True)
@@ -19,6 +21,7 @@ class Panel:
     themes: tuple = ("default",)
     colours: tuple = ()  # further themes that are a bar of one colour
     companions: tuple = ()  # commands that run beside it, such as a window manager
+    watcher: list = field(default_factory=list)  # a command that runs and ends with the panel
     environment: dict = field(default_factory=dict)
     handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
     has_accessible_icons: bool = False  # shows its icons in the session's accessibility tree
@@ -27,20 +30,23 @@ class Panel:
     alike: tuple = ()  # the themes whose bars are of one colour
     started: Callable = lambda session: None  # what is left to do once the watcher is there
     refuses_root: bool = False
+    menu_button: int = RIGHT  # opens the item's menu; where it is LEFT, no click reaches the host
+    menu_hides_icon: bool = False  # the menu opens over the bar
     has_system_bus: bool = False  # asks for one, and gets one on which there is nobody
 
     @property
     def programs(self):
-        return (*self.screen.programs, "dbus-daemon", self.command[0], *(words[0] for words in self.companions))
+        commands = (self.command, *self.companions, *filter(None, [self.watcher]))
+        return (*self.screen.programs, "dbus-daemon", *(words[0] for words in commands))
 
 
 def gtk_settings(session, theme, icons="Adwaita"):
     session.write("gtk-3.0/settings.ini", f"[Settings]\ngtk-theme-name={theme}\ngtk-icon-theme-name={icons}\n")
 
 
-def configure_xfce(session):
+def configure_xfce(session, tray="systray"):
     gtk_settings(session, "Adwaita")
-    plugins = ["systray"]
+    plugins = [tray]
     if session.has_neighbours:
         plugins = ["showdesktop", "directorymenu", *plugins, "windowmenu", "clock"]
     ids = "".join(f'<value type="int" value="{number}"/>' for number, _ in enumerate(plugins, 1))
@@ -195,6 +201,18 @@ PANELS = {
         bar=lambda width, height: Box(0, 0, width, 32),
         themes=("dark", "light"),
         switch_theme=switch_xfce,
+    ),
+    "xfce4-indicators": Panel(
+        screen=XScreen,
+        command=["xfce4-panel", "--disable-wm-check"],
+        configure=lambda session: configure_xfce(session, "indicator"),
+        bar=lambda width, height: Box(0, 0, width, 32),
+        themes=("dark", "light"),
+        switch_theme=switch_xfce,
+        menu_button=LEFT,
+        menu_hides_icon=True,
+        handle=1,
+        watcher=[INDICATORS],
     ),
     "waybar": Panel(
         screen=SwayScreen,

@@ -99,8 +99,9 @@ class PanelTest(unittest.TestCase):
         host, icon = self.show()
         if session.panel.has_accessible_icons:
             panel_session.wait_for(lambda: "panel_host" in session.accessible_names(), "name that a screen reader can read")
-        session.click(panel_session.LEFT, icon.box.centre)
-        host.expect("clicked")
+        if session.panel.menu_button != panel_session.LEFT:
+            session.click(panel_session.LEFT, icon.box.centre)
+            host.expect("clicked")
         self.choose_second(host, icon, FIRST_MENU)  # a second "clicked" would come before this
         self.tell(host, items(SECOND_MENU))
         session.kill_panel()

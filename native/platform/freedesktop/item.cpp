@@ -120,7 +120,7 @@ void Item::setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder) {
   folder_ = std::move(folder);
   writeFile();
   // For a panel that read the item before its watcher was there.
-  signal("NewIconThemePath", folder_ ? folder_->path().c_str() : "");
+  signal("NewIconThemePath", themePath().c_str());
   signal("NewIcon");
 }
 
@@ -169,11 +169,17 @@ int Item::provideXdgActivationToken(sd_bus_message* call, sd_bus_error*) {
 
 void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
 
-void Item::appendIconName(MessageWriter& to) const { to.append(file_ ? file_->name() : std::string()); }
-
-void Item::appendIconThemePath(MessageWriter& to) const {
-  to.append(folder_ ? folder_->path() + (hasLongPath_ ? "/" : "") : std::string());
+std::string Item::themePath() const {
+  if (!folder_ || panel_->icon == IconForm::file) return {};
+  return folder_->path() + (hasLongPath_ ? "/" : "");
 }
+
+void Item::appendIconName(MessageWriter& to) const {
+  if (!file_) return appendEmpty(to);
+  to.append(panel_->icon == IconForm::file ? folder_->path() + '/' + file_->name() + ".svg" : file_->name());
+}
+
+void Item::appendIconThemePath(MessageWriter& to) const { to.append(themePath()); }
 
 void Item::appendIcon(MessageWriter& to) const {
   to.container('a', "(iiay)", [&] {

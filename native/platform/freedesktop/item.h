@@ -58,6 +58,8 @@ class Item {
   void appendIcon(MessageWriter& to) const;
   void appendToolTip(MessageWriter& to) const;
 
+  /// Where the panel looks for the icon's name; empty: nowhere.
+  std::string themePath() const;
   /// Writes the icon's file, the only place that does.
   void writeFile();
   /// Whether the icon changes as in an animation: twice within a moment.

@@ -15,6 +15,8 @@ constexpr std::string_view kHead = R"(<svg xmlns="http://www.w3.org/2000/svg" wi
 constexpr std::string_view kStyle =
     R"("><style type="text/css" id="current-color-scheme">.ColorScheme-Text { color:#232629; })"
     R"(.ColorScheme-Background { color:#eff0f1; }</style>)";
+constexpr std::string_view kTwoTones =
+    R"("><style type="text/css">.ColorScheme-Text { color:#ffffff; }.ColorScheme-Background { color:#000000; }</style>)";
 constexpr std::string_view kPath = R"(<path class="ColorScheme-Text" fill="currentColor" fill-opacity=")";
 
 /// The stroke around the shape lies half beneath it: 1.5 of 22 pixels are seen, of which a panel that scales the icon
@@ -117,7 +119,7 @@ int unusedMargin(const Coverage& coverage) {
 }  // namespace
 
 std::string symbolicSvg(const Shape& shape, const Panel& panel) {
-  const bool isOutlined = panel.icon == IconForm::symbolicWithOutline;
+  const bool isOutlined = panel.icon != IconForm::symbolic;
   const auto coverage = isOutlined ? framedCoverage(shape).large : shapeCoverage(shape);
   if (coverage.empty()) return {};
 
@@ -125,7 +127,8 @@ std::string symbolicSvg(const Shape& shape, const Panel& panel) {
   const auto corner = std::to_string(margin) + ' ';
   const auto seen = std::to_string(kLargeSide - 2 * margin);
   std::string svg(kHead);
-  svg.append(corner).append(corner).append(seen).append(" ").append(seen).append(kStyle);
+  svg.append(corner).append(corner).append(seen).append(" ").append(seen);
+  svg.append(panel.icon == IconForm::file ? kTwoTones : kStyle);
   if (isOutlined) {
     svg.append(kOutline).append(kStrokeWidth).append(R"(" d=")").append(ContourTracer(coverage, kOutlined).path());
     svg.append(R"("/>)");

@@ -38,6 +38,10 @@ constexpr Panel kPanels[] = {
     {.names = {{{"org.mate.panel.applet.NotificationAreaAppletFactory"}}}, .tone = Tone::black},
     // lxqt-panel's bar depends on its own theme; Debian's is dark.
     {.program = "lxqt-panel", .toneSource = ToneSource::lxqtTheme},
+    // ayatana-indicator-application 22.2 is the watcher of bars that show indicators. It forwards IconName and
+    // IconThemePath, and no pixels. The bars find a new file in a theme folder late or never, but load a path. The
+    // service owns its own name on another connection than the watcher's.
+    {.names = {{{"org.ayatana.indicator.application", true}}}, .icon = IconForm::file},
 };
 
 }  // namespace

@@ -11,6 +11,7 @@ enum class IconForm {
   pixels,               ///< in two tones, which are seen on any bar
   symbolic,             ///< as an SVG file that the panel paints in its own colour
   symbolicWithOutline,  ///< the same, over an outline in the colour of the bar's background
+  file,                 ///< as an SVG file in two tones, named by its path
 };
 
 /// Which underscores of a menu title are doubled, so that the panel shows the title as it is.
