@@ -193,7 +193,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr)
  * item, any thread.
  *
  * GNOME's shell opens the menu on a left click and calls the function on a double click only: give the menu
- * an item for what a click does.
+ * an item for what a click does. Bars that show indicators never call the function.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback clickCallback);
 

@@ -61,6 +61,12 @@ TEST_F(SymbolicIcon, IsAFileForAPanelThatRecolours) {
 TEST_F(SymbolicIcon, IsChosenAgainForEachWatcherAndDrawnAnewInPlasmasNewColours) {
   showIn("org.example.Panel");
   const Peer shell(bus, {"org.gnome.Shell"});  // which is not the watcher
+  {
+    const Peer indicators(bus, {"org.ayatana.indicator.application"});  // of the watcher's process
+    startPanel({"org.example.Bar", kWatcher});
+    EXPECT_EQ(read("IconThemePath"), "");
+    EXPECT_EQ(contents(read("IconName")), symbolicSvg(shapeOf(pixels(1)), {.icon = IconForm::file}));
+  }
   for (const auto& [name, recolours] : {std::pair{"org.example.Other", false}, std::pair{"org.kde.kded5", true},
                                         std::pair{"org.xfce.Panel", false}, std::pair{"org.kde.kded6", true}}) {
     startPanel({name, kWatcher});
