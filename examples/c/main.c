@@ -29,6 +29,7 @@ static void on_menu_item(const char* identifier) {
 int main(int argc, char** argv) {
   setvbuf(stdout, NULL, _IOLBF, 0); /* each line at once, into a pipe as well */
 
+  name_application();
   if (argc < 2 || strcmp(argv[1], "--basic") != 0) quill_tray_manager_set_menu_items_json(menu_items);
   quill_tray_manager_set_click_callback(on_click);
   quill_tray_manager_set_menu_item_callback(on_menu_item);

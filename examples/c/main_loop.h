@@ -10,6 +10,8 @@ static id application(void) {
   return ((id(*)(Class, SEL))objc_msgSend)(objc_getClass("NSApplication"), sel_registerName("sharedApplication"));
 }
 
+static void name_application(void) {} /* its bundle does */
+
 static void run_main_loop(void) {
   const long accessory = 1; /* no icon in the Dock */
   ((signed char (*)(id, SEL, long))objc_msgSend)(application(), sel_registerName("setActivationPolicy:"), accessory);
@@ -24,6 +26,12 @@ static void end_main_loop(void) {
 #include <stdio.h>
 
 static GMainLoop* main_loop;
+
+/* What users read, and by what panels remember the item. */
+static void name_application(void) {
+  g_set_prgname("quill-example");
+  g_set_application_name("Quill");
+}
 
 static void end_main_loop(void) { g_main_loop_quit(main_loop); }
 

@@ -77,6 +77,8 @@ Owned<GMenu> makeMenu() {
 
 int main() {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);  // each line at once, into a pipe as well
+  g_set_prgname("quill-example-cpp");        // panels remember the item by it
+  g_set_application_name("Quill in C++");    // what users read
   const Owned<GMainLoop> loop(g_main_loop_new(nullptr, FALSE));
   const auto menu = makeMenu();
   // "tray." in the model's action names is looked up in the group under this key.

@@ -70,6 +70,9 @@ const onMenuItem = koffi.register((identifier) => {
   if (identifier === 'quit') mainContext.stop();
 }, OnMenuItem);
 
+const glib = koffi.load('libglib-2.0.so.0');
+glib.func('g_set_prgname', 'void', ['const char *'])('quill-example-node'); // panels remember the item by it
+glib.func('g_set_application_name', 'void', ['const char *'])('Quill in Node'); // what users read
 mainContext.start(); // runs GLib's main context: without this line no icon would ever come
 tray.setMenuItemsJson(
   JSON.stringify([

@@ -25,6 +25,8 @@ glib.g_main_loop_new.argtypes = [ctypes.c_void_p, ctypes.c_int]
 glib.g_main_loop_new.restype = ctypes.c_void_p
 for function in (glib.g_main_loop_run, glib.g_main_loop_quit, glib.g_main_loop_unref):
     function.argtypes, function.restype = [ctypes.c_void_p], None
+for function in (glib.g_set_prgname, glib.g_set_application_name):
+    function.argtypes, function.restype = [ctypes.c_char_p], None
 glib.g_unix_signal_add.argtypes = [ctypes.c_int, SourceFunction, ctypes.c_void_p]
 for function in (tray.quill_tray_manager_set_main_icon, tray.quill_tray_manager_add_animation_frame):
     function.argtypes, function.restype = [ctypes.c_char_p, ctypes.c_ssize_t], None
@@ -114,6 +116,8 @@ def on_terminate(_):
     return True  # the source stays
 
 
+glib.g_set_prgname(b"quill-example-python")  # panels remember the item by it, otherwise by "python3.11"
+glib.g_set_application_name(b"Quill in Python")  # what users read
 glib.g_unix_signal_add(signal.SIGTERM, on_terminate, None)
 icon = dial(0)
 tray.quill_tray_manager_set_menu_items_json(json.dumps(ITEMS).encode())

@@ -19,8 +19,11 @@
  *   thread. On a Mac it is always the first thread, where NSApplication runs. No function waits for the disk,
  *   and on Linux none waits for the desktop.
  * - The host has to run that thread's loop, as hosts with AppKit, GTK, Qt, Electron or Flutter do. On Linux
- *   any other loop calls `g_main_context_iteration(NULL, FALSE);` each time around. Without it the log says
- *   that the item was created, but no icon comes (docs/panels.md, "No icon comes").
+ *   any other loop calls `g_main_context_iteration(NULL, FALSE);` each time around, or a thread of its own runs
+ *   `g_main_loop_run`. Without it the log says that the item was created, but no icon comes (docs/hosts.md).
+ * - On Linux users read the name from g_set_application_name, and panels remember the item by the GApplication's
+ *   identifier or the name from g_set_prgname. Set them before quill_tray_manager_create; both default to the
+ *   executable's name.
  * - Arguments are read during the call and stay yours.
  * - Callbacks run on the main thread, from its loop, and may call every function declared here; so
  *   may a GMenuModel and its action groups whenever the library calls or finalizes them. A C++ exception

@@ -79,7 +79,9 @@ TEST_F(Freedesktop, KeepsASandboxsConnectionOffTheStandardStreams) {
 }
 
 TEST_F(Freedesktop, SignalsWhatIsNewOnce) {
+  g_set_prgname("named");
   showInPanel();
+  EXPECT_EQ(panel->get("Id"), "(<'named'>,)");
   const auto icon = image(1);
   item->button()->setImage(icon);
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()"));

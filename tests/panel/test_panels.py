@@ -133,10 +133,12 @@ class PanelTest(unittest.TestCase):
         self.use(python, 3, (0, "chosen: play"), (2, "chosen: quit"), first=["frames are ready"])
         two = (0, "chosen: open"), (1, "chosen: quit")
         gjs = ["env", f"GI_TYPELIB_PATH={build.parent / 'introspection'}", "gjs", ROOT / "examples/gjs/main.js"]
+        java = ["java", "-cp", f"/usr/share/java/jna.jar:{build / 'java'}", "Main"]
         missing = []
         for command, target, entries, choices in (
             (gjs, "vala/example_vala", 2, two),
             ([build / "vala/example_vala"], "vala/example_vala", 2, two),
+            (java, "java/Main.class", 2, two),
             (["node", build / "node/main.js"], "node/node_modules/.package-lock.json", 3, (two[0], (2, two[1][1]))),
         ):
             if (build / target).exists():

@@ -87,8 +87,8 @@ class TiffReader : TiffLibrary {
   static tmsize_t read(thandle_t handle, void* to, tmsize_t count) {
     auto& reader = self(handle);
     const auto from = std::min<std::uint64_t>(reader.at_, reader.bytes_.size());
-    const auto taken =
-        std::min(static_cast<std::uint64_t>(count), reader.bytes_.size() - from);  // count is not negative
+    const auto taken = static_cast<std::size_t>(
+        std::min<std::uint64_t>(static_cast<std::uint64_t>(count), reader.bytes_.size() - from));  // count is >= 0
     if (taken > 0) std::memcpy(to, reader.bytes_.data() + from, taken);
     reader.at_ = from + taken;
     return static_cast<tmsize_t>(taken);

@@ -4,8 +4,8 @@
 
 namespace quill::freedesktop {
 
-/// Gives XDG_ACTIVATION_TOKEN this value in the process's environment, in the same bytes each time. An empty value stands
-/// for no token and adds no variable. `token` has at most ActivationToken::kMaxSize bytes. Main thread.
+/// Gives XDG_ACTIVATION_TOKEN this value in the process's environment, in the same bytes each time. An empty value
+/// stands for no token and adds no variable. `token` has at most ActivationToken::kMaxSize bytes. Main thread.
 ///
 /// Other threads may call getenv(3) at any time, so neither a list of variables nor a value that they may hold is freed
 /// or moved. The first call puts the variable at the end of a list of its own, made whole before it becomes the

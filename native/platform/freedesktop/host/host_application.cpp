@@ -29,17 +29,23 @@ const std::string& executableName() {
   });
 }
 
+/// What the host calls itself, since an interpreter's executable is that of many hosts.
+std::string programName() {
+  const char* name = g_get_prgname();
+  return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
+}
+
 }  // namespace
 
 std::string hostId() {
   auto* const application = g_application_get_default();
   const char* id = application != nullptr ? g_application_get_application_id(application) : nullptr;
-  return id != nullptr ? id : executableName();
+  return id != nullptr ? id : programName();
 }
 
 std::string hostName() {
   const char* name = g_get_application_name();  // the program's name where no other was set
-  return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
+  return name != nullptr && *name != '\0' ? wellFormed(name) : programName();
 }
 
 void terminateHost() {

@@ -4,8 +4,8 @@
 
 namespace quill::freedesktop {
 
-/// Identifies this application, the same in every run: the default GApplication's id, else the name of the executable.
-/// Main thread.
+/// Identifies this application, the same in every run: the default GApplication's id, else the program's name, else the
+/// executable's. Main thread.
 std::string hostId();
 /// The application's name for people; well-formed UTF-8. Main thread.
 std::string hostName();

@@ -105,7 +105,7 @@ class PreciseTimer : public Timer {
  private:
   static timespec timespecOf(std::chrono::nanoseconds duration) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(duration);
-    return {seconds.count(), (duration - seconds).count()};
+    return {static_cast<time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
   }
 
   const posix::OwnerProcess owner_;
