@@ -119,7 +119,7 @@ TEST(DecodeImage, AVectorHarmsNobody) {
   for (const std::string name : {"filter", "blur", "text", "file"})
     EXPECT_EQ(drawn(contents(PICTURES "/svg/" + name + ".svg")), whole) << name;
   // 4 GiB are asked for and never written to: too much for the fuzzer's limit.
-  EXPECT_EQ(drawn(contents(CASES "tile.svg")), whole);
+  EXPECT_EQ(drawn(contents(CASES "tile.svg")), sizeof(void*) > 4 ? whole : "refused");
   // Of what is nested deeply it may say itself that it is too much.
   for (const auto& deep :
        {chain("mask", "v9", "mask"), chain("pattern", "v9", "fill"), chain("marker", "", "marker-start"),

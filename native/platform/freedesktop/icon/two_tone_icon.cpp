@@ -47,7 +47,7 @@ class Painter {
     const int reach = static_cast<int>(std::ceil(radius()));
     for (int dy = -reach; dy <= reach; ++dy) {
       for (int dx = -reach; dx <= reach; ++dx) {
-        const double covered = std::clamp(radius() + 1.0 - std::hypot(dx, dy), 0.0, 1.0);
+        const double covered = std::clamp(radius() + 1.0 - std::sqrt(dx * dx + dy * dy), 0.0, 1.0);
         raiseOutline(dx, dy, static_cast<std::uint8_t>(std::lround(255.0 * covered)));
       }
     }
