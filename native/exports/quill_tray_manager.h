@@ -238,6 +238,9 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(
  *
  * The whole URL is logged, with any secret in its query.
  *
+ * In a callback, the application gets the activation token of the user's input as well, so that its window comes to the
+ * front.
+ *
  * The application gets the environment, signal mask and ignored signals that the calling thread has now, and
  * a session of its own. It is no child of the process: there is nothing to wait for and no SIGCHLD. Exception:
  * a process that is a subreaper or process 1 gets the application as a child. In a sandbox the desktop's portal

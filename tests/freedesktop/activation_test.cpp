@@ -91,6 +91,63 @@ TEST_F(Activation, ATokenIsVisibleInOneEventsCallbackAndNowhereElse) {
   EXPECT_EQ(visible() + ActivationToken::current().text(), "|");
 }
 
+TEST_F(Activation, AUrlOpenedInAnEventsCallbackTakesTheTokenAlong) {
+  const TemporaryDirectory home;
+  const auto notes = home.path / "notes";
+  for (const auto* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"}) setenv(name, home.path.c_str(), 1);
+  fs::create_directories(home.path / "applications");
+  std::ofstream defaults(home.path / "mimeapps.list");
+  defaults << "[Default Applications]\n";
+  const auto install = [&](const std::string& name, const std::string& scheme, const std::string& keys) {
+    std::ofstream(home.path / "applications" / (name + ".desktop"))
+        << "[Desktop Entry]\nType=Application\nName=Handler\nMimeType=x-scheme-handler/" + scheme + ";\n" + keys;
+    defaults << "x-scheme-handler/" + scheme + "=" + name + ".desktop\n";
+  };
+  const auto note = R"(Exec=sh -c 'echo "$0 $XDG_ACTIVATION_TOKEN|$DESKTOP_STARTUP_ID" >>notes' %u)";
+  install("quill.test.Program", "program", std::string(note) + "\nPath=" + home.path.string() + "\n");
+  install("quill.test.Service", "service", "Exec=false %u\nDBusActivatable=true\n");
+  defaults.close();
+  bus.start();
+  Peer others(bus, {"quill.test.Service", "org.freedesktop.portal.Desktop"});
+  static const auto* const served = g_dbus_node_info_new_for_xml(
+      "<node><interface name='org.freedesktop.Application'><method name='Open'><arg type='as' direction='in'/>"
+      "<arg type='a{sv}' direction='in'/></method></interface><interface name='org.freedesktop.portal.OpenURI'>"
+      "<method name='OpenURI'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
+      "<arg type='a{sv}' direction='in'/></method></interface></node>",
+      nullptr);
+  static const GDBusInterfaceVTable table{Peer::onCall, nullptr, nullptr, {}};
+  const char* const paths[] = {"/quill/test/Service", "/org/freedesktop/portal/desktop"};
+  for (int i = 0; i < 2; ++i)
+    g_dbus_connection_register_object(others.connection.get(), paths[i], served->interfaces[i], &table, &others,
+                                      nullptr, nullptr);
+  const auto open = [&](const std::string& scheme) {
+    desktop.openUrl({scheme + ":early"});
+    runWithActivationToken(*ActivationToken::parse("t1"), [&] {
+      desktop.openUrl({scheme + ":a"});
+      desktop.openUrl({scheme + ":b"});
+    });
+    desktop.openUrl({scheme + ":late"});
+    const auto poll = desktop.mainQueue().repeat(10ms, [] {});
+    runUntil([&] { return others.received.size() == 4 || std::ranges::count(contents(notes), '\n') == 4; });
+  };
+  setenv("DESKTOP_STARTUP_ID", "of the start", 1);
+  open("service");
+  const std::string data = "{'activation-token': <'t1'>, 'desktop-startup-id': <'t1'>}";
+  EXPECT_EQ(std::exchange(others.received, {}),
+            (Lines{"Open(['service:early'], @a{sv} {})", "Open(['service:a'], " + data + ")",
+                   "Open(['service:b'], " + data + ")", "Open(['service:late'], @a{sv} {})"}));
+  setenv("container", "a sandbox", 1);
+  open("portal");
+  const std::string options = "{'activation_token': <'t1'>}";
+  EXPECT_EQ(std::exchange(others.received, {}),
+            (Lines{"OpenURI('', 'portal:early', @a{sv} {})", "OpenURI('', 'portal:a', " + options + ")",
+                   "OpenURI('', 'portal:b', " + options + ")", "OpenURI('', 'portal:late', @a{sv} {})"}));
+  unsetenv("container");
+  open("program");
+  EXPECT_THAT(contents(notes), AllOf(HasSubstr("program:early |of the start\n"), HasSubstr("program:a t1|t1\n"),
+                                     HasSubstr("program:b t1|t1\n"), HasSubstr("program:late |of the start\n")));
+}
+
 TEST_F(Activation, OtherThreadsReadTheEnvironmentWhileTokensComeAndQtRemovesThem) {
   setenv("QUILL_LAST", "there", 1);
   std::atomic<bool> isOver = false;
@@ -98,6 +155,9 @@ TEST_F(Activation, OtherThreadsReadTheEnvironmentWhileTokensComeAndQtRemovesThem
   std::jthread reader([&] {
     for (; !isOver; ++reads) missed += std::getenv("QUILL_LAST") == nullptr;
   });
+  char** const before = environ;
+  std::vector<const char*> variables;
+  for (char** next = before; *next != nullptr; ++next) variables.push_back(*next);
   char** list = nullptr;
   const auto token = *ActivationToken::parse("t");
   for (int i = 0; i < 20'000 || reads < 1000; ++i) {
@@ -110,6 +170,10 @@ TEST_F(Activation, OtherThreadsReadTheEnvironmentWhileTokensComeAndQtRemovesThem
   isOver = true;
   reader.join();
   EXPECT_EQ(missed, 0);
+  unsetenv(kVariable);
+  for (char** const kept : {before, list}) {  // as they were, to the end
+    EXPECT_TRUE(std::equal(variables.begin(), variables.end(), kept) && kept[variables.size()] == nullptr);
+  }
   // The host's own variables stay, whatever it does.
   setenv("QUILL_NEW", "new", 1), unsetenv(kVariable);
   runWithActivationToken(token, [&] { told = {visible(), std::getenv("QUILL_NEW"), std::getenv("QUILL_LAST")}; });

@@ -12,6 +12,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "activation_variable.h"
+
 namespace quill::freedesktop {
 namespace {
 
@@ -62,11 +64,12 @@ void closeOthersOnExec() {
 Inheritance Inheritance::now(std::shared_ptr<const Variables> latest) {
   Inheritance now;
   pthread_sigmask(SIG_SETMASK, nullptr, &now.signalMask);
-  char** const variables = environ;
-  std::size_t count = 0;
-  while (variables != nullptr && variables[count] != nullptr) ++count;
-  const bool isSame = latest && std::equal(latest->begin(), latest->end(), variables, variables + count);
-  now.environment = isSame ? std::move(latest) : std::make_shared<const Variables>(variables, variables + count);
+  std::vector<const char*> variables;
+  for (char** next = environ; next != nullptr && *next != nullptr; ++next) {
+    if (!isActivationVariable(*next)) variables.push_back(*next);
+  }
+  const bool isSame = latest && std::equal(latest->begin(), latest->end(), variables.begin(), variables.end());
+  now.environment = isSame ? std::move(latest) : std::make_shared<const Variables>(variables.begin(), variables.end());
   return now;
 }
 

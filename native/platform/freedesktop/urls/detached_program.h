@@ -10,7 +10,8 @@ namespace quill::freedesktop {
 /// Variables of the environment, as "NAME=value".
 using Variables = std::vector<std::string>;
 
-/// What a child of the calling thread would inherit now; the host may change it before the child starts.
+/// What a child of the calling thread would inherit now; the host may change it before the child starts. Without the
+/// variable of an activation token, which another thread may be filling.
 struct Inheritance {
   /// Uses `latest`, a copy of the environment or null, if nothing changed since.
   static Inheritance now(std::shared_ptr<const Variables> latest);

@@ -5,11 +5,13 @@
 
 #include <algorithm>
 #include <chrono>
+#include <initializer_list>
 #include <map>
 #include <mutex>
 #include <string>
 #include <utility>
 
+#include "activation_token.h"
 #include "bus_handshake.h"
 #include "detached_program.h"
 #include "file_descriptor.h"
@@ -30,7 +32,26 @@ struct Asker {
   Inheritance inheritance;
   std::optional<std::string> busAddress;
   bool isSandboxed = false;
+  ActivationToken token;  // of the event that the thread handles
 };
+
+/// The environment of a program that may raise its window with `token`.
+std::shared_ptr<const Variables> withToken(Variables variables, const ActivationToken& token) {
+  for (const std::string name : {"XDG_ACTIVATION_TOKEN=", "DESKTOP_STARTUP_ID="}) {
+    std::erase_if(variables, [&](const std::string& variable) { return variable.starts_with(name); });
+    variables.push_back(name + token.text());
+  }
+  return std::make_shared<const Variables>(std::move(variables));
+}
+
+/// Appends a dictionary with `token` under each of the keys, or an empty one where there is no token.
+int appendToken(sd_bus_message* call, const ActivationToken& token, std::initializer_list<const char*> keys) {
+  int result = sd_bus_message_open_container(call, 'a', "{sv}");
+  for (const auto* const key : keys) {
+    if (result >= 0 && !token.isEmpty()) result = sd_bus_message_append(call, "{sv}", key, "s", token.text().c_str());
+  }
+  return result >= 0 ? sd_bus_message_close_container(call) : result;
+}
 
 /// A connection for one URL, which waits for answers; null where there is no bus.
 BusHandle connectToBus(const Asker& asker) {
@@ -56,7 +77,7 @@ MessageHandle methodCall(sd_bus* bus, const std::string& name, const std::string
 }
 
 /// True once the URL is sure to reach the application. Its answer may take a while and is not waited for.
-bool openOverBus(sd_bus* bus, const std::string& name, const Url& url) {
+bool openOverBus(sd_bus* bus, const std::string& name, const Url& url, const ActivationToken& token) {
   const auto askBus = [bus](const char* method, const char* types, auto... arguments) {
     return sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
                               nullptr, nullptr, types, arguments...) >= 0;
@@ -67,24 +88,26 @@ bool openOverBus(sd_bus* bus, const std::string& name, const Url& url) {
   std::replace(path.begin(), path.end(), '.', '/');
   std::replace(path.begin(), path.end(), '-', '_');
   const auto call = methodCall(bus, name, path, "org.freedesktop.Application", "Open");
-  return call && sd_bus_message_append(call.get(), "asa{sv}", 1, url.text.c_str(), 0) >= 0 &&
+  return call && sd_bus_message_append(call.get(), "as", 1, url.text.c_str()) >= 0 &&
+         appendToken(call.get(), token, {"activation-token", "desktop-startup-id"}) >= 0 &&
          sd_bus_message_set_expect_reply(call.get(), 0) >= 0 && sd_bus_send(bus, call.get(), nullptr) >= 0 &&
          askBus("GetId", "");  // answered in order, so the URL was passed on
 }
 
 /// Asks the portal, outside of the sandbox, where the user's handlers are.
-bool openByPortal(sd_bus* bus, const Url& url) {
+bool openByPortal(sd_bus* bus, const Url& url, const ActivationToken& token) {
   const auto path = localPath(url);
   const auto call = methodCall(bus, "org.freedesktop.portal.Desktop", "/org/freedesktop/portal/desktop",
                                "org.freedesktop.portal.OpenURI", path.empty() ? "OpenURI" : "OpenFile");
   if (!call) return false;
   if (path.empty()) {
-    if (sd_bus_message_append(call.get(), "ssa{sv}", "", url.text.c_str(), 0) < 0) return false;
+    if (sd_bus_message_append(call.get(), "ss", "", url.text.c_str()) < 0) return false;
   } else {
     const auto file = posix::openFile(AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK, 0);
-    if (!file.isOpen() || sd_bus_message_append(call.get(), "sha{sv}", "", file.number(), 0) < 0) return false;
+    if (!file.isOpen() || sd_bus_message_append(call.get(), "sh", "", file.number()) < 0) return false;
   }
-  return sd_bus_call(bus, call.get(), 0, nullptr, nullptr) >= 0;
+  return appendToken(call.get(), token, {"activation_token"}) >= 0 &&
+         sd_bus_call(bus, call.get(), 0, nullptr, nullptr) >= 0;
 }
 
 }  // namespace
@@ -105,8 +128,10 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
     if (static_cast<std::size_t>(weak_from_this().use_count()) > kMaxWaiting) return nullptr;  // one is the opener's
     auto inheritance = Inheritance::now(latest_.lock());
     latest_ = inheritance.environment;
-    return std::make_shared<Request>(
-        Request{url, {std::move(inheritance), sessionBusAddress(), isSandboxed()}, shared_from_this()});
+    auto token = ActivationToken::current();
+    if (!token.isEmpty()) inheritance.environment = withToken(*inheritance.environment, token);
+    return std::make_shared<Request>(Request{
+        url, {std::move(inheritance), sessionBusAddress(), isSandboxed(), std::move(token)}, shared_from_this()});
   }
 
   /// On the opener's thread.
@@ -115,7 +140,7 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
     if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference
     if (asker.isSandboxed) {
       const auto bus = connectToBus(asker);
-      if (bus && openByPortal(bus.get(), url)) return;
+      if (bus && openByPortal(bus.get(), url, asker.token)) return;
     }
     const auto handler = findUrlHandler(url);
     // The rest (a place that GVfs knows, a program in a terminal) is left to GIO's own program.
@@ -126,7 +151,7 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
     queue->submit([queue, request, program = std::move(program), name = handler->busName] {
       completes([&] {
         const auto bus = connectToBus(request->asker);
-        if (!bus || !openOverBus(bus.get(), name, request->url)) start(program, *request);
+        if (!bus || !openOverBus(bus.get(), name, request->url, request->asker.token)) start(program, *request);
       });
     });
   }
