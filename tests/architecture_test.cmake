@@ -8,7 +8,7 @@ set(allowed_log "")
 set(allowed_platform "")
 set(allowed_platform/memory "")
 set(allowed_platform/freedesktop/icon "")
-set(allowed_platform/freedesktop/panel "")
+set(allowed_platform/freedesktop/panel xcb/xcb.h)
 set(allowed_platform/freedesktop/menu unigbrk.h uniwidth.h)
 
 set(seen 0)

@@ -12,7 +12,7 @@ class SymbolicIcon : public PanelTest {
  protected:
   SymbolicIcon() {
     bus.start();  // before there is a runtime directory, in which it would keep files
-    for (const char* variable : {"SNAP", "container"}) unsetenv(variable);
+    for (const char* variable : {"SNAP", "container", "DISPLAY"}) unsetenv(variable);
     fs::create_directory(runtime);
     setenv("XDG_RUNTIME_DIR", runtime.c_str(), 1);
   }

@@ -12,7 +12,7 @@
 namespace quill {
 namespace {
 
-struct GifLibrary : SharedLibrary {
+struct GifLibrary : posix::SharedLibrary {
   GifLibrary() : SharedLibrary(QUILL_GIF_LIBRARY) {}
   QUILL_FUNCTION(DGifOpen);
   QUILL_FUNCTION(DGifCloseFile);

@@ -20,7 +20,7 @@ constexpr int kMaxScans = 32;
 constexpr long kMaxMemory = 128L * 1024 * 1024;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 
-struct JpegLibrary : SharedLibrary {
+struct JpegLibrary : posix::SharedLibrary {
   JpegLibrary() : SharedLibrary(QUILL_JPEG_LIBRARY) {}
   QUILL_FUNCTION(jpeg_std_error);
   QUILL_FUNCTION(jpeg_CreateDecompress);

@@ -28,7 +28,7 @@ constexpr std::string_view kLeftOut =
     "*{filter:none!important}"
     "image,text,pattern>*{display:none!important}";
 
-struct RsvgLibrary : SharedLibrary {
+struct RsvgLibrary : posix::SharedLibrary {
   RsvgLibrary() : SharedLibrary(QUILL_RSVG_LIBRARY) {}
   QUILL_FUNCTION(rsvg_handle_new_from_data);
   QUILL_FUNCTION(rsvg_handle_set_stylesheet);

@@ -16,7 +16,7 @@ namespace {
 /// Bytes of one allocation. A strip may hold the whole picture with 16 bits a channel.
 constexpr tmsize_t kMaxAllocation = kMaxSide * kMaxSide * 8;
 
-struct TiffLibrary : SharedLibrary {
+struct TiffLibrary : posix::SharedLibrary {
   TiffLibrary() : SharedLibrary(QUILL_TIFF_LIBRARY) {}
   QUILL_FUNCTION(TIFFOpenOptionsAlloc);
   QUILL_FUNCTION(TIFFOpenOptionsFree);

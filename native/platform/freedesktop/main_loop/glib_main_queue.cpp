@@ -203,6 +203,12 @@ void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), kNever); }
 
 bool OneShotTimer::isSet() const { return g_source_get_ready_time(source_.get()) != kNever; }
 
+SourceHandle callWhenReadable(GlibMainQueue& queue, int descriptor, std::function<void()> call) {
+  auto source = attachSource(queue, kNever, G_SOURCE_REMOVE, std::move(call));
+  g_source_add_unix_fd(source.get(), descriptor, GIOCondition(G_IO_IN | G_IO_HUP | G_IO_ERR));
+  return source;
+}
+
 std::chrono::nanoseconds monotonicNow() { return std::chrono::steady_clock::now().time_since_epoch(); }
 
 }  // namespace quill::freedesktop

@@ -68,6 +68,9 @@ class OneShotTimer {
   SourceHandle source_;
 };
 
+/// Calls `call` once, when `descriptor` is readable or at its end. Main thread; the call may reset the handle.
+SourceHandle callWhenReadable(GlibMainQueue& queue, int descriptor, std::function<void()> call);
+
 /// CLOCK_MONOTONIC, which GLib's due times count in.
 std::chrono::nanoseconds monotonicNow();
 

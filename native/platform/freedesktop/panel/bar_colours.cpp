@@ -8,6 +8,7 @@ namespace quill::freedesktop {
 
 BarColours::BarColours(Bus& bus, GlibMainQueue& queue, Handlers handlers)
     : bus_(bus),
+      queue_(queue),
       handlers_(std::move(handlers)),
       repaints_{OneShotTimer(queue, handlers_.changed), OneShotTimer(queue, handlers_.changed)} {}
 
@@ -22,7 +23,8 @@ void BarColours::follow(const Panel& panel) {
     matches_[i].reset(slot);
   }
   if (panel.toneSource == ToneSource::xfconf) source_ = makeXfceBar(bus_, handlers_.told);
-  if (panel.toneSource == ToneSource::lxqtTheme) source_ = makeLxqtBar(handlers_.told);
+  if (panel.toneSource == ToneSource::lxqtTheme) source_ = makeReadBar(queue_, handlers_.told, lxqtBar());
+  if (panel.toneSource == ToneSource::trayColours) source_ = makeReadBar(queue_, handlers_.told, x11TrayBar());
   if (source_) source_->ask();
 }
 

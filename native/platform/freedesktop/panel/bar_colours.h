@@ -33,6 +33,7 @@ class BarColours {
   int onThemeSignal(sd_bus_message* signal, sd_bus_error*);
 
   Bus& bus_;
+  GlibMainQueue& queue_;
   Handlers handlers_;
   const Panel* panel_ = &kUnknownPanel;
   std::array<SlotHandle, 2> matches_;

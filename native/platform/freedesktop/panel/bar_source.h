@@ -2,8 +2,10 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "bus.h"
+#include "glib_main_queue.h"
 #include "panel.h"
 
 namespace quill::freedesktop {
@@ -25,7 +27,22 @@ class BarSource {
 /// xfce4-panel's settings, of Xfconf.
 std::unique_ptr<BarSource> makeXfceBar(Bus& bus, BarSource::Told told);
 
+/// What one reading of a bar gives.
+struct BarReading {
+  std::optional<Tone> tone;  ///< none: the panel does not tell
+  int descriptor = -1;       ///< is readable when the bar may have changed; negative: nothing says so
+};
+/// Waits for a disk or a display, so each call is made on a thread of its own; one call at a time.
+using ReadBar = std::function<BarReading()>;
+
+/// Reads the bar, and reads it again when the last reading's descriptor is readable. `read` may be empty: it tells
+/// nothing.
+std::unique_ptr<BarSource> makeReadBar(GlibMainQueue& queue, BarSource::Told told, ReadBar read);
+
 /// The name of lxqt-panel's theme, in a file.
-std::unique_ptr<BarSource> makeLxqtBar(BarSource::Told told);
+ReadBar lxqtBar();
+
+/// The colour of the text in the tray, a property that trays on X11 set. Empty where there is no X11 display.
+ReadBar x11TrayBar();
 
 }  // namespace quill::freedesktop

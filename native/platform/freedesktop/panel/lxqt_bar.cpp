@@ -2,15 +2,11 @@
 #include <array>
 #include <cstdlib>
 #include <fstream>
-#include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "bar_source.h"
-#include "glib_main_queue.h"
-#include "worker_queue.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -53,26 +49,10 @@ Tone toneIn(const std::vector<std::string>& files) {
   return Tone::white;
 }
 
-class LxqtBar final : public BarSource {
- public:
-  explicit LxqtBar(Told told) : told_(std::make_shared<Told>(std::move(told))) {}
-
-  /// The disk is read on a thread of its own, which ends with the answer.
-  void ask() override {
-    posix::WorkerQueue worker("quill.tray.panel", posix::Priority::utility);
-    worker.submit([told = std::weak_ptr<Told>(told_), files = settingsFiles()] {
-      GlibMainQueue().post([told, tone = toneIn(files)] {
-        if (const auto handler = told.lock()) (*handler)({tone, false});
-      });
-    });
-  }
-
- private:
-  std::shared_ptr<Told> told_;
-};
-
 }  // namespace
 
-std::unique_ptr<BarSource> makeLxqtBar(BarSource::Told told) { return std::make_unique<LxqtBar>(std::move(told)); }
+ReadBar lxqtBar() {
+  return [files = settingsFiles()] { return BarReading{toneIn(files)}; };
+}
 
 }  // namespace quill::freedesktop

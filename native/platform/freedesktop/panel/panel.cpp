@@ -34,8 +34,10 @@ constexpr Panel kPanels[] = {
                       "arg1='/Net/ThemeName'",
                       "type='signal',interface='org.xfce.Xfconf',member='PropertyChanged',arg0='xfce4-panel'"},
      .repaints = {100ms, 1500ms}},
-    // mate-panel's bar is light in its default theme, Menta.
-    {.names = {{{"org.mate.panel.applet.NotificationAreaAppletFactory"}}}, .tone = Tone::black},
+    // mate-panel's bar is light in its default theme, Menta. Its notification area sets the X11 property.
+    {.names = {{{"org.mate.panel.applet.NotificationAreaAppletFactory"}}},
+     .tone = Tone::black,
+     .toneSource = ToneSource::trayColours},
     // lxqt-panel's bar depends on its own theme; Debian's is dark.
     {.program = "lxqt-panel", .toneSource = ToneSource::lxqtTheme},
     // ayatana-indicator-application 22.2 is the watcher of bars that show indicators. It forwards IconName and

@@ -27,7 +27,7 @@ struct PanelName {
 enum class Tone { white, black };
 
 /// Where a panel tells how light its bar is.
-enum class ToneSource { none, xfconf, lxqtTheme };
+enum class ToneSource { none, xfconf, lxqtTheme, trayColours };
 
 /// The bar under an icon, as far as the panel tells.
 struct Bar {

@@ -2,7 +2,7 @@
 
 #include <dlfcn.h>
 
-namespace quill {
+namespace quill::posix {
 
 /// A library that its first user loads, and that stays loaded. A class for one library derives from this class and has
 /// a QUILL_FUNCTION for each function that it calls.
@@ -36,4 +36,4 @@ class SharedLibrary {
 #define QUILL_FUNCTION(name) decltype(&::name) name = reinterpret_cast<decltype(&::name)>(find(#name))
 // NOLINTEND(bugprone-macro-parentheses)
 
-}  // namespace quill
+}  // namespace quill::posix
