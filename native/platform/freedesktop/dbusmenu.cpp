@@ -11,7 +11,7 @@
 namespace quill::freedesktop {
 namespace {
 
-constexpr auto kInterface = "com.canonical.dbusmenu";
+constexpr auto kMenuInterface = "com.canonical.dbusmenu";
 constexpr std::uint32_t kVersion = 3;
 constexpr std::string_view kClicked = "clicked";
 /// Property names in one call; nine exist.
@@ -92,7 +92,7 @@ const sd_bus_vtable DBusMenu::kVtable[] = {
     SD_BUS_SIGNAL("ItemActivationRequested", "iu", 0),
     SD_BUS_VTABLE_END};
 
-void DBusMenu::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
+void DBusMenu::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kMenuInterface, kVtable, this); }
 
 void DBusMenu::show(const Menu* menu) {
   const auto update = history_.setMenu(menu);
@@ -100,7 +100,7 @@ void DBusMenu::show(const Menu* menu) {
   sd_bus* const bus = bus_.connection();
   if (bus == nullptr) return;  // a panel that comes later reads everything
   if (update.isNewLayout) {
-    sd_bus_emit_signal(bus, kPath, kInterface, "LayoutUpdated", "ui", history_.revision(), MenuLayout::kRootId);
+    sd_bus_emit_signal(bus, kPath, kMenuInterface, "LayoutUpdated", "ui", history_.revision(), MenuLayout::kRootId);
   } else {
     signalChanges(bus, update.changes);
   }
@@ -108,7 +108,7 @@ void DBusMenu::show(const Menu* menu) {
 
 void DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes) {
   sd_bus_message* created = nullptr;
-  if (sd_bus_message_new_signal(bus, &created, kPath, kInterface, "ItemsPropertiesUpdated") < 0) return;
+  if (sd_bus_message_new_signal(bus, &created, kPath, kMenuInterface, "ItemsPropertiesUpdated") < 0) return;
   const MessageHandle signal(created);
   MessageWriter to(created);
   const auto& layout = history_.current();

@@ -12,7 +12,7 @@
 namespace quill::freedesktop {
 namespace {
 
-constexpr auto kInterface = "org.kde.StatusNotifierItem";
+constexpr auto kItemInterface = "org.kde.StatusNotifierItem";
 
 /// An icon that is shown for so long is at rest.
 constexpr std::chrono::milliseconds kRest{200};
@@ -74,7 +74,7 @@ Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicke
         signal("NewIcon");
       }) {}
 
-void Item::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kInterface, kVtable, this); }
+void Item::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kItemInterface, kVtable, this); }
 
 void Item::show(const StatusItem& item) {
   if (id_.empty()) id_ = hostId();
@@ -146,7 +146,8 @@ void Item::writeFile() {
 
 void Item::signal(const char* member, const char* argument) {
   sd_bus* const bus = bus_.connection();
-  if (bus != nullptr) sd_bus_emit_signal(bus, kPath, kInterface, member, argument != nullptr ? "s" : nullptr, argument);
+  if (bus != nullptr)
+    sd_bus_emit_signal(bus, kPath, kItemInterface, member, argument != nullptr ? "s" : nullptr, argument);
 }
 
 int Item::click(sd_bus_message* call, EventType type) {

@@ -19,7 +19,7 @@ using Clock = std::chrono::steady_clock;
 constexpr mode_t kReadableAndWritable = 0666;  // as far as the host's umask lets it
 // Others hold the lock for one write only, unless they are stopped meanwhile.
 constexpr std::chrono::seconds kLockTimeout{1};
-constexpr std::chrono::microseconds kLockRetry{100};
+constexpr std::chrono::microseconds kFileLockRetry{100};
 
 // Removes the last `count` bytes, unless somebody without the lock has written behind them.
 void cutOff(int file, off_t count) {
@@ -39,7 +39,7 @@ bool Environment::lock(int file) {
       isLockStuck_ = true;
       return false;
     }
-    std::this_thread::sleep_for(kLockRetry);
+    std::this_thread::sleep_for(kFileLockRetry);
   }
   isLockStuck_ = false;
   return true;

@@ -77,7 +77,7 @@ Blockage& blockageOf(int file) {
 }
 
 /// Removes from `bytes` what was written, or everything if writing fails for good. False: the rest has to wait.
-bool write(int file, std::string_view& bytes) {
+bool writeAll(int file, std::string_view& bytes) {
   while (!bytes.empty()) {
     const auto written = writeQuietly(file, bytes);
     if (written > 0) {
@@ -116,7 +116,7 @@ bool finishRest(int file) {
   if (blockage() && !blockage()->isOf(file)) blockage().reset();
   if (!blockage()) return true;
   std::string_view rest = blockage()->rest;
-  const bool isDone = write(file, rest);
+  const bool isDone = writeAll(file, rest);
   blockage()->rest = std::string(rest);
   return isDone;
 }
@@ -135,7 +135,7 @@ void Environment::writeConsole(std::string_view line) {
   if (!finishRest(file) || !flushHost(file)) return;
   // Not through the stream, which would be given an orientation and would keep the line if writing fails.
   auto left = line;
-  if (write(file, left)) {
+  if (writeAll(file, left)) {
     blockage().reset();
   } else if (left.size() < line.size()) {
     blockage()->rest = left;

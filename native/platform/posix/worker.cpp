@@ -16,7 +16,7 @@ namespace quill::posix {
 
 namespace {
 
-constexpr std::chrono::milliseconds kLockRetry{1};
+constexpr std::chrono::milliseconds kMutexRetry{1};
 
 #ifdef __APPLE__
 void nameThread(const std::string& label) { pthread_setname_np(label.c_str()); }
@@ -67,7 +67,7 @@ bool Worker::drain(Clock::time_point deadline) {
   std::unique_lock lock(mutex_, std::defer_lock);
   while (!lock.try_lock()) {
     if (Clock::now() >= deadline) return true;
-    std::this_thread::sleep_for(kLockRetry);
+    std::this_thread::sleep_for(kMutexRetry);
   }
   const auto target = added_;
   if (done_ >= target) return false;

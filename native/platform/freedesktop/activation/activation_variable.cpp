@@ -17,7 +17,7 @@ namespace {
 constexpr std::string_view kName = "XDG_ACTIVATION_TOKEN=";
 
 /// The variable's name and value. The last byte stays 0, so that a reader never runs past the end.
-constinit auto entry = [] {
+constinit auto tokenVariable = [] {
   std::array<char, kName.size() + ActivationToken::kMaxSize + 1> named{};
   std::ranges::copy(kName, named.begin());
   return named;
@@ -25,21 +25,22 @@ constinit auto entry = [] {
 
 bool isNamed(const char* variable) { return std::string_view(variable).starts_with(kName); }
 
-using Variables = std::vector<char*>;
+using VariableList = std::vector<char*>;
 
 /// What `list` holds, with the variable at its end.
-Variables withVariableAtEnd(char** list) {
-  Variables variables;
+VariableList withVariableAtEnd(char** list) {
+  VariableList variables;
   for (; list != nullptr && *list != nullptr; ++list) {
     if (!isNamed(*list)) variables.push_back(*list);
   }
-  variables.insert(variables.end(), {entry.data(), nullptr});
+  variables.insert(variables.end(), {tokenVariable.data(), nullptr});
   return variables;
 }
 
 void placeVariable() {
-  static constinit NoDestructor<std::vector<Variables>> storage;
-  auto& lists = storage.get([] { return std::vector<Variables>(); });  // kept for their readers; the last one is in use
+  static constinit NoDestructor<std::vector<VariableList>> storage;
+  auto& lists =
+      storage.get([] { return std::vector<VariableList>(); });  // kept for their readers; the last one is in use
   const std::atomic_ref<char**> process(environ);
   char** current = process.load(std::memory_order_acquire);
   while (lists.empty() || current != lists.back().data()) {
@@ -49,7 +50,7 @@ void placeVariable() {
     lists.pop_back();
   }
   while (*current != nullptr && !isNamed(*current)) ++current;
-  std::atomic_ref<char*>(*current).store(entry.data(), std::memory_order_release);
+  std::atomic_ref<char*>(*current).store(tokenVariable.data(), std::memory_order_release);
 }
 
 }  // namespace
@@ -57,7 +58,7 @@ void placeVariable() {
 void setActivationVariable(std::string_view token) {
   if (!token.empty()) placeVariable();
   // A reader finds no value, or the whole one, since the first byte is written last.
-  const std::span<char> value(entry.begin() + kName.size(), ActivationToken::kMaxSize);
+  const std::span<char> value(tokenVariable.begin() + kName.size(), ActivationToken::kMaxSize);
   const std::atomic_ref<char> first(value.front());
   first.store('\0');
   std::ranges::fill(value.subspan(1), '\0');
@@ -66,6 +67,6 @@ void setActivationVariable(std::string_view token) {
   first.store(token.front());
 }
 
-bool isActivationVariable(const char* variable) { return variable == entry.data(); }
+bool isActivationVariable(const char* variable) { return variable == tokenVariable.data(); }
 
 }  // namespace quill::freedesktop

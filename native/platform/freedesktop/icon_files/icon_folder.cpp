@@ -21,7 +21,7 @@ constexpr std::string_view kPrefix = "quill-tray-";
 constexpr auto kSuffix = ".svg";
 constexpr auto kUnfinished = "unfinished";
 /// Before a new folder is locked, a process that starts may take it for one left behind and remove it.
-constexpr int kAttempts = 4;
+constexpr int kMakeAttempts = 4;
 
 /// The runtime directory where panels find it under the same path; empty: they do not.
 std::optional<std::string> sharedRuntimeDirectory() { return isSandboxed() ? std::nullopt : runtimeDirectory(); }
@@ -50,7 +50,7 @@ void removeFolder(const std::filesystem::path& path) {
 std::shared_ptr<IconFolder> IconFolder::make() {
   const auto runtimeDirectory = sharedRuntimeDirectory();
   if (!runtimeDirectory) return nullptr;
-  for (int attempt = 0; attempt < kAttempts; ++attempt) {
+  for (int attempt = 0; attempt < kMakeAttempts; ++attempt) {
     auto path = *runtimeDirectory + '/' + std::string(kPrefix) + "XXXXXX";
     if (mkdtemp(path.data()) == nullptr) return nullptr;
     auto folder = std::make_shared<IconFolder>(path);

@@ -12,7 +12,7 @@ namespace quill::freedesktop {
 namespace {
 
 /// Themes of lxqt-themes with a light bar.
-constexpr std::array<std::string_view, 4> kLightThemes = {"Clearlooks", "KDE-Plasma", "light", "system"};
+constexpr std::array<std::string_view, 4> kLightLxqtThemes = {"Clearlooks", "KDE-Plasma", "light", "system"};
 
 std::string variable(const char* name) {
   const char* const value = std::getenv(name);
@@ -42,8 +42,8 @@ Tone toneIn(const std::vector<std::string>& files) {
     std::ifstream settings(file);
     for (std::string line; std::getline(settings, line);) {
       if (!line.starts_with(kKey)) continue;
-      return std::ranges::count(kLightThemes, std::string_view(line).substr(kKey.size())) > 0 ? Tone::black
-                                                                                              : Tone::white;
+      return std::ranges::count(kLightLxqtThemes, std::string_view(line).substr(kKey.size())) > 0 ? Tone::black
+                                                                                                  : Tone::white;
     }
   }
   return Tone::white;

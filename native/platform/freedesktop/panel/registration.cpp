@@ -23,10 +23,10 @@ constexpr auto kOwnerChange =
     "type='signal',sender='org.freedesktop.DBus',path='/org/freedesktop/DBus',interface='org.freedesktop.DBus',"
     "member='NameOwnerChanged',arg0='org.kde.StatusNotifierWatcher'";
 
-constexpr std::chrono::milliseconds kFirstDelay{100};
-constexpr std::chrono::milliseconds kMaxDelay{10'000};
+constexpr std::chrono::milliseconds kFirstRetryDelay{100};
+constexpr std::chrono::milliseconds kMaxRetryDelay{10'000};
 /// The first attempt and seven more within 13 s.
-constexpr int kAttempts = 8;
+constexpr int kMaxAttempts = 8;
 
 /// Asks the bus about `name`; a name without an owner is answered with an error. Null: the connection is closed.
 SlotHandle ask(sd_bus* bus, const char* method, const char* name, sd_bus_message_handler_t answered, void* userdata) {
@@ -65,7 +65,7 @@ bool runs(std::uint32_t process, std::string_view program) {
 Registration::Registration(GlibMainQueue& queue, const char* path, std::function<void(const Panel&)> found)
     : path_(path),
       found_(std::move(found)),
-      backoff_(kFirstDelay, kMaxDelay),
+      backoff_(kFirstRetryDelay, kMaxRetryDelay),
       retry_(queue, [this] { registerItem(); }) {}
 
 void Registration::follow(sd_bus* bus) {
@@ -123,7 +123,7 @@ int Registration::answered(sd_bus_message* reply, bool isThis) {
 
 int Registration::onRegistered(sd_bus_message* reply, sd_bus_error*) {
   const bool isRefused = sd_bus_message_is_method_error(reply, nullptr) > 0;
-  if (isRefused && attempts_ < kAttempts) retry_.setDueIn(backoff_.next());
+  if (isRefused && attempts_ < kMaxAttempts) retry_.setDueIn(backoff_.next());
   return 0;
 }
 

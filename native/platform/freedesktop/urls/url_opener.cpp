@@ -23,9 +23,6 @@
 #include "url_handler.h"
 
 namespace quill::freedesktop {
-namespace {
-
-constexpr std::chrono::seconds kTimeout{25};  // the same as sd-bus's own for a call
 
 /// What is taken from the thread that asks for a URL.
 struct Asker {
@@ -34,6 +31,10 @@ struct Asker {
   bool isSandboxed = false;
   ActivationToken token;  // of the event that the thread handles
 };
+
+namespace {
+
+constexpr std::chrono::seconds kTimeout{25};  // the same as sd-bus's own for a call
 
 /// The environment of a program that may raise its window with `token`.
 std::shared_ptr<const Variables> withToken(Variables variables, const ActivationToken& token) {
