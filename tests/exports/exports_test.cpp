@@ -1,6 +1,6 @@
-#include "bodies.h"
 #include "manager_fixture.h"
 #include "menu_items_json.h"
+#include "quill_tray_manager.h"
 #include "url.h"
 
 namespace quill::tests {
@@ -31,41 +31,32 @@ TEST(ParseUrl, KeepsWhatIsLegalAndEscapesTheRest) {
 }
 
 TEST(Exports, RejectedArgumentsDoNotMakeAManager) {
-  for (const char* json : {static_cast<const char*>(nullptr), "", "{}"}) quillTrayManagerSetMenuItemsJson(json);
-  for (const char* url : {static_cast<const char*>(nullptr), "http://[::1"}) quillTrayManagerOpenUrl(url);
+  for (const char* json : {static_cast<const char*>(nullptr), "", "{}"}) quill_tray_manager_set_menu_items_json(json);
+  for (const char* url : {static_cast<const char*>(nullptr), "http://[::1"}) quill_tray_manager_open_url(url);
   const std::string parseFailure = "ERROR 设置菜单项数据失败：JSON 解析失败";
   const std::uint8_t noImage[] = {1, 2, 3};
-  for (const auto set : {quillTrayManagerSetMainIcon, quillTrayManagerAddAnimationFrame})
+  for (const auto set : {quill_tray_manager_set_main_icon, quill_tray_manager_add_animation_frame})
     set(nullptr, 5), set(kOnePixelGif, 0), set(kOnePixelGif, -1), set(noImage, sizeof noImage);
   EXPECT_THAT(takeLines(), ElementsAre("ERROR 设置菜单项数据失败：JSON 数据为空", parseFailure, parseFailure,
                                        "ERROR 打开 URL 失败：URL 字符串为空",
                                        "ERROR 打开 URL 失败：无效的 URL 字符串: http://[::1"));
   EXPECT_FALSE(memory::Desktop::isMade());
-  quillTrayManagerSetClickCallback(nullptr);
+  quill_tray_manager_set_click_callback(nullptr);
   EXPECT_TRUE(memory::Desktop::isMade());
 }
 
-TEST(Exports, ATypicalRun) {
-  quillTrayManagerSetClickCallback(tellClick);
-  quillTrayManagerSetMenuItemCallback(tellChoice);
-  quillTrayManagerCreate();
-  quillTrayManagerSetMainIcon(kOnePixelGif, sizeof kOnePixelGif);
-  auto& desktop = memory::Desktop::current();
-  desktop.mainQueue().runAll();
-  EXPECT_EQ(desktop.shown.size(), 1U);
-  desktop.click();
+TEST(Exports, IllFormedUtf8BecomesReplacementCharacters) {
+  quill_tray_manager_set_menu_item_callback(tellChoice);
+  quill_tray_manager_create();
   takeLines();
-  quillTrayManagerSetMenuItemsJson(R"([{"id":"3","title":"三)"
-                                   "\xFF\",\"keyEquivalent\":\"Alt+3\"},{}]");
-  quillTrayManagerSetMenuItemsJson("[");
-  EXPECT_TRUE(desktop.choose("三\uFFFD")) << "a rejected text leaves the menu as it was";
-  quillTrayManagerOpenUrl("http://x/\xFF");
-  quillTrayManagerSetMenuPtr(nullptr);
-  EXPECT_THAT(desktop.urlsOpened, ElementsAre("http://x/%EF%BF%BD"));
-  EXPECT_THAT(told, ElementsAre("click", "3"));
-  EXPECT_THAT(takeLines(), ElementsAre("DEBUG 已设置快捷键：Alt+3 -> keyEquivalent: 3, modifiers: "
-                                       "NSEventModifierFlags(rawValue: 524288)",
-                                       "INFO 菜单已更新，菜单项数量: 1", "INFO 已设置菜单项数据，数量: 1",
+  quill_tray_manager_set_menu_items_json(R"([{"id":"3","title":"三)"
+                                         "\xFF\"},{}]");
+  quill_tray_manager_set_menu_items_json("[");
+  EXPECT_TRUE(memory::Desktop::current().choose("三\uFFFD")) << "a rejected text leaves the menu as it was";
+  quill_tray_manager_open_url("http://x/\xFF");
+  EXPECT_THAT(memory::Desktop::current().urlsOpened, ElementsAre("http://x/%EF%BF%BD"));
+  EXPECT_THAT(told, ElementsAre("3"));
+  EXPECT_THAT(takeLines(), ElementsAre("INFO 菜单已更新，菜单项数量: 1", "INFO 已设置菜单项数据，数量: 1",
                                        "ERROR 设置菜单项数据失败：JSON 解析失败", "INFO 已打开 URL: http://x/\uFFFD"));
 }
 

@@ -1,0 +1,118 @@
+// The exported functions. Each converts its arguments and calls an operation of TrayManager::shared() on the caller's
+// thread. Arguments that cannot be converted create no tray manager. No exception leaves a function.
+
+#include "quill_tray_manager.h"
+
+#include <span>
+#include <string>
+#include <utility>
+
+#include "decode_image.h"
+#include "library_call.h"
+#include "log.h"
+#include "menu_items_json.h"
+#include "report.h"
+#include "text.h"
+#include "tray_manager.h"
+
+using namespace quill;
+
+namespace {
+
+template <typename Body>
+void run(const Body& body) noexcept {
+  const LibraryCall call;
+  completes(body);
+}
+
+/// Calls an operation while holding a reference to the manager.
+template <typename... Parameters, typename... Arguments>
+void callShared(void (TrayManager::*operation)(Parameters...), Arguments&&... arguments) {
+  const auto manager = TrayManager::shared();
+  (manager.get()->*operation)(std::forward<Arguments>(arguments)...);
+}
+
+/// Calls an operation that the host may call on the main thread alone, so that the caller counts as that thread.
+template <typename... Parameters, typename... Arguments>
+void callSharedOnMainThread(void (TrayManager::*operation)(Parameters...), Arguments&&... arguments) {
+  Desktop::current().mainQueue().enter();
+  callShared(operation, std::forward<Arguments>(arguments)...);
+}
+
+/// Null and a negative count are no image.
+std::optional<Image> imageFromBytes(const uint8_t* bytes, intptr_t length) {
+  if (!bytes || length <= 0) return std::nullopt;
+  return decodeImage({bytes, static_cast<size_t>(length)});
+}
+
+void setMenuItems(const char* jsonData) {
+  if (!jsonData) return logError("[TrayManager] 设置菜单项数据失败：JSON 数据为空", kLogModule);
+  auto items = readMenuItems(utf8Text(jsonData));
+  if (!items) return logError("[TrayManager] 设置菜单项数据失败：JSON 解析失败", kLogModule);
+  const auto count = items->size();
+  callSharedOnMainThread(&TrayManager::setMenuItems, std::move(*items));
+  logInfo("[TrayManager] 已设置菜单项数据，数量: " + std::to_string(count), kLogModule);
+}
+
+void openUrl(const char* urlString) {
+  if (!urlString) return logError("[TrayManager] 打开 URL 失败：URL 字符串为空", kLogModule);
+  const auto text = utf8Text(urlString);
+  const auto url = parseUrl(text);
+  if (!url) return logError("[TrayManager] 打开 URL 失败：无效的 URL 字符串: " + text, kLogModule);
+  Desktop::current().openUrl(*url);
+  logInfo("[TrayManager] 已打开 URL: " + text, kLogModule);
+}
+
+}  // namespace
+
+void quill_tray_manager_create(void) {
+  run([] { callSharedOnMainThread(&TrayManager::createTray); });
+}
+
+void quill_tray_manager_set_main_icon(const uint8_t* iconData, intptr_t iconLength) {
+  run([=] {
+    if (const auto image = imageFromBytes(iconData, iconLength))
+      callSharedOnMainThread(&TrayManager::setMainIcon, *image);
+  });
+}
+
+void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength) {
+  run([=] {
+    if (const auto image = imageFromBytes(frameData, frameLength)) callShared(&TrayManager::addAnimationFrame, *image);
+  });
+}
+
+void quill_tray_manager_start_animation(void) {
+  run([] { callShared(&TrayManager::startAnimation); });
+}
+
+void quill_tray_manager_stop_animation(void) {
+  run([] { callShared(&TrayManager::stopAnimation); });
+}
+
+void quill_tray_manager_reset_animation(void) {
+  run([] { callShared(&TrayManager::resetAnimation); });
+}
+
+void quill_tray_manager_set_menu_ptr(const void* menuPtr) {
+  run([=] {
+    if (auto menu = Desktop::current().adoptMenu(menuPtr))
+      callSharedOnMainThread(&TrayManager::setMenu, std::move(menu));
+  });
+}
+
+void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback callback) {
+  run([=] { callShared(&TrayManager::setClickCallback, callback); });
+}
+
+void quill_tray_manager_set_menu_items_json(const char* jsonData) {
+  run([=] { setMenuItems(jsonData); });
+}
+
+void quill_tray_manager_set_menu_item_callback(quill_tray_manager_menu_item_callback callback) {
+  run([=] { callShared(&TrayManager::setMenuItemCallback, callback); });
+}
+
+void quill_tray_manager_open_url(const char* urlString) {
+  run([=] { openUrl(urlString); });
+}
