@@ -16,8 +16,8 @@ struct Shortcut {
   std::vector<std::string> unknownModifiers;  ///< trimmed, in upper case, in the order of the text
 };
 
-/// Parses parts joined by "+": modifier words, then the key. Empty if the key is empty. `text` is well-formed
-/// UTF-8. Independent of the locale.
+/// Parses parts joined by "+": modifier words, then the key. Returns nothing if the key is empty. `text` is well-formed
+/// UTF-8. The locale has no influence.
 std::optional<Shortcut> parseShortcut(std::string_view text);
 
 }  // namespace quill

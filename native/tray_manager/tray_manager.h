@@ -18,7 +18,7 @@ namespace quill {
 
 class TrayManager;
 
-/// Notified of left clicks after the host's callback. Main thread.
+/// Observes left clicks; called after the host's callback. Main thread.
 class TrayManagerDelegate {
  public:
   virtual ~TrayManagerDelegate() = default;
@@ -29,8 +29,8 @@ class TrayManagerDelegate {
 using ClickCallback = void (*)();
 using MenuItemCallback = void (*)(const char* identifier);
 
-/// Owns everything that the library shows in the bar. Its state has no lock and belongs to the main thread, where
-/// all operations but the animation's have to be called.
+/// Owns everything that the library shows in the bar. The manager has no lock: all operations but the animation's must
+/// be called on the main thread.
 class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager> {
  public:
   /// A menu item as the host describes it.
@@ -49,25 +49,25 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
 
   bool perform(Selector selector, const MenuItem* sender) override;
 
-  // The order of the virtual operations is fixed, so public and private ones alternate.
+  // The order of the virtual operations is fixed, so that public and private ones alternate.
 
  private:
   virtual void setupAnimatedView();
 
  public:
-  /// Puts a new item into the bar, in place of the earlier one, and chooses the tray menu.
+  /// Replaces the status item by a new one and chooses the tray menu.
   void createTray() override;
   /// Shows a template copy of `image`.
   void setMainIcon(const Image& image) override;
-  /// Makes a menu that the host built the tray menu and gives it the library's look.
+  /// Makes `hostMenu` the tray menu and gives it the library's look.
   void setMenu(std::shared_ptr<Menu> hostMenu) override;
-  /// Replaces the records. The menu is built now if there is a status item, else by createTray.
+  /// Replaces the records. Builds the menu if there is a status item; otherwise createTray builds it.
   virtual void setMenuItems(std::vector<MenuItemData> items);
   /// Null clears it.
   virtual void setMenuItemCallback(MenuItemCallback callback);
 
  private:
-  /// Gives `item` the key equivalent of `shortcut`; none if that has no key.
+  /// Sets the key equivalent of `item`, unless `shortcut` names no key.
   virtual void parseAndSetShortcut(const std::string& shortcut, MenuItem& item);
   virtual std::shared_ptr<Menu> createMenuFromData();
   /// Passes the chosen item's identifier to the host.
@@ -76,16 +76,16 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
  public:
   /// An empty menu with the look of the library's own menus.
   std::shared_ptr<Menu> createStandardMenu() override;
-  /// Settings and quit, for a host that gave no menu.
+  /// Settings and quit, for a host that set no menu.
   std::shared_ptr<Menu> createBasicMenu() override;
 
  private:
   virtual void quitApplication();
 
  public:
-  // The animation's operations may be called on any thread. The main thread does the work, and the caller waits.
+  // Any thread may call the animation's operations. The main thread does the work while the caller waits.
 
-  /// Appends a template copy of `image`, also to a running animation.
+  /// Appends a template copy of `image`, even while the animation runs.
   void addAnimationFrame(const Image& image) override;
 
  private:
@@ -101,7 +101,7 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
 
  public:
   void stopAnimation() override;
-  /// Stops, and forgets the frames.
+  /// Stops the animation and removes the frames.
   void resetAnimation() override;
 
  private:
@@ -113,14 +113,14 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
   void setClickCallback(ClickCallback callback) override;
 
  private:
-  /// A tick of the timer. Off the main thread it posts itself there.
+  /// A tick of the timer. On another thread it posts itself to the main thread.
   virtual void updateAnimation();
 
  protected:
   /// `desktop` must outlive the manager.
   explicit TrayManager(Desktop& desktop);
 
-  /// In two steps, as setupAnimatedView is an overridable operation.
+  /// Calls setupAnimatedView after the constructor, because a subclass may override it.
   template <typename Manager>
   static std::shared_ptr<Manager> make(Desktop& desktop) {
     struct Access : Manager {
@@ -132,7 +132,7 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
     return manager;
   }
 
-  // `menu` is only changed by replaceMenu.
+  // Only replaceMenu changes `menu`.
   std::shared_ptr<StatusItem> statusItem;
   std::optional<Image> mainIcon;
   const std::shared_ptr<View> animatedView;
@@ -153,13 +153,16 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
   std::shared_ptr<StatusBarButton> button() const;
   /// A template copy at the icon's size, prepared for the bar.
   Image templateCopy(const Image& image);
-  /// The application's; light without an application.
+  /// The application's appearance; light without an application.
   Appearance effectiveAppearance() const;
   /// Runs `body` on the main thread, then `afterwards` on the caller's (see MainQueue::run).
   void onMainThread(
       const std::function<void(TrayManager&)>& body, std::function<void()> afterwards = [] {});
   /// Changes `menu` and announces it to the bar.
   void replaceMenu(std::shared_ptr<Menu> replacement);
+
+  /// Calls the host and logs an exception, because the C event loop that called the manager cannot handle one.
+  static void callHost(const std::function<void()>& callback);
 
   Desktop& desktop_;
 };

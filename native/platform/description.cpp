@@ -1,4 +1,4 @@
-#include "log_text.h"
+#include "description.h"
 
 #include <cmath>
 #include <cstdint>
@@ -10,9 +10,9 @@ namespace quill {
 
 namespace {
 
-/// With as many decimal places as tell it from other numbers, at least one. std::to_chars would do, but needs macOS 13.
+/// The fewest decimal places, at least one, that read back to `value`. std::to_chars(double) needs macOS 13.3.
 std::string numberText(double value) {
-  constexpr double kEveryWholeNumber = 1e15;  // below which a double has them all
+  constexpr double kEveryWholeNumber = 1e15;  // a double holds each smaller whole number
   if (std::abs(value) < kEveryWholeNumber && std::trunc(value) == value) {
     return std::to_string(static_cast<std::int64_t>(value)) + ".0";
   }

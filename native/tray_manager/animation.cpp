@@ -1,7 +1,7 @@
 #include <utility>
 
+#include "description.h"
 #include "log.h"
-#include "log_text.h"
 #include "tray_manager.h"
 
 namespace quill {

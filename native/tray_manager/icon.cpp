@@ -1,6 +1,5 @@
 #include "description.h"
 #include "log.h"
-#include "log_text.h"
 #include "tray_manager.h"
 
 namespace quill {
