@@ -23,7 +23,8 @@ install(FILES ${PROJECT_BINARY_DIR}/quill_tray_manager-config.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
 install(FILES ${PROJECT_SOURCE_DIR}/README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs ${PROJECT_SOURCE_DIR}/examples  # one links to the other
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 # Relative to the file's own place, so that an installed tree can be moved.
 file(RELATIVE_PATH pkgconfig_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
