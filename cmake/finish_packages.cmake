@@ -13,4 +13,6 @@ endforeach()
 # `apt install *.deb` would find two versions of each package otherwise.
 file(GLOB older ${CPACK_PACKAGE_DIRECTORY}/*.deb)
 list(REMOVE_ITEM older ${CPACK_PACKAGE_FILES})
-file(REMOVE ${older})
+if(older)
+  file(REMOVE ${older})
+endif()
