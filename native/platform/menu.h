@@ -61,7 +61,7 @@ struct MenuItemLook {
 struct MenuItem : MenuItemLook {
   Action action;  ///< an item with an empty selector is shown disabled
   bool enabled = true;
-  std::any representedObject;  ///< tells the action which item it is
+  std::any representedObject;  ///< identifies the item for the action
   std::optional<AttributedTitle> attributedTitle;
   std::shared_ptr<Menu> submenu;
 
@@ -89,15 +89,15 @@ class Menu {
   double minimumWidth = 0.0;  ///< points
   std::optional<Appearance> appearance;
 
-  /// A copy of the current list. A host's menu may call the host for it, and the host any function of this
-  /// library: the caller holds a reference to the menu meanwhile.
+  /// A copy of the current list. A host's menu may call the host, and the host any function of this library. Therefore
+  /// the caller must hold a reference to the menu during the call.
   virtual Items items() const { return items_; }
   void addItem(std::shared_ptr<MenuItem> item) { items_.push_back(std::move(item)); }
 
   /// Called after items of a host's menu changed. One handler; empty for none.
   void setChangeHandler(std::function<void()> handler) { changeHandler_ = std::move(handler); }
 
-  /// Called after font, minimum width, appearance or attributed titles were set. A host's menu takes them over.
+  /// Called after font, minimum width, appearance or attributed titles were set. A host's menu applies them.
   virtual void lookChanged() {}
 
   virtual std::string description() const { return describeObject("Menu", this); }

@@ -84,8 +84,8 @@ class StatusBarButton : public View {
 class StatusItemPresenter {
  public:
   virtual ~StatusItemPresenter() = default;
-  /// Brings the bar up to date with the whole item. Called once a turn of the main loop, however many
-  /// settings changed.
+  /// Updates the bar from the whole item. Called once in an iteration of the main loop, however many settings have
+  /// changed.
   virtual void present(const StatusItem& item) = 0;
   /// Opens `menu` at a point of the button, whose origin is its upper left corner.
   virtual void popUp(const Menu& menu, Point at) = 0;
@@ -113,8 +113,8 @@ class StatusItem : public std::enable_shared_from_this<StatusItem> {
   /// Null for an item without a button.
   const std::shared_ptr<StatusBarButton>& button() const { return button_; }
 
-  /// Tells the bar which menu a right click opens, as many bars read a menu before anyone clicks. The
-  /// item follows the menu's changes. Null: none.
+  /// Announces the menu that a right click opens, because many bars read a menu before a click. The item follows the
+  /// menu's changes. Null for none.
   void announceMenu(std::shared_ptr<Menu> menu);
   const std::shared_ptr<Menu>& announcedMenu() const { return announcedMenu_; }
 

@@ -98,7 +98,7 @@ void DBusMenu::show(const Menu* menu) {
   const auto update = history_.setMenu(menu);
   if (!update.isNewLayout && update.changes.empty()) return;
   sd_bus* const bus = bus_.connection();
-  if (bus == nullptr) return;  // a panel that comes later reads everything
+  if (bus == nullptr) return;  // a panel that starts later reads everything
   if (update.isNewLayout) {
     sd_bus_emit_signal(bus, kPath, kMenuInterface, "LayoutUpdated", "ui", history_.revision(), MenuLayout::kRootId);
   } else {

@@ -12,14 +12,14 @@
 
 namespace quill::freedesktop {
 
-/// com.canonical.dbusmenu: a menu that panels read and show. The host is told of a choice after the panel has its
-/// answer, in a dispatch of its own; one choice in each turn of the main loop. Main thread.
+/// com.canonical.dbusmenu: a menu that panels read and show. A panel gets its reply before the host is called for a
+/// choice. The host is called for at most one choice in each iteration of the main loop. Main thread.
 class DBusMenu {
  public:
   static constexpr auto kPath = "/MenuBar";
 
-  /// The limit for the events of one call, and for the choices that wait. A call that goes beyond is refused as a
-  /// whole: a user makes one choice at a time.
+  /// The limit for the events of one call, and for the choices that wait. A call beyond the limit is rejected as a
+  /// whole, because a user makes one choice at a time.
   static constexpr std::size_t kMaxChoices = 1024;
 
   /// `takeToken` gives the token that the panel sent for the choice that it reports.
@@ -52,8 +52,8 @@ class DBusMenu {
   bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
   void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
 
-  /// Choices that the host has not been told of. They outlive this object: the host may replace its status item
-  /// meanwhile.
+  /// Choices for which the host has not been called yet. They outlive this object, because the host may replace its
+  /// status item in the meantime.
   struct Choices {
     struct Choice {
       std::shared_ptr<const MenuItem> item;

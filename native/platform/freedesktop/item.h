@@ -33,12 +33,12 @@ class Item {
   /// Copies what `item` shows, and signals what changed.
   void show(const StatusItem& item);
   void exportOn(sd_bus* bus);
-  /// Shows the item in the form for `panel` from now on. `folder` is where the panel finds icons as files; null for a
-  /// panel that reads pixels: many such panels show a broken image for a name that they cannot draw.
+  /// Shows the item in the form for `panel` from now on. `folder` is the place of icon files, or null for a panel that
+  /// reads pixels, because many such panels show a broken image for a name that they cannot draw.
   void setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder);
   /// Shows the icon in the tone for this bar from now on, and in pixels on a bar of other colours than the panel's.
   void setBar(const Bar& bar);
-  /// Has the panel paint an icon of its own colour anew.
+  /// Makes the panel paint an icon in its own colour again.
   void repaint();
   /// The activation token that the panel sent for the event that follows it.
   ActivationToken takeActivationToken() { return std::exchange(activationToken_, {}); }

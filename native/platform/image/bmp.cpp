@@ -120,8 +120,8 @@ class Bitmap {
     return {fields_[0].of(pixel, 0), fields_[1].of(pixel, 0), fields_[2].of(pixel, 0), fields_[3].of(pixel, 255)};
   }
 
-  /// An icon's mask, with one bit a pixel: a set bit makes the pixel transparent. It does not count, and may be
-  /// missing, if the icon has an alpha channel that is not all 0.
+  /// An icon's mask, one bit a pixel: a set bit makes the pixel transparent. If the icon has an alpha channel that is
+  /// not all 0, the mask is ignored and may be missing.
   bool readMask() {
     auto& rgba = pixels_->rgba;
     for (std::size_t i = 3; bits_ == 32 && i < rgba.size(); i += 4) {

@@ -18,8 +18,8 @@ namespace {
 /// Pixels of the longer side, whatever size the file names: enough for 22 points at four times the density.
 constexpr int kVectorSide = 88;
 constexpr std::size_t kMaxText = 1'048'576;  // bytes
-/// The library recurses into nested selectors and masks, of which the longest text can hold 200,000. Only what is used
-/// of the stack takes memory.
+/// librsvg recurses into nested selectors and masks; the longest text can hold 200,000 of them. Only the used part of
+/// the stack takes memory.
 constexpr std::size_t kStackSize = std::size_t{2} * 1024 * 1024 * 1024;
 
 /// Leaves out what could harm a host: filters start threads that stay and may never end, fonts print warnings, patterns

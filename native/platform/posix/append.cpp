@@ -17,11 +17,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr mode_t kReadableAndWritable = 0666;  // as far as the host's umask lets it
-// Others hold the lock for one write only, unless they are stopped meanwhile.
+// Another process holds the lock for one write only, unless it is stopped in between.
 constexpr std::chrono::seconds kLockTimeout{1};
 constexpr std::chrono::microseconds kFileLockRetry{100};
 
-// Removes the last `count` bytes, unless somebody without the lock has written behind them.
+// Removes the last `count` bytes, unless a process without the lock has written behind them.
 void cutOff(int file, off_t count) {
   const auto end = lseek(file, 0, SEEK_CUR);
   struct stat now {};

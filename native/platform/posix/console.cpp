@@ -76,7 +76,7 @@ Blockage& blockageOf(int file) {
   return *blockage();
 }
 
-/// Removes from `bytes` what was written, or everything if writing fails for good. False: the rest has to wait.
+/// Removes the written bytes from `bytes`, or all of them after a permanent failure. Returns false if the file is full.
 bool writeAll(int file, std::string_view& bytes) {
   while (!bytes.empty()) {
     const auto written = writeQuietly(file, bytes);
@@ -100,7 +100,7 @@ bool hasPrinted() {
 #endif
 }
 
-/// Writes what the host has printed. False: it has to wait, since flushing to a full non-blocking file would lose it.
+/// Flushes the host's own output. Returns false if the file is full and non-blocking, because a flush would lose bytes.
 bool flushHost(int file) {
   if (!hasPrinted()) return true;
   const bool mayRefuse = (fcntl(file, F_GETFL) & O_NONBLOCK) != 0;
@@ -109,9 +109,9 @@ bool flushHost(int file) {
   return true;
 }
 
-/// Writes the rest of a line that was partly written. False: it still has to wait.
+/// Writes the rest of a line that was partly written. Returns false if the file is still full.
 bool finishRest(int file) {
-  // The parent process's is left as it is: another thread may have been changing it.
+  // A parent's blockage is left as it is, because another thread may have been changing it.
   if (blockage() && !blockage()->isOwn()) static_cast<void>(blockage().release());
   if (blockage() && !blockage()->isOf(file)) blockage().reset();
   if (!blockage()) return true;
@@ -133,7 +133,7 @@ void Environment::writeConsole(std::string_view line) {
     return;
   }
   if (!finishRest(file) || !flushHost(file)) return;
-  // Not through the stream, which would be given an orientation and would keep the line if writing fails.
+  // Bypasses the stream, because a stream would get an orientation and would keep the line after a failure.
   auto left = line;
   if (writeAll(file, left)) {
     blockage().reset();

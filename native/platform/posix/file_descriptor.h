@@ -5,8 +5,8 @@
 
 namespace quill::posix {
 
-/// Owns what open(2) and the like returned, -1 included. It is moved away from the number of a standard stream, which
-/// the host may have closed but still writes to.
+/// Owns a descriptor, or -1. Moves it above the standard streams' numbers, because a host that has closed one may still
+/// write to its number.
 class FileDescriptor {
  public:
   explicit FileDescriptor(int number) : number_(number >= 0 && number <= STDERR_FILENO ? movedUp(number) : number) {}

@@ -4,9 +4,9 @@
 
 namespace quill::posix {
 
-/// Pages of the system for large objects that live briefly, such as decoded pictures: they are returned at
-/// once, while the allocator would keep them. Less than 64 KiB comes from the allocator. Throws
-/// std::bad_alloc. Any thread.
+/// Memory pages for large objects that live briefly, such as decoded pictures. Freed pages return to the system at
+/// once, while the allocator would keep them. Less than 64 KiB comes from the allocator. Throws std::bad_alloc. Any
+/// thread.
 std::pmr::memory_resource* pageMemory();
 
 }  // namespace quill::posix

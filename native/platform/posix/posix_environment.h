@@ -6,8 +6,8 @@
 
 namespace quill::posix {
 
-/// The environment of a POSIX process; the time zone comes from elsewhere. The log file may be shared with other
-/// processes: a write that falls short is taken back, and no line of theirs with it.
+/// The environment of a POSIX process; its user supplies the time zone. Other processes may append to the log file: a
+/// short write is cut off again without cutting off their lines.
 class Environment : public quill::Environment {
  public:
   /// Seconds east of UTC at an instant. Any thread.
@@ -16,7 +16,7 @@ class Environment : public quill::Environment {
   explicit Environment(UtcOffset utcOffset) : utcOffset_(std::move(utcOffset)) {}
 
   std::chrono::local_time<std::chrono::milliseconds> now() override;
-  /// To C's standard output, behind what the host has printed there. errno stays, and no signal is raised.
+  /// Writes to C's standard output, behind the host's own output. Keeps errno and raises no signal.
   void writeConsole(std::string_view line) override;
   std::string homeVariable() override;
   std::shared_ptr<SerialQueue> makeSerialQueue(std::string label) override;

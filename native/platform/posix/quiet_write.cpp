@@ -13,7 +13,8 @@ namespace quill::posix {
 namespace {
 
 #ifdef __APPLE__
-/// Calls while the file itself raises no SIGPIPE: there, a write's goes to the process, whatever this thread blocks.
+/// Calls while the file raises no SIGPIPE. macOS sends a write's SIGPIPE to the process, so that a thread cannot block
+/// it.
 template <typename Call>
 auto withoutSignals(int file, Call call) {
   const int before = fcntl(file, F_GETNOSIGPIPE);

@@ -7,8 +7,8 @@
 
 namespace quill::posix {
 
-// Neither raises SIGPIPE (no reader) or SIGXFSZ (the process's limit on file sizes). Handlers, and signals
-// that were pending before, stay untouched.
+// Neither raises SIGPIPE (no reader) or SIGXFSZ (the process's limit on file sizes). Signal handlers and signals that
+// are already pending are left as they are.
 
 /// write(2)
 ssize_t writeQuietly(int file, std::string_view bytes);

@@ -12,7 +12,7 @@ inline sigset_t signalSet(std::initializer_list<int> signals) {
   return set;
 }
 
-/// Changes the calling thread's signal mask as pthread_sigmask(3) does and restores it. errno stays.
+/// Changes the calling thread's signal mask as pthread_sigmask(3) does and restores it. Keeps errno.
 class SignalMask {
  public:
   SignalMask(int how, const sigset_t& signals) { pthread_sigmask(how, &signals, &before_); }

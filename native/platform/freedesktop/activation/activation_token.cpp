@@ -34,7 +34,7 @@ class Carried {
 void runInApplication(const ActivationToken& token, const std::function<void()>& work) {
   auto* const current = g_application_get_default();
   if (current == nullptr || g_application_get_is_registered(current) == FALSE) return work();
-  const auto application = holdObject(current);  // the host may release it meanwhile
+  const auto application = holdObject(current);  // the host may release it during the call
   GVariantDict data;
   g_variant_dict_init(&data, nullptr);
   g_variant_dict_insert(&data, "activation-token", "s", token.text().c_str());

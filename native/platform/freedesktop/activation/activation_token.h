@@ -8,7 +8,7 @@
 
 namespace quill::freedesktop {
 
-/// What a compositor gives for one input of the user. A window whose program shows it may come to the front.
+/// A compositor's proof of one input event. A program that presents the token may raise its window.
 class ActivationToken {
  public:
   /// Bytes; real tokens have a few dozen.
@@ -16,8 +16,8 @@ class ActivationToken {
 
   /// No token.
   ActivationToken() = default;
-  /// Nothing where `text` cannot be a token: it is longer than kMaxSize or holds a control character. An empty text
-  /// gives no token. `text` is UTF-8.
+  /// Returns nothing if `text` is longer than kMaxSize or holds a control character, because it cannot be a token then.
+  /// An empty text makes an empty token. `text` is UTF-8.
   static std::optional<ActivationToken> parse(std::string_view text);
   /// The token of the event that the calling thread handles. Any thread; only the main thread handles events.
   static ActivationToken current();
@@ -29,10 +29,10 @@ class ActivationToken {
   std::string text_;
 };
 
-/// Calls `work`, which handles an event of the user. Until `work` returns, toolkits find the event's token where they
-/// look for one: in the default GApplication's platform data, in GDK's display and in XDG_ACTIVATION_TOKEN. An event
-/// inside `work` has its own token or none, and the outer event's token is back afterwards. Without a token this only
-/// calls `work`. `work` must not throw. Main thread.
+/// Calls `work`, which handles an event of the user. During the call, toolkits find the event's token in three places:
+/// the platform data of the default GApplication, GDK's display, and XDG_ACTIVATION_TOKEN. An event inside `work` sets
+/// its own token or none; afterwards the outer event's token is restored. Without a token this function only calls
+/// `work`. `work` must not throw. Main thread.
 void runWithActivationToken(const ActivationToken& token, const std::function<void()>& work);
 
 }  // namespace quill::freedesktop

@@ -45,7 +45,7 @@ void placeVariable() {
   char** current = process.load(std::memory_order_acquire);
   while (lists.empty() || current != lists.back().data()) {
     lists.push_back(withVariableAtEnd(current));
-    // Fails where another thread has replaced the list meanwhile.
+    // Fails if another thread has replaced the list in between.
     if (process.compare_exchange_strong(current, lists.back().data())) return;
     lists.pop_back();
   }

@@ -14,8 +14,8 @@ struct LibraryClose {
 
 }  // namespace
 
-// GDK is found through its class: a library or an interpreter may have loaded it where dlsym(RTLD_DEFAULT) finds
-// nothing, and it is never loaded from here.
+// Finds GDK through its class, because an interpreter may have loaded GDK where dlsym(RTLD_DEFAULT) finds nothing. The
+// library never loads GDK itself.
 void giveTokenToGdk(const char* token) {
   const GType type = g_type_from_name("GdkWaylandDisplay");
   gpointer const displayClass = type != G_TYPE_INVALID ? g_type_class_peek(type) : nullptr;

@@ -26,7 +26,7 @@ bool connectTo(int socket, std::string_view path) {
   return connect(socket, reinterpret_cast<const sockaddr*>(&place), sizeof place) == 0;
 }
 
-/// Connected to the first of an address's paths that takes a connection; -1: none does.
+/// Returns a socket connected to the first of the address's paths that accepts a connection, or -1.
 int connectedSocket(const std::string& address) {
   const int socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
   if (socket < 0) return -1;
@@ -76,8 +76,9 @@ int BusHandshake::finish(std::chrono::milliseconds timeout) {
   return result;
 }
 
-// sd-bus cannot start after a handshake. So it makes one with a pair of sockets, in which the answers lie ready; then
-// the connection takes the place of sd-bus's socket, before the first message.
+// sd-bus insists on a handshake of its own. It runs that handshake against one end of a socket pair, in which the
+// server's replies lie ready. Then dup3(2) puts the real connection in the place of sd-bus's descriptor, before the
+// first message.
 int BusHandshake::start(sd_bus* bus) {
   std::array<int, 2> pair{};
   if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0, pair.data()) < 0) return -errno;

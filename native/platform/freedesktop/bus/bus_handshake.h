@@ -9,11 +9,11 @@
 
 namespace quill::freedesktop {
 
-/// A connection to the bus behind a sandbox's filter, up to the first message. sd-bus sends its handshake at once,
-/// without waiting for answers, which xdg-dbus-proxy refuses before its version 0.1.6. Any thread, one at a time.
+/// A connection to the bus behind a sandbox's filter, up to the first message. sd-bus sends its whole handshake at
+/// once; xdg-dbus-proxy before 0.1.6 rejects that. Any thread, one at a time.
 class BusHandshake {
  public:
-  /// Connects to the first socket that takes a connection now, and asks to be let in. Never waits.
+  /// Connects to the first socket that accepts a connection now, and sends the request to authenticate. Never blocks.
   explicit BusHandshake(const std::string& address);
 
   bool isConnected() const { return socket_.isOpen(); }
@@ -23,8 +23,8 @@ class BusHandshake {
   int advance();
   /// The same, waiting for them.
   int finish(std::chrono::milliseconds timeout);
-  /// Starts `bus`, which has no address, on this connection once the answers are complete. Returns what sd_bus_start
-  /// does.
+  /// Starts `bus`, which has no address, on this connection. Call it once the replies are complete. Returns the result
+  /// of sd_bus_start.
   int start(sd_bus* bus);
 
  private:

@@ -8,7 +8,7 @@
 
 namespace quill::freedesktop {
 
-/// Fills a message. The first failure is kept, and what comes after it is left out.
+/// Fills a message. Keeps the first failure and ignores all further calls after it.
 class MessageWriter {
  public:
   explicit MessageWriter(sd_bus_message* message) : message_(message) {}

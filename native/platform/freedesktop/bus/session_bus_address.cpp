@@ -21,7 +21,7 @@ std::string_view takePart(std::string_view& text, char separator) {
   return part;
 }
 
-/// Empty for a wrong escape. GLib, whose allocator a fork may find locked, is asked only where there is an escape.
+/// Returns empty for a malformed escape. Calls GLib only for an escape, because a fork may find its allocator locked.
 std::optional<std::string> unescapedValue(std::string_view value) {
   if (value.find('%') == std::string_view::npos) return std::string(value);
   const GCharPointer text(g_uri_unescape_segment(value.data(), value.data() + value.size(), nullptr));
@@ -35,8 +35,8 @@ std::optional<std::string> runtimeBusAddress() {
   return std::string("unix:path=") + GCharPointer(g_dbus_address_escape_value((*directory + "/bus").c_str())).get();
 }
 
-/// One alternative of an address as sd-bus takes it; empty for one that it does not take. sd-bus itself tells that only
-/// when it connects, and then of all alternatives at once.
+/// Returns one alternative of an address in a form that sd-bus accepts, or empty if sd-bus would reject it. sd-bus
+/// itself reports a malformed alternative only on connecting, and then for the address as a whole.
 std::optional<std::string> usableAlternative(std::string_view alternative) {
   constexpr std::string_view kTransport = "unix:";
   constexpr std::size_t kGuidDigits = 32;

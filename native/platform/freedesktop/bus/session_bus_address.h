@@ -6,8 +6,8 @@
 
 namespace quill::freedesktop {
 
-/// Where the session bus listens, as the environment says now; empty where it names none that can be connected to
-/// without waiting: other transports than "unix:" look up host names or start programs. Any thread.
+/// The session bus's address, as the environment names it now. Empty if the environment names no address that can be
+/// connected to without blocking: other transports than "unix:" look up host names or start programs. Any thread.
 std::optional<std::string> sessionBusAddress();
 
 /// The paths of an address's alternatives that begin with one. Any thread.

@@ -13,8 +13,8 @@ struct Accelerator {
   ModifierFlags modifiers;
 };
 
-/// Reads texts such as "<Primary><Shift>k". No key where the text is malformed or holds a modifier
-/// that a menu item cannot carry.
+/// Reads texts such as "<Primary><Shift>k". Returns no key for malformed text and for a modifier that a menu item
+/// cannot carry.
 Accelerator parseAccelerator(std::string_view text);
 
 }  // namespace quill::freedesktop

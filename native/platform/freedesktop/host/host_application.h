@@ -4,13 +4,13 @@
 
 namespace quill::freedesktop {
 
-/// Identifies this application, the same in every run: the default GApplication's id, else the program's name, else the
-/// executable's. Main thread.
+/// Returns an id of this application that is the same in every run: the default GApplication's id, otherwise the
+/// program's name, otherwise the executable's. Main thread.
 std::string hostId();
 /// The application's name for people; well-formed UTF-8. Main thread.
 std::string hostName();
-/// Asks the application to end, in the way it offers: its own `quit` action, its quit, or the
-/// signal that it can handle. It may refuse.
+/// Asks the application to quit in the first way that exists: its `quit` action, g_application_quit(), or a signal that
+/// it can handle. The application may refuse.
 void terminateHost();
 
 }  // namespace quill::freedesktop

@@ -11,10 +11,10 @@ namespace quill::freedesktop {
 namespace {
 
 constexpr Selector kActivate = "activate:";
-/// Limits for models that hold each other; what lies deeper or comes later is left out.
+/// Limits for models that contain each other; deeper and further items are left out.
 constexpr int kMaxDepth = 32;
 constexpr int kMaxItems = 100'000;
-/// Reads inside one read: without a limit, an object that has its menu read whenever it is asked would never end.
+/// The limit for reads inside a read. A model whose getter makes the library read again would recurse forever.
 constexpr int kMaxReads = 16;
 /// Characters that end the name in a detailed action name, "name::target" or "name(target)".
 constexpr std::string_view kNameEnds = " :()";
@@ -54,11 +54,11 @@ std::string detailedName(const std::string& action, GVariant* target) {
 
 struct ActionState {
   bool isThere = false;
-  bool isUsable = false;  ///< enabled, and takes the target that it would get
+  bool isUsable = false;  ///< enabled, and accepts the item's target
   VariantPointer state{};
 };
 
-/// An application takes no questions about its actions before it is registered.
+/// A GApplication must not be queried for actions before it is registered.
 bool isUnregistered(GActionGroup* group) {
   return G_IS_APPLICATION(group) && g_application_get_is_registered(G_APPLICATION(group)) == FALSE;
 }
@@ -106,8 +106,8 @@ class HostMenu::Builder {
  private:
   void addTo(Items& items, GMenuModel* model, int depth) {
     follow(model, {"items-changed"});
-    bool needsSeparator = false;  // before whatever comes next
-    // The count is asked each time: the host may have taken items away while it was asked about the one before.
+    bool needsSeparator = false;  // before the next item
+    // Queries the count each time, because the host may have removed items during the previous query.
     for (int index = 0; depth < kMaxDepth && index < g_menu_model_get_n_items(model); ++index) {
       if (++visited_ > kMaxItems) return;
       const ObjectPointer<GMenuModel> section(g_menu_model_get_item_link(model, index, G_MENU_LINK_SECTION));
@@ -136,7 +136,7 @@ class HostMenu::Builder {
     const auto action = stringAttribute(model, index, G_MENU_ATTRIBUTE_ACTION);
     const VariantPointer target(g_menu_model_get_item_attribute_value(model, index, G_MENU_ATTRIBUTE_TARGET, nullptr));
     const ObjectPointer<GMenuModel> submenu(g_menu_model_get_item_link(model, index, G_MENU_LINK_SUBMENU));
-    // From here on other objects are asked, and the host may remove the item meanwhile.
+    // From here on the reader queries other objects, and the host may remove the item.
     if (submenu) {
       Items items;
       addTo(items, submenu.get(), depth + 1);
@@ -197,7 +197,7 @@ std::shared_ptr<HostMenu> HostMenu::adopt(const void* menu, std::shared_ptr<Host
 Menu::Items HostMenu::items() const {
   const bool isCurrent = !isOutdated_ && lastRead_ == readsBegun_;
   if (isCurrent || reads_->total >= kMaxReads) return built_;
-  const auto self = std::const_pointer_cast<HostMenu>(shared_from_this());  // the host may replace it meanwhile
+  const auto self = std::const_pointer_cast<HostMenu>(shared_from_this());  // the host may replace it during the call
   const Reading reading(*reads_);
   isOutdated_ = false;
   const auto number = ++readsBegun_;

@@ -14,15 +14,15 @@
 
 namespace quill::freedesktop {
 
-/// Counts nested reads of host menus: a host's object may have a menu read while it is asked something. Main thread.
+/// Guards against recursion: while the library queries a host's menu, the host may trigger another read. Main thread.
 struct HostMenuReads {
   int depth = 0;
   int total = 0;  ///< since the outermost one began
 };
 
-/// A host's GMenuModel as a tray menu. It holds the model, follows it and the actions that its items name, and
-/// activates those. The host's objects may call anything of the library whenever they are asked something, told
-/// something or let go. Main thread.
+/// A host's GMenuModel as a tray menu. It holds a reference to the model, follows the model and its actions, and
+/// activates the actions. Each call of a host's object may call any function of this library, even the release of its
+/// last reference. Main thread.
 class HostMenu : public Menu, public Responder, public std::enable_shared_from_this<HostMenu> {
  public:
   /// Null for a null pointer and for an object that is no GMenuModel. `reads` is shared by all menus of a desktop.

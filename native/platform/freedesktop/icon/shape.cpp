@@ -16,15 +16,15 @@ namespace {
 constexpr int kMargin = 3;
 /// Below this fraction of the strongest opacity, 1/16, a pixel does not count as touching the margin.
 constexpr int kFaintest = 16;
-/// The strongest pixel of a shape, however faint on purpose, is brought up to this, so that its fill or its outline has
-/// 3 : 1 on a bar of any grey, in either tone.
+/// The least opacity of a shape's strongest pixel. With it, the fill or the outline has a contrast of 3 : 1 on a bar of
+/// any grey, in either tone.
 constexpr std::uint8_t kMinStrongest = 197;
 /// A shape up to this side is not reduced.
 constexpr int kMaxKeptSide = 128;
 
 constexpr std::size_t kSide = kLargeSide;
-/// Edges of target pixels are counted in these parts of a source pixel. Sums of integers are exact, so mirror images
-/// give mirror images, on any processor.
+/// The unit of target pixels' edges, as parts of a source pixel. Sums of integers are exact, so that mirrored shapes
+/// give mirrored icons on any processor.
 constexpr std::int64_t kUnits = 4096;
 /// What one opacity level counts in the resampled picture.
 constexpr std::uint64_t kLevel = 256;
@@ -96,8 +96,8 @@ Levels halved(const Levels& levels) {
   return small;
 }
 
-/// Scales the opacities so that the strongest becomes as strong as in the source: hairlines, which resampling weakens,
-/// gain; soft edges stay soft.
+/// Scales the opacities so that the strongest becomes as strong as in the source. Hairlines, which resampling weakens,
+/// get stronger; soft edges stay soft.
 Coverage strengthened(const Levels& levels, std::uint8_t strongestOfSource) {
   const auto strongest = *std::ranges::max_element(levels);
   const std::uint32_t wanted = std::max(strongestOfSource, kMinStrongest);
@@ -111,7 +111,7 @@ Coverage strengthened(const Levels& levels, std::uint8_t strongestOfSource) {
 
 std::uint8_t strongestOf(const Shape& shape) { return *std::ranges::max_element(shape.alpha); }
 
-/// From the centre to the side that the shape comes closest to, in halves of a source pixel.
+/// The largest distance between the centre and an edge of the shape, in halves of a source pixel.
 int reachOf(const Shape& shape) {
   const int least = std::max(1, strongestOf(shape) / kFaintest);
   const auto isSeen = [least](std::uint8_t alpha) { return alpha >= least; };

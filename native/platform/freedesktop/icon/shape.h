@@ -28,11 +28,11 @@ Shape reduced(Shape shape);
 /// How much of each pixel of a square is covered, 0 to 255, rows from the top.
 using Coverage = std::vector<std::uint8_t>;
 
-/// The shape in a square of 44 pixels, aspect ratio kept, centred. The strongest pixel is as strong as the source's,
-/// and 197 at least. Empty for an empty shape.
+/// Fits the shape into a square of 44 pixels, centred, with its aspect ratio. The strongest pixel is as strong as the
+/// source's, and at least 197. Empty for an empty shape.
 Coverage shapeCoverage(const Shape& shape);
 
-/// The same in both sizes, with room for an outline: a shape that comes nearer to the edge than 1.5 of 22 pixels is
+/// The same in both sizes, with room for an outline. A shape that comes nearer to the edge than 1.5 of 22 pixels is
 /// shrunk about the centre.
 struct FramedCoverage {
   Coverage small;

@@ -19,8 +19,8 @@ constexpr std::string_view kTwoTones =
     R"("><style type="text/css">.ColorScheme-Text { color:#ffffff; }.ColorScheme-Background { color:#000000; }</style>)";
 constexpr std::string_view kPath = R"(<path class="ColorScheme-Text" fill="currentColor" fill-opacity=")";
 
-/// The stroke around the shape lies half beneath it: 1.5 of 22 pixels are seen, of which a panel that scales the icon
-/// down to 16 leaves one.
+/// Half of the stroke lies beneath the shape, so that 1.5 of 22 pixels are visible. A panel that scales the icon down
+/// to 16 pixels leaves one of them.
 constexpr std::string_view kOutline =
     R"(<path class="ColorScheme-Background" fill="currentColor" stroke="currentColor" stroke-linejoin="round" )"
     R"(stroke-width=")";
@@ -30,9 +30,9 @@ constexpr int kOutlined = 96;
 /// In 44ths of the icon.
 constexpr int kMaxMargin = 4;
 
-/// One layer of the picture: every pixel covered at least this much is painted once more, so strongly
-/// that all layers up to it together give the level's opacity. Layers lie on one another rather than
-/// side by side: two neighbours that each half-cover a pixel would let the bar through at their seam.
+/// One layer of the picture paints every pixel with at least this coverage once more. The opacity is such that all
+/// layers up to this one together give the level's opacity. The layers overlap, because between neighbours that each
+/// half-cover a pixel the bar would show through.
 struct Layer {
   int leastCoverage;
   std::string_view opacity;
@@ -104,7 +104,7 @@ class ContourTracer {
   std::vector<bool> walked_;
 };
 
-/// How many rows and columns of each side have nothing to draw, up to what hosts are asked to leave free.
+/// The number of empty rows and columns at each side, at most the margin that hosts should leave free.
 int unusedMargin(const Coverage& coverage) {
   int margin = kMaxMargin;
   for (int i = 0; i < kLargeSide * kLargeSide; ++i) {

@@ -7,8 +7,8 @@
 namespace quill::freedesktop {
 namespace {
 
-/// In 22nds of the icon, and of 255. A thinner or fainter outline has less than 3 : 1 on a bar of middling grey or blue
-/// once a panel has scaled the icon to 16 pixels. A stronger one looks like a sticker.
+/// In 22nds of the icon, and of 255. A thinner or fainter outline has a contrast below 3 : 1 on a middling grey or blue
+/// bar once a panel has scaled the icon to 16 pixels. A stronger one looks like a sticker.
 constexpr double kOutlineWidth = 1.5;
 constexpr int kOutlineOpacity = 204;
 /// The area, in squares of the outline's width, of the smallest opening that shows the bar.
@@ -67,8 +67,8 @@ class Painter {
     }
   }
 
-  /// Fills the enclosed openings that the outline left only a speck or a sliver of. A counter in the outline's tone
-  /// reads well against the fill; a speck of the bar's colour in it does not.
+  /// Fills the enclosed openings of which the outline leaves only a speck or a sliver. A counter in the outline's tone
+  /// reads well against the fill; a speck of the bar's colour does not.
   void closeSmallOpenings() {
     const double minArea = kMinOpening * radius() * radius() * 255.0;
     std::vector<bool> isVisited(outline_.size());

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "image.h"
-#include "two_tone_icon.h"
 #include "shape.h"
+#include "two_tone_icon.h"
 
 namespace quill::freedesktop {
 
@@ -18,7 +18,7 @@ class IconRendering : public Picture {
   const std::vector<IconPixels>& sizes() const { return sizes_; }
   /// For panels that paint the icon in their own colour.
   const Shape& shape() const { return shape_; }
-  /// Whether nobody could tell the two apart in a bar.
+  /// Whether both have the same pixels.
   bool looksLike(const IconRendering& other) const { return sizes_ == other.sizes_; }
 
  private:

@@ -12,7 +12,7 @@ struct SourceEnd {
     g_source_unref(source);
   }
 };
-/// A source that leaves its main context when the handle goes, also from inside its own dispatch.
+/// A source that the handle removes from its main context, even during the source's own dispatch.
 using SourceHandle = std::unique_ptr<GSource, SourceEnd>;
 /// The ready time of a source that has none.
 constexpr gint64 kNever = -1;

@@ -24,8 +24,8 @@ struct VariantUnref {
 };
 using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
 
-/// A signal handler that ends with this object, which holds a reference to the sender. Both its beginning and its end
-/// may call the host, which may watch references or see the last one go.
+/// A signal handler that this object disconnects. The object holds a reference to the sender. Connecting and
+/// disconnecting may call the host, because the host may watch its objects' references.
 class SignalConnection {
  public:
   SignalConnection(gpointer sender, const char* signal, GCallback handler, gpointer data)

@@ -10,7 +10,7 @@
 
 namespace quill::freedesktop {
 
-/// Where a panel tells what its bar is like. Main thread.
+/// The source of a bar's colours. Main thread.
 class BarSource {
  public:
   using Told = std::function<void(const Bar&)>;
@@ -35,7 +35,7 @@ struct BarReading {
 /// Waits for a disk or a display, so each call is made on a thread of its own; one call at a time.
 using ReadBar = std::function<BarReading()>;
 
-/// Reads the bar, and reads it again when the last reading's descriptor is readable. `read` may be empty: it tells
+/// Reads the bar, and reads it again whenever the last reading's descriptor becomes readable. An empty `read` reports
 /// nothing.
 std::unique_ptr<BarSource> makeReadBar(GlibMainQueue& queue, BarSource::Told told, ReadBar read);
 

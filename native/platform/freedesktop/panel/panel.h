@@ -26,10 +26,10 @@ struct PanelName {
 /// The tone of an icon's fill; its outline has the other one.
 enum class Tone { white, black };
 
-/// Where a panel tells how light its bar is.
+/// The place from which a bar's colours can be read.
 enum class ToneSource { none, xfconf, lxqtTheme, trayColours };
 
-/// The bar under an icon, as far as the panel tells.
+/// The bar under an icon, as far as the panel reports it.
 struct Bar {
   Tone tone = Tone::white;        ///< the tone with more contrast on the bar
   bool isOfOtherColours = false;  ///< the user chose its background against the theme, so that the panel's own colour
@@ -46,14 +46,14 @@ struct Panel {
   const char* program = nullptr;     ///< the file name of the process's program; null: it does not tell
   IconForm icon = IconForm::pixels;
   bool animatesPixels = false;  ///< while an animation plays, pixels cost the panel less
-  /// The panel paints an icon of its own colour anew only when the name or the path of the icon differs.
+  /// The panel paints an icon in its own colour again only if the icon's name or path differs.
   bool keepsPaintedIcon = false;
-  Tone tone = Tone::white;  ///< of a bar that is not told
+  Tone tone = Tone::white;  ///< of a bar that is unknown
   ToneSource toneSource = ToneSource::none;
   Underscores underscores = Underscores::all;
-  /// Match rules for the signals that the panel's colours changed. None: the panel paints icons anew by itself.
+  /// Match rules for the signals of changed colours. None if the panel paints icons again by itself.
   std::array<const char*, 2> themeSignals{};
-  /// When to have the icon painted anew after such a signal, in order; 0: not.
+  /// The delays, in order, after which the panel must paint the icon again; 0 for none.
   std::array<std::chrono::milliseconds, 2> repaints{};
 };
 

@@ -49,8 +49,8 @@ std::uint32_t processIn(sd_bus_message* reply) {
   return process;
 }
 
-/// Whether the process runs `program`, by its name or its executable: xfce4-panel gives its plugins' processes other
-/// names. Always false in a sandbox, which sees its own processes only.
+/// Whether the process runs `program`, by its name or its executable, because xfce4-panel renames its plugins'
+/// processes. Always false in a sandbox, which sees its own processes only.
 bool runs(std::uint32_t process, std::string_view program) {
   if (process == 0 || isSandboxed()) return false;
   const std::filesystem::path directory = "/proc/" + std::to_string(process);
@@ -70,8 +70,8 @@ Registration::Registration(GlibMainQueue& queue, const char* path, std::function
 
 void Registration::follow(sd_bus* bus) {
   bus_ = bus;
-  // The match comes first, so that no change is missed between the answer and the first signal. A failure to send
-  // either is the connection's, which is then lost and made anew.
+  // The match precedes the query, so that no change is missed between the reply and the first signal. If sending either
+  // fails, the connection is broken and is made again.
   sd_bus_add_match_async(bus, nullptr, kOwnerChange, call<&Registration::onOwnerChange>, nullptr, this);
   ownerQuery_ = ask(bus, kOwnerOf, kWatcher, call<&Registration::onOwner>, this);
 }

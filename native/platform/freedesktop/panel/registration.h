@@ -13,12 +13,12 @@
 
 namespace quill::freedesktop {
 
-/// Registers an object as a status item with the watcher: with each new owner of the watcher's name, and again a few
-/// times while that owner answers with an error. Main thread.
+/// Registers an object as a status item with each new owner of the watcher's name. Retries a few times if the owner
+/// replies with an error. Main thread.
 class Registration {
  public:
-  /// `path` is the object's, a string literal. `found` is called before the item is registered with a new watcher, with
-  /// the panel that the watcher belongs to.
+  /// `path` is the object's, a string literal. Calls `found` with the panel that the watcher belongs to, before
+  /// registering the item with a new watcher.
   Registration(GlibMainQueue& queue, const char* path, std::function<void(const Panel&)> found);
   Registration(const Registration&) = delete;
   Registration& operator=(const Registration&) = delete;

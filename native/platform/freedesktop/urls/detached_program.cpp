@@ -25,7 +25,7 @@ std::vector<char*> terminated(const std::vector<std::string>& texts) {
   return pointers;
 }
 
-// What follows runs in the new process, in which a lock that another thread held stays locked: nothing may allocate.
+// The functions below run in the new process. They must not allocate, because another thread's locks are taken forever.
 
 /// Closes all descriptors but the standard streams when the process executes a program.
 void closeOthersOnExec() {
@@ -76,8 +76,8 @@ Inheritance Inheritance::now(std::shared_ptr<const Variables> latest) {
 bool startDetached(const Program& program, const Inheritance& inheritance) {
   const auto arguments = terminated(program.arguments);
   auto environment = terminated(*inheritance.environment);
-  // A process in between, which ends at once and leaves the program an orphan. Without a signal its end is hidden from
-  // the host's SIGCHLD handler and waitpid(-1); posix_spawn would show the host a child.
+  // An intermediate process ends at once and leaves the program an orphan. Without an exit signal, the host's SIGCHLD
+  // handler and waitpid(-1) do not see it; posix_spawn(3) would show the host a child.
   auto middle = static_cast<pid_t>(syscall(SYS_clone, 0, nullptr, nullptr, nullptr, nullptr));
   // qemu-user and some containers refuse a clone without a signal. There the host sees a child that ends.
   if (middle < 0) middle = _Fork();

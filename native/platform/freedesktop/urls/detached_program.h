@@ -10,8 +10,8 @@ namespace quill::freedesktop {
 /// Variables of the environment, as "NAME=value".
 using Variables = std::vector<std::string>;
 
-/// What a child of the calling thread would inherit now; the host may change it before the child starts. Without the
-/// variable of an activation token, which another thread may be filling.
+/// The attributes that a child of the calling thread would inherit now; the host may change them before the child
+/// starts. The variable of an activation token is left out, because another thread may be writing it.
 struct Inheritance {
   /// Uses `latest`, a copy of the environment or null, if nothing changed since.
   static Inheritance now(std::shared_ptr<const Variables> latest);
@@ -25,10 +25,10 @@ struct Program {
   bool isQuiet = false;                // its output is discarded
 };
 
-/// Starts a program that is no child of this process: nothing to wait for, no SIGCHLD. The program has a session of its
-/// own, reads nothing from standard input and inherits no descriptor but standard output and error. Returns false if
-/// the system refuses a process; a program that cannot be executed is no failure. Any thread; meant for one that blocks
-/// all signals.
+/// Starts a program that is no child of this process, so that the host sees no SIGCHLD. The program leads a session of
+/// its own, reads nothing from standard input and inherits only standard output and error. Returns false if the system
+/// refuses a process. A program that cannot be executed is no failure. Any thread; meant for a thread that blocks all
+/// signals.
 bool startDetached(const Program& program, const Inheritance& inheritance);
 
 }  // namespace quill::freedesktop

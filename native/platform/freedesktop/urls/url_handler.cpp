@@ -74,7 +74,7 @@ std::vector<std::string> commandLine(GDesktopAppInfo* info, const Url& url, cons
   return arguments;
 }
 
-/// The bus name under which an application takes URLs, if its desktop file says that it does: the file's own name.
+/// The bus name under which an application accepts URLs. A desktop file with that ability has the bus name as its name.
 std::string busName(GDesktopAppInfo* info) {
   if (g_desktop_app_info_get_boolean(info, "DBusActivatable") == FALSE) return {};
   auto name = std::filesystem::path(orEmpty(g_desktop_app_info_get_filename(info))).stem().string();

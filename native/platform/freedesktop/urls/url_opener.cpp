@@ -83,7 +83,8 @@ bool openOverBus(sd_bus* bus, const std::string& name, const Url& url, const Act
     return sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
                               nullptr, nullptr, types, arguments...) >= 0;
   };
-  // The bus drops a message that waits for a program's start when the sender goes, so the program must run first.
+  // The bus drops a message that waits for a program's start if the sender disconnects. Therefore start the program
+  // first.
   if (!askBus("GetNameOwner", "s", name.c_str()) && !askBus("StartServiceByName", "su", name.c_str(), 0)) return false;
   auto path = "/" + name;
   std::replace(path.begin(), path.end(), '.', '/');

@@ -8,10 +8,10 @@
 
 namespace quill::freedesktop {
 
-/// Opens URLs in the user's default handlers, one after the other, on a thread of its own: finding a handler reads
-/// files. A URL for an application on the bus gets a thread until that application runs, one for each application. A
-/// process that exits waits for these threads as for its log. GIO finds the handler but does not start it: GIO would
-/// keep a connection to the session bus, whose end ends the process. Any thread.
+/// Opens URLs in the user's default handlers, one after the other, on a thread of its own, because finding a handler
+/// reads files. Each application on the bus has a further thread until the application runs. A process that exits waits
+/// for these threads, as for its log. GIO finds the handler but does not start it, because GIO would keep a connection
+/// to the session bus and end the process when that connection closes. Any thread.
 class UrlOpener {
  public:
   /// URLs that may wait; a further one is not opened and logs an error line.
