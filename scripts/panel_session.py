@@ -168,16 +168,16 @@ class PanelSession:
         """Ends every process that was started in this session, by it or by others, and removes its files."""
         self.screen.stop()
         for end in (signal.SIGTERM, signal.SIGKILL):
-            for pid in self._processes():
+            for pid in self.processes():
                 with contextlib.suppress(ProcessLookupError):
                     os.kill(pid, end)
             with contextlib.suppress(TimeoutError):
-                wait_for(lambda: not self._processes(), "end of the session", 2)
+                wait_for(lambda: not self.processes(), "end of the session", 2)
         for child in self._children:
             child.wait()
         shutil.rmtree(self.directory, ignore_errors=True)
 
-    def _processes(self):
+    def processes(self):
         """Processes that carry this session's runtime directory in their environment; zombies carry nothing."""
         mark = b"XDG_RUNTIME_DIR=" + str(self.directory / "run").encode() + b"\0"
         found = []
@@ -310,8 +310,8 @@ class PanelSession:
 
     def menu_box(self, picture):
         """What covers the desktop, if it is large enough for a menu."""
-        box = changed_box(self.empty, picture, self.desk)
-        if box and self.panel.menu_hides_icon:
+        box, over_bar = (changed_box(self.empty, picture, place) for place in (self.desk, self.bar))
+        if box and over_bar and (box.left, box.right) == (over_bar.left, over_bar.right):  # the menu covers both
             box = changed_box(self.empty, picture)
         return box if box and box.height >= 20 and box.width >= 20 else None
 

@@ -31,7 +31,6 @@ class Panel:
     started: Callable = lambda session: None  # what is left to do once the watcher is there
     refuses_root: bool = False
     menu_button: int = RIGHT  # opens the item's menu; where it is LEFT, no click reaches the host
-    menu_hides_icon: bool = False  # the menu opens over the bar
     has_system_bus: bool = False  # asks for one, and gets one on which there is nobody
 
     @property
@@ -210,7 +209,6 @@ PANELS = {
         themes=("dark", "light"),
         switch_theme=switch_xfce,
         menu_button=LEFT,
-        menu_hides_icon=True,
         handle=1,
         watcher=[INDICATORS],
     ),
