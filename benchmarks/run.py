@@ -17,7 +17,7 @@ from collections import defaultdict
 from dataclasses import dataclass
 
 from PIL import Image, ImageDraw
-from session import Session
+from session import PanelSession, Session, task_files
 
 OURS, BARE, QT, APPINDICATOR, SPDLOG, WRITE = "ours", "bare sd-bus", "Qt 6", "appindicator", "spdlog", "write(2) alone"
 ITEMS = {OURS: "quill", BARE: "bare", QT: "qt", APPINDICATOR: "appindicator"}
@@ -101,6 +101,27 @@ class Benchmark:
             rows += against(text, cost[OURS], only(cost, BARE), 1.25)
             rows += against(text, cost[OURS], only(cost, *TOOLKITS), 0.35)
         return rows
+
+    def animation(self):
+        """CPU of host, bus, panel and display for a tick of an animation in xfce4-panel."""
+        count = 280
+
+        def measure(name):
+            with self.session.start(self.items[name], 44, self.icons, environment=panel.environment) as item:
+                panel.wait_for_icon()
+                item.rest()
+                item.tell(f"change {count}")
+                spent = []
+                for _ in range(2):
+                    item.hear_report()
+                    spent.append(sum(cpu(process) for process in [*panel.processes(), item.process.pid]))
+                item.hear("done")
+            panel.wait_for_no_icon()
+            return (spent[1] - spent[0]) / count / 1e6
+
+        with PanelSession("xfce4-panel") as panel:
+            cost = self.rounds(3, measure, (OURS, QT))
+        return against("animation in xfce4-panel: CPU of the session a tick, ms", cost[OURS], only(cost, QT), 1)
 
     def bytes(self):
         """What passes on the bus for an icon change: what a long run takes more than a short one."""
@@ -304,6 +325,11 @@ class Clock:
         self.error = errors[len(errors) * 99 // 100] / 1e3  # µs
 
 
+def cpu(process):
+    """Of its threads, in nanoseconds."""
+    return sum(int(text.split()[0]) for text in task_files(process, "schedstat"))
+
+
 def column(values, index):
     return {name: row[index] for name, row in values.items()}
 
@@ -376,6 +402,7 @@ def machine():
 
 FIGURES = {
     "icon-change": Benchmark.icon_change,
+    "animation": Benchmark.animation,
     "bytes": Benchmark.bytes,
     "start": Benchmark.start,
     "guest": Benchmark.guest,

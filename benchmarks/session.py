@@ -11,10 +11,16 @@ import time
 from message_bytes import MessageBytes
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "scripts"))
+from panel_session import PanelSession  # noqa: E402, F401
 from servers import start_bus, start_display  # noqa: E402
 
 DEADLINE = 60.0  # seconds, for one answer
 REST = 0.25  # seconds without a wakeup after which a process counts as at rest
+
+
+def task_files(process, file):
+    """Of each thread of a process, this file's text."""
+    return [(task / file).read_text() for task in pathlib.Path(f"/proc/{process}/task").iterdir()]
 
 
 class Program:
@@ -76,7 +82,7 @@ class Program:
 
     def tasks(self, file):
         """Of each of its threads, this file's text."""
-        return [(task / file).read_text() for task in pathlib.Path(f"/proc/{self.process.pid}/task").iterdir()]
+        return task_files(self.process.pid, file)
 
     def hear_report(self):
         return Report(self.hear("report"))
@@ -164,8 +170,9 @@ class Session:
     def has(self, name):
         return (self.programs / name).exists()
 
-    def start(self, name, *arguments):
-        return Program(self.programs / name, arguments, self.environment, self.directory / "home" / name)
+    def start(self, name, *arguments, environment=None):
+        """`environment`: another session's."""
+        return Program(self.programs / name, arguments, environment or self.environment, self.directory / "home" / name)
 
     def panel(self):
         panel = self.start("panel")
