@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "decode_image.h"
-#include "library_call.h"
+#include "forked_child.h"
 #include "log.h"
 #include "menu_items_json.h"
 #include "report.h"
@@ -21,7 +21,7 @@ namespace {
 
 template <typename Body>
 void run(const Body& body) noexcept {
-  const LibraryCall call;
+  if (isForkedChild()) return reportForkedChild();
   completes(body);
 }
 

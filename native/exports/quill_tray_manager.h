@@ -31,6 +31,9 @@
  * - On Linux a Wayland compositor raises a window only with a token, so present the window inside the callback. While
  *   the callback runs, the variable XDG_ACTIVATION_TOKEN of the process's environment holds the panel's token; it is
  *   empty or unset afterwards, and the library changes no other variable.
+ * - A forked child of a process that has called a function has nothing of the library until it executes another
+ *   program: each function returns at once, and the first one writes a line to standard output. A process that
+ *   forks before its first call, such as a daemon, has the whole library in the child.
  * - If a call runs out of memory, the log gets an error line and the state stays as it was. If GLib or
  *   another library runs out of memory, it ends the process.
  */

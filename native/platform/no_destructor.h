@@ -8,12 +8,6 @@
 
 namespace quill {
 
-/// Held while a NoDestructor makes its object, and by fork(2): a child must not find an object that a thread of its
-/// parent had half made.
-struct FirstUse {
-  static inline std::mutex mutex;
-};
-
 /// Storage for a static object that is made by its first user and never destroyed, so that exit handlers and static
 /// destructors may use it. Any thread.
 template <typename Object>
@@ -23,11 +17,11 @@ class NoDestructor {
   NoDestructor(const NoDestructor&) = delete;
   NoDestructor& operator=(const NoDestructor&) = delete;
 
-  /// `make` runs for the first caller only, and must not make another such object.
+  /// `make` runs for the first caller only.
   template <typename Make>
   Object& get(Make make) {
     if (auto* const object = object_.load(std::memory_order_acquire)) return *object;
-    const std::lock_guard lock(FirstUse::mutex);
+    const std::lock_guard lock(mutex_);
     if (object_.load(std::memory_order_relaxed) == nullptr) {
       // NOLINTNEXTLINE(cppcoreguidelines-owning-memory): never destroyed
       object_.store(::new (static_cast<void*>(storage_)) Object(make()), std::memory_order_release);
@@ -38,6 +32,7 @@ class NoDestructor {
  private:
   alignas(Object) std::byte storage_[sizeof(Object)]{};
   std::atomic<Object*> object_{nullptr};
+  std::mutex mutex_;
 };
 
 }  // namespace quill

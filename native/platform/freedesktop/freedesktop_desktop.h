@@ -1,6 +1,7 @@
 #pragma once
 
 #include "desktop.h"
+#include "forked_child.h"
 #include "glib_main_queue.h"
 #include "host_application.h"
 #include "host_menu.h"
@@ -25,7 +26,9 @@ class Desktop : public quill::Desktop {
   void terminate() override { terminateHost(); }
 
   /// Removes the files made for panels, for good, as the process ends.
-  void removeFiles() { iconFolders_.close(); }
+  void removeFiles() {
+    if (!isForkedChild()) iconFolders_.close();
+  }
 
  private:
   GlibMainQueue mainQueue_;

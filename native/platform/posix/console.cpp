@@ -14,7 +14,6 @@
 
 #include "errno_saver.h"
 #include "no_destructor.h"
-#include "owner_process.h"
 #include "posix_environment.h"
 #include "quiet_write.h"
 #include "standard_output_lock.h"
@@ -47,7 +46,6 @@ class Blockage {
     }
   }
 
-  bool isOwn() const { return owner_.isCurrent(); }
   bool isOf(int file) const {
     const auto now = statusOf(file);
     return now.st_dev == status_.st_dev && now.st_ino == status_.st_ino;
@@ -60,7 +58,6 @@ class Blockage {
     return status;
   }
 
-  OwnerProcess owner_;
   struct stat status_;
   Clock::time_point deadline_ = Clock::now() + kTimeout;
 };
@@ -111,8 +108,6 @@ bool flushHost(int file) {
 
 /// Writes the rest of a line that was partly written. Returns false if the file is still full.
 bool finishRest(int file) {
-  // A parent's blockage is left as it is, because another thread may have been changing it.
-  if (blockage() && !blockage()->isOwn()) static_cast<void>(blockage().release());
   if (blockage() && !blockage()->isOf(file)) blockage().reset();
   if (!blockage()) return true;
   std::string_view rest = blockage()->rest;

@@ -22,8 +22,6 @@ class Worker : public std::enable_shared_from_this<Worker> {
   using Job = std::function<void()>;
 
   Worker(std::string label, Priority priority) : label_(std::move(label)), priority_(priority) {}
-  /// Another one with the same settings.
-  std::shared_ptr<Worker> fresh() const { return std::make_shared<Worker>(label_, priority_); }
 
   void add(Job job);
   /// Waits until all jobs added before are done. Does them itself if no thread can be made. Returns false if all were
@@ -36,9 +34,6 @@ class Worker : public std::enable_shared_from_this<Worker> {
 
   /// See SerialQueue::isDraining.
   bool isDraining() const { return done_ + 1 < awaited_; }
-
-  /// To be held during fork(2).
-  std::mutex& mutex() { return mutex_; }
 
  private:
   /// False if no thread can be made now. Both need the lock, which doWaiting releases meanwhile.

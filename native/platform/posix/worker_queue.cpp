@@ -1,7 +1,5 @@
 #include "worker_queue.h"
 
-#include <pthread.h>
-
 #include <atomic>
 #include <chrono>
 #include <mutex>
@@ -9,7 +7,7 @@
 #include <vector>
 
 #include "errno_saver.h"
-#include "library_call.h"
+#include "forked_child.h"
 #include "no_destructor.h"
 
 namespace quill::posix {
@@ -28,7 +26,7 @@ std::atomic<Clock::rep> exitDeadline{0};
 
 }  // namespace
 
-/// All queues of the process, for exit and for fork(2).
+/// All queues of the process, for its exit.
 class QueueRegistry {
  public:
   static QueueRegistry& get() {
@@ -54,24 +52,6 @@ class QueueRegistry {
     }
   }
 
-  void lock() {
-    FirstUse::mutex.lock();
-    mutex_.lock();
-    for (const auto* queue : queues_) queue->worker_->mutex().lock();
-  }
-
-  void unlock() {
-    for (const auto* queue : queues_) queue->worker_->mutex().unlock();
-    mutex_.unlock();
-    FirstUse::mutex.unlock();
-  }
-
-  // In a forked child. The parent's workers may be in any state, so they are kept but not touched.
-  void startAgain() {
-    for (auto* queue : queues_) setAside_.push_back(std::exchange(queue->worker_, queue->worker_->fresh()));
-    exitDeadline = 0;
-  }
-
  private:
   std::vector<std::shared_ptr<Worker>> workers() {
     const std::lock_guard lock(mutex_);
@@ -82,25 +62,13 @@ class QueueRegistry {
 
   std::mutex mutex_;
   std::vector<WorkerQueue*> queues_;
-  std::vector<std::shared_ptr<Worker>> setAside_;
 };
 
 namespace {
 
-// When the library is loaded, as no fork may come before it.
-[[gnu::constructor]] void watchForks() {
-  QueueRegistry::get();
-  pthread_atfork([] { LibraryCall::holdBack(), QueueRegistry::get().lock(); },
-                 [] { QueueRegistry::get().unlock(), LibraryCall::release(); },
-                 [] {
-                   QueueRegistry::get().unlock();
-                   LibraryCall::releaseInChild();
-                   QueueRegistry::get().startAgain();
-                 });
-}
-
 // After the host's exit handlers and static destructors, which may still log.
 [[gnu::destructor]] void drainAtExit() {
+  if (isForkedChild()) return;
   const auto deadline = Clock::now() + kExitTimeout;
   exitDeadline = deadline.time_since_epoch().count();
   QueueRegistry::get().drain(deadline);

@@ -12,8 +12,7 @@ namespace quill::posix {
 /// A serial queue with one thread, made for the first job and asleep without one.
 ///
 /// An orderly exit of the process does the remaining jobs first, also those that are submitted during the
-/// exit, for two seconds at most in all. A forked child has an empty queue and a thread of its own. A job
-/// that throws ends the process.
+/// exit, for two seconds at most in all. A job that throws ends the process.
 class WorkerQueue final : public SerialQueue {
  public:
   /// The thread's name is the beginning of `label`.
@@ -29,7 +28,7 @@ class WorkerQueue final : public SerialQueue {
  private:
   friend class QueueRegistry;
 
-  std::shared_ptr<Worker> worker_;  // replaced in a forked child only, while that has one thread
+  const std::shared_ptr<Worker> worker_;
 };
 
 /// Waits for the present jobs of all queues, for two seconds at most in all: for a process that is about to end

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <utility>
 
+#include "forked_child.h"
 #include "sandbox.h"
 
 namespace quill::freedesktop {
@@ -52,15 +53,12 @@ void Bus::start() {
   connect();
 }
 
-bool Bus::isForked() const { return !owner_.isCurrent(); }
-
 bool Bus::isCongested() const {
   std::uint64_t unsent = 0;
   return sd_bus_get_n_queued_write(bus_.get(), &unsent) >= 0 && unsent >= kMaxUnsentMessages;
 }
 
 void Bus::connect() {
-  if (isForked()) return;
   if (isSandboxed()) {
     handshake_.emplace(address_);
     if (handshake_->isConnected()) return;
@@ -86,15 +84,16 @@ void Bus::open() {
 }
 
 sd_bus* Bus::connection() {
-  if (!bus_ || isForked() || sd_bus_is_ready(bus_.get()) <= 0) return nullptr;
+  if (!bus_ || sd_bus_is_ready(bus_.get()) <= 0) return nullptr;
   if (!isCongested()) return bus_.get();
   sd_bus_close(bus_.get());  // process() sees that next, outside of what is handled now
   return nullptr;
 }
 
 void Bus::prepare() {
-  if (handshake_ && !isForked()) return wait(handshake_->descriptor(), G_IO_IN);
-  if (!bus_ || isForked() || isProcessing_) return wait(-1, 0);
+  if (isForkedChild()) return wait(-1, 0);
+  if (handshake_) return wait(handshake_->descriptor(), G_IO_IN);
+  if (!bus_ || isProcessing_) return wait(-1, 0);
   const int descriptor = sd_bus_get_fd(bus_.get());
   const int events = sd_bus_get_events(bus_.get());
   std::uint64_t due = UINT64_MAX;

@@ -7,7 +7,6 @@
 #include "backoff.h"
 #include "bus_handshake.h"
 #include "glib_main_queue.h"
-#include "owner_process.h"
 #include "sd_bus_handles.h"
 
 namespace quill::freedesktop {
@@ -40,7 +39,6 @@ class Bus {
 
   void connect();
   void open();
-  bool isForked() const;
   bool isCongested() const;
   void prepare();
   void process();
@@ -52,7 +50,6 @@ class Bus {
   GlibMainQueue& queue_;
   std::string address_;
   Handlers handlers_;
-  posix::OwnerProcess owner_;
   Backoff backoff_;
   std::optional<OneShotTimer> reconnect_;
   SourceHandle source_;

@@ -21,9 +21,8 @@ std::string_view takePart(std::string_view& text, char separator) {
   return part;
 }
 
-/// Returns empty for a malformed escape. Calls GLib only for an escape, because a fork may find its allocator locked.
+/// Returns empty for a malformed escape.
 std::optional<std::string> unescapedValue(std::string_view value) {
-  if (value.find('%') == std::string_view::npos) return std::string(value);
   const GCharPointer text(g_uri_unescape_segment(value.data(), value.data() + value.size(), nullptr));
   return text ? std::optional<std::string>(text.get()) : std::nullopt;
 }

@@ -82,13 +82,11 @@ IconFolder::IconFolder(std::string path)
 IconFolder::~IconFolder() { remove(); }
 
 void IconFolder::remove() {
-  if (!owner_.isCurrent()) return;
   const std::unique_lock lock(mutex_, std::try_to_lock);  // an exit may come from inside another call
   if (lock && !std::exchange(isRemoved_, true)) removeFolder(path_);
 }
 
 std::shared_ptr<const IconFile> IconFolder::file(const std::string& name, std::string_view text) {
-  if (!owner_.isCurrent()) return nullptr;
   const std::lock_guard lock(mutex_);
   if (isRemoved_) return nullptr;
   auto& known = files_[name];
@@ -117,7 +115,6 @@ bool IconFolder::write(const std::string& fileName, std::string_view text) const
 }
 
 void IconFolder::release(const std::string& name) {
-  if (!owner_.isCurrent()) return;
   const std::lock_guard lock(mutex_);
   const auto known = files_.find(name);
   if (isRemoved_ || known == files_.end() || !known->second.expired()) return;  // written again meanwhile
@@ -134,7 +131,6 @@ std::shared_ptr<IconFolder> IconFolders::open() {
 }
 
 void IconFolders::close() {
-  if (!owner_.isCurrent()) return;
   // A host may exit from inside another call here. What then stays is swept at the next start.
   const std::unique_lock lock(mutex_, std::try_to_lock);
   if (!lock) return;
@@ -143,7 +139,6 @@ void IconFolders::close() {
 }
 
 void IconFolders::sweepOnce() {
-  if (!owner_.isCurrent()) return;  // a forked child may have no thread that unlocks it
   const std::lock_guard lock(mutex_);
   if (!std::exchange(isSwept_, true)) IconFolder::sweep();
 }

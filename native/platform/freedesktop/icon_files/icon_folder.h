@@ -8,15 +8,13 @@
 #include <utility>
 
 #include "file_descriptor.h"
-#include "owner_process.h"
 
 namespace quill::freedesktop {
 
 class IconFile;
 
 /// A folder for icons that a panel reads as files, removed with the object. Only this user can look into it. It lies in
-/// the user's runtime directory, which is in memory, so that writing waits for no disk. A forked child changes nothing
-/// in it. Any thread.
+/// the user's runtime directory, which is in memory, so that writing waits for no disk. Any thread.
 class IconFolder : public std::enable_shared_from_this<IconFolder> {
  public:
   /// Null where there is no runtime directory, or one that panels do not see: a sandbox's own.
@@ -42,7 +40,6 @@ class IconFolder : public std::enable_shared_from_this<IconFolder> {
   void release(const std::string& name);
 
   const std::string path_;
-  const posix::OwnerProcess owner_;
   posix::FileDescriptor directory_;  // locked as long as the folder is in use
   std::mutex mutex_;                 // guards what follows
   bool isRemoved_;
@@ -60,7 +57,6 @@ class IconFolders {
   void sweepOnce();
 
  private:
-  posix::OwnerProcess owner_;
   std::mutex mutex_;  // guards what follows
   bool isSwept_ = false;
   bool isClosed_ = false;

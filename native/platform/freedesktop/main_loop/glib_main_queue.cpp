@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "file_descriptor.h"
-#include "owner_process.h"
+#include "forked_child.h"
 
 // GLib's lock hands a call from the thread that posts it to the one that runs it. The thread sanitizer cannot see into
 // GLib, so it is told.
@@ -41,13 +41,18 @@ SourceHandle attachSource(GlibMainQueue& queue, gint64 readyTime, gboolean after
   g_source_set_callback(
       source.get(),
       [](gpointer data) -> gboolean {
+        if (isForkedChild()) return G_SOURCE_REMOVE;
         QUILL_TAKE_OVER(data);
         const auto& self = *static_cast<Call*>(data);
         self.mainThread->note();
         self.call();
         return self.afterwards;
       },
-      owned.release(), [](gpointer data) { const std::unique_ptr<Call> ended(static_cast<Call*>(data)); });
+      owned.release(),
+      [](gpointer data) {
+        std::unique_ptr<Call> ended(static_cast<Call*>(data));
+        if (isForkedChild()) static_cast<void>(ended.release());  // what it holds is the parent's
+      });
   g_source_set_ready_time(source.get(), readyTime);
   g_source_attach(source.get(), nullptr);
   return source;
@@ -91,8 +96,7 @@ class PreciseTimer : public Timer {
     const itimerspec setting{timespecOf(period), timespecOf(period)};
     if (!file_.isOpen() || timerfd_settime(file_.number(), 0, &setting, nullptr) != 0) return;
     source_ = attachSource(queue, kNever, G_SOURCE_CONTINUE, [this, tick = std::move(tick)] {
-      if (!owner_.isCurrent()) return source_.reset();  // a forked child must not take its parent's ticks
-      std::uint64_t ticks = 0;                          // more than one: some were missed
+      std::uint64_t ticks = 0;                                            // more than one: some were missed
       if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
     });
     g_source_set_can_recurse(source_.get(), TRUE);  // as for the bus
@@ -108,7 +112,6 @@ class PreciseTimer : public Timer {
     return {static_cast<time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
   }
 
-  const posix::OwnerProcess owner_;
   posix::FileDescriptor file_;
   SourceHandle source_;
 };
@@ -155,8 +158,7 @@ bool GlibMainQueue::isMainThreadKnown() const { return mainThread_->isKnown() ||
 
 GlibMainQueue::MainThreadTracker::Thread GlibMainQueue::MainThreadTracker::callingThread() {
   static std::atomic<std::uint32_t> latest{0};
-  // Kept, since gettid() asks the kernel each time. A forked child keeps its parent's id, under which it has no thread;
-  // then its first thread is the main thread, and that is the one that forked.
+  // Cached, because gettid() is a system call.
   thread_local const Thread self{++latest, gettid()};
   return self;
 }
@@ -172,6 +174,7 @@ bool GlibMainQueue::MainThreadTracker::isExpectedHere() const {
 }
 
 void GlibMainQueue::post(std::function<void()> work) {
+  if (isForkedChild()) return;
   if (auto* const collected = Collected::here()) {
     collected->work.push_back(std::move(work));
     return;

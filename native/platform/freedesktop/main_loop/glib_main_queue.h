@@ -30,7 +30,7 @@ class GlibMainQueue : public MainQueue {
 
    private:
     struct alignas(8) Thread {   // aligned for an atomic one without a lock
-      std::uint32_t number = 0;  ///< from 1 on; not given to another thread later, and the same after a fork
+      std::uint32_t number = 0;  ///< from 1 on; not given to another thread later
       pid_t id = 0;              ///< the system's
     };
     static Thread callingThread();

@@ -2,7 +2,6 @@
 #include <utility>
 
 #include "bar_source.h"
-#include "owner_process.h"
 #include "worker_queue.h"
 
 namespace quill::freedesktop {
@@ -15,7 +14,7 @@ class ReadSource final : public BarSource {
 
   /// The thread ends with the answer.
   void ask() override {
-    if (!read_ || !owner_.isCurrent()) return;
+    if (!read_) return;
     posix::WorkerQueue worker("quill.tray.panel", posix::Priority::utility);
     worker.submit([answered = std::weak_ptr(answered_), read = read_] {
       GlibMainQueue().post([answered, reading = read()] {
@@ -31,7 +30,6 @@ class ReadSource final : public BarSource {
   }
 
   GlibMainQueue& queue_;
-  const posix::OwnerProcess owner_;  // a forked child must not read from its parent's display
   ReadBar read_;
   Told told_;
   SourceHandle change_;

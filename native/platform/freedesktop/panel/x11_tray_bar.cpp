@@ -7,7 +7,6 @@
 #include <string>
 
 #include "bar_source.h"
-#include "owner_process.h"
 #include "shared_library.h"
 
 namespace quill::freedesktop {
@@ -63,8 +62,7 @@ class TrayColours : XcbLibrary {
   TrayColours(const TrayColours&) = delete;
   TrayColours& operator=(const TrayColours&) = delete;
   ~TrayColours() {
-    // In a forked child this would end the parent's connection.
-    if (connection_ != nullptr && owner_.isCurrent()) xcb_disconnect(connection_);
+    if (connection_ != nullptr) xcb_disconnect(connection_);
   }
 
   BarReading read() {
@@ -105,7 +103,6 @@ class TrayColours : XcbLibrary {
     return isLight(part[0] / kFull, part[1] / kFull, part[2] / kFull) ? Tone::white : Tone::black;
   }
 
-  const posix::OwnerProcess owner_;
   xcb_connection_t* connection_ = nullptr;
   xcb_atom_t tray_ = XCB_ATOM_NONE;
   xcb_atom_t colours_ = XCB_ATOM_NONE;
