@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <optional>
 #include <sstream>
 
 #include "freedesktop_desktop.h"
@@ -43,11 +44,16 @@ struct Peer {
             nullptr, nullptr, nullptr)) {
     static const GDBusNodeInfo* const served = g_dbus_node_info_new_for_xml(
         "<node><interface name='org.kde.StatusNotifierWatcher'><method name='RegisterStatusNotifierItem'>"
-        "<arg type='s' direction='in'/></method></interface></node>",
+        "<arg type='s' direction='in'/></method>"
+        "<property name='IsStatusNotifierHostRegistered' type='b' access='read'/></interface>"
+        "<interface name='org.quill.TrayXEmbed'><method name='Show'><arg type='o' direction='in'/>"
+        "<arg type='s' direction='in'/><arg type='s' direction='in'/></method>"
+        "<method name='Hide'><arg type='o' direction='in'/></method></interface></node>",
         nullptr);
-    static const GDBusInterfaceVTable table{onCall, nullptr, nullptr, {}};
-    g_dbus_connection_register_object(connection.get(), "/StatusNotifierWatcher", served->interfaces[0], &table, this,
-                                      nullptr, nullptr);
+    static const GDBusInterfaceVTable table{onCall, onGet, nullptr, {}};
+    for (int i = 0; const auto* path : {"/StatusNotifierWatcher", "/org/quill/TrayXEmbed"})
+      g_dbus_connection_register_object(connection.get(), path, served->interfaces[i++], &table, this, nullptr,
+                                        nullptr);
     g_dbus_connection_signal_subscribe(connection.get(), nullptr, nullptr, nullptr, nullptr, nullptr, {}, onSignal,
                                        this, nullptr);
     for (const auto* name : names)
@@ -89,9 +95,10 @@ struct Peer {
     return std::exchange(signals, {});
   }
 
-  std::string itemName;  ///< whose signals are noted: who has called last
-  Lines received;        ///< calls
-  int refusals = 0;      ///< of the next calls
+  std::string itemName;         ///< whose signals are noted: who has called last
+  Lines received;               ///< calls
+  int refusals = 0;             ///< of the next calls
+  std::optional<bool> hasHost;  ///< empty: the watcher has no such property
   Lines signals;
 
   static void onCall(GDBusConnection*, const char* sender, const char*, const char*, const char* method,
@@ -101,6 +108,12 @@ struct Peer {
     if (peer.refusals-- > 0) return g_dbus_method_invocation_return_dbus_error(call, "org.example.NotYet", "");
     peer.itemName = sender;
     g_dbus_method_invocation_return_value(call, nullptr);
+  }
+  static GVariant* onGet(GDBusConnection*, const char*, const char*, const char*, const char*, GError** error,
+                         gpointer self) {
+    const auto hasHost = static_cast<Peer*>(self)->hasHost;
+    if (!hasHost) g_set_error(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_PROPERTY, "none");
+    return hasHost ? g_variant_new_boolean(*hasHost) : nullptr;
   }
   static void onSignal(GDBusConnection*, const char* sender, const char*, const char*, const char* signal,
                        GVariant* arguments, gpointer self) {

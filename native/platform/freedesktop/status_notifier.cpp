@@ -12,16 +12,19 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Ic
            {[this](sd_bus* bus) {
               item_.exportOn(bus);
               menu_.exportOn(bus);
+              xembedTray_.follow(bus);
               registration_.follow(bus);
             },
             [this] {
               registration_.leave();
+              xembedTray_.leave();
               barColours_.leave();
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, queue, [this] { return item_.takeActivationToken(); }),
       barColours_(bus_, queue, {[this] { item_.repaint(); }, [this](const Bar& bar) { item_.setBar(bar); }}),
-      registration_(queue, Item::kPath, [this, &iconFolders](const Panel& panel) {
+      xembedTray_(queue, Item::kPath, [this] { item_.setBar({}); }),
+      registration_(queue, Item::kPath, xembedTray_, [this, &iconFolders](const Panel& panel) {
         item_.setPanel(panel, panel.icon != IconForm::pixels ? iconFolders.open() : nullptr);
         menu_.setPanel(panel);
         barColours_.follow(panel);

@@ -11,6 +11,7 @@
 #include "item.h"
 #include "registration.h"
 #include "status_item.h"
+#include "xembed_tray.h"
 
 namespace quill::freedesktop {
 
@@ -35,6 +36,7 @@ class StatusNotifier : public StatusItemPresenter {
   Item item_;
   DBusMenu menu_;
   BarColours barColours_;
+  XEmbedTray xembedTray_;
   Registration registration_;
 };
 

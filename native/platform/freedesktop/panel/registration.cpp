@@ -62,8 +62,10 @@ bool runs(std::uint32_t process, std::string_view program) {
 
 }  // namespace
 
-Registration::Registration(GlibMainQueue& queue, const char* path, std::function<void(const Panel&)> found)
+Registration::Registration(GlibMainQueue& queue, const char* path, XEmbedTray& otherwise,
+                           std::function<void(const Panel&)> found)
     : path_(path),
+      otherwise_(otherwise),
       found_(std::move(found)),
       backoff_(kFirstRetryDelay, kMaxRetryDelay),
       retry_(queue, [this] { registerItem(); }) {}
@@ -90,6 +92,7 @@ int Registration::onOwnerChange(sd_bus_message* signal, sd_bus_error*) {
 
 int Registration::onOwner(sd_bus_message* reply, sd_bus_error*) {
   if (auto owner = ownerIn(reply); !owner.empty()) setOwner(std::move(owner));
+  if (owner_.empty()) otherwise_.setNeeded(true);
   return 0;
 }
 
@@ -116,6 +119,8 @@ int Registration::answered(sd_bus_message* reply, bool isThis) {
   }
   if (--unanswered_ == 0) {
     found_(*panel_);
+    // Before the registration, so that two trays never show the item.
+    if (hasHost_ == true) otherwise_.setNeeded(false);
     registerItem();
   }
   return 0;
@@ -124,7 +129,33 @@ int Registration::answered(sd_bus_message* reply, bool isThis) {
 int Registration::onRegistered(sd_bus_message* reply, sd_bus_error*) {
   const bool isRefused = sd_bus_message_is_method_error(reply, nullptr) > 0;
   if (isRefused && attempts_ < kMaxAttempts) retry_.setDueIn(backoff_.next());
+  isAccepted_ = !isRefused;
+  otherwise_.setNeeded(isRefused || hasHost_ == false);
   return 0;
+}
+
+int Registration::onWatcherSignal(sd_bus_message* signal, sd_bus_error*) {
+  const bool isOfHosts = sd_bus_message_is_signal(signal, kWatcher, "StatusNotifierHostRegistered") > 0 ||
+                         sd_bus_message_is_signal(signal, kWatcher, "StatusNotifierHostUnregistered") > 0;
+  if (isOfHosts) askForHost();
+  return 0;
+}
+
+int Registration::onHost(sd_bus_message* reply, sd_bus_error*) {
+  hasHost_.reset();
+  int hasHost = 0;
+  const bool isError = sd_bus_message_is_method_error(reply, nullptr) > 0;
+  if (!isError && sd_bus_message_read(reply, "v", "b", &hasHost) > 0) hasHost_ = hasHost != 0;
+  if (std::exchange(isHostAwaited_, false)) return answered(reply, false);
+  if (isAccepted_) otherwise_.setNeeded(hasHost_ == false);
+  return 0;
+}
+
+void Registration::askForHost() {
+  sd_bus_slot* slot = nullptr;
+  sd_bus_call_method_async(bus_, &slot, owner_.c_str(), kWatcherPath, "org.freedesktop.DBus.Properties", "Get",
+                           call<&Registration::onHost>, this, "ss", kWatcher, "IsStatusNotifierHostRegistered");
+  hostQuery_.reset(slot);
 }
 
 void Registration::setOwner(std::string owner) {
@@ -135,7 +166,12 @@ void Registration::setOwner(std::string owner) {
   backoff_.reset();
   attempts_ = 0;
   queries_.clear();
-  if (!owner_.empty()) recognise();
+  watcherSignals_.reset();
+  hostQuery_.reset();
+  hasHost_.reset();
+  isAccepted_ = false;
+  if (!owner_.empty()) return recognise();
+  otherwise_.setNeeded(true);
 }
 
 void Registration::recognise() {
@@ -151,7 +187,14 @@ void Registration::recognise() {
                           &panel});
     }
   }
-  unanswered_ = queries_.size();
+  sd_bus_slot* slot = nullptr;
+  sd_bus_match_signal_async(bus_, &slot, owner_.c_str(), kWatcherPath, kWatcher, nullptr,
+                            call<&Registration::onWatcherSignal>, nullptr, this);
+  watcherSignals_.reset(slot);
+  askForHost();
+  // If the item is not in the other tray, the registration does not wait for the watcher's answer.
+  isHostAwaited_ = otherwise_.isInUse();
+  unanswered_ = queries_.size() + (isHostAwaited_ ? 1 : 0);
 }
 
 void Registration::registerItem() {
