@@ -9,28 +9,28 @@
 namespace quill::freedesktop {
 namespace {
 
-thread_local const ActivationToken* handled = nullptr;  // of the innermost event that this thread handles
+thread_local const ActivationToken* currentToken = nullptr;  // of the innermost event that this thread handles
 
-/// Puts a token where toolkits look for one, and the outer event's token back at its end.
-class Carried {
+/// Publishes a token where toolkits look for one. The destructor restores the outer event's token.
+class TokenScope {
  public:
-  explicit Carried(const ActivationToken& token) : outer_(handled) { carry(&token); }
-  Carried(const Carried&) = delete;
-  Carried& operator=(const Carried&) = delete;
-  ~Carried() { carry(outer_); }
+  explicit TokenScope(const ActivationToken& token) : outer_(currentToken) { publish(&token); }
+  TokenScope(const TokenScope&) = delete;
+  TokenScope& operator=(const TokenScope&) = delete;
+  ~TokenScope() { publish(outer_); }
 
  private:
-  static void carry(const ActivationToken* token) {
-    const bool isThere = token != nullptr && !token->isEmpty();
-    setActivationVariable(isThere ? std::string_view(token->text()) : std::string_view());
-    giveTokenToGdk(isThere ? token->text().c_str() : nullptr);
-    handled = token;
+  static void publish(const ActivationToken* token) {
+    const bool hasToken = token != nullptr && !token->isEmpty();
+    setActivationVariable(hasToken ? std::string_view(token->text()) : std::string_view());
+    giveTokenToGdk(hasToken ? token->text().c_str() : nullptr);
+    currentToken = token;
   }
 
   const ActivationToken* outer_;
 };
 
-/// Tells the default GApplication of `token` as GIO does for what arrives from another process.
+/// Runs `work` and passes `token` to the default GApplication, as GIO does for a call from another process.
 void runInApplication(const ActivationToken& token, const std::function<void()>& work) {
   auto* const current = g_application_get_default();
   if (current == nullptr || g_application_get_is_registered(current) == FALSE) return work();
@@ -61,11 +61,11 @@ std::optional<ActivationToken> ActivationToken::parse(std::string_view text) {
   return token;
 }
 
-ActivationToken ActivationToken::current() { return handled != nullptr ? *handled : ActivationToken(); }
+ActivationToken ActivationToken::current() { return currentToken != nullptr ? *currentToken : ActivationToken(); }
 
 void runWithActivationToken(const ActivationToken& token, const std::function<void()>& work) {
-  if (token.isEmpty() && handled == nullptr) return work();
-  const Carried carried(token);
+  if (token.isEmpty() && currentToken == nullptr) return work();
+  const TokenScope scope(token);
   if (token.isEmpty()) return work();
   runInApplication(token, work);
 }
