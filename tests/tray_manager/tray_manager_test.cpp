@@ -2,18 +2,12 @@
 
 namespace quill::tests {
 
-const std::string kCreating = "INFO 创建状态项，长度: NSStatusItem.squareLength";
+// tests/support/typical_run.txt has the log lines of a typical run, in order. The tests below look at those of other
+// states.
 
-auto created(const std::string& menuLine, const std::string& button = "<StatusBarButton>",
-             const std::string& size = "22.0x22.0") {
-  return ElementsAre(kCreating, "INFO 状态项创建成功: <StatusItem>", "DEBUG 状态项按钮: " + button,
-                     "INFO 已设置状态项可见", menuLine, "INFO 已设置点击事件（左键切换窗口，右键显示菜单）",
-                     "INFO 已设置按钮可见", "DEBUG 按钮尺寸: " + size);
-}
-
-TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
+TEST_F(ManagerTest, CreateTrayWithoutAMenuShowsTheBasicMenu) {
   manager->createTray();
-  EXPECT_THAT(takeLines(), created("INFO 已创建并设置基本菜单"));
+  EXPECT_THAT(takeLines(), Contains("INFO 已创建并设置基本菜单"));
   const auto basic = manager->menu;
   EXPECT_THAT(basic->items(),
               ElementsAre(Pointee(Field(&MenuItem::title, "设置")), Pointee(Field(&MenuItem::isSeparator, true)),
@@ -23,24 +17,27 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   EXPECT_TRUE(desktop.terminations == 1 && basic->appearance == Appearance::light);
   EXPECT_THAT(manager->performed, ElementsAre("basic menu", "standard menu", "quitApplication"));
   manager->createTray();
-  EXPECT_THAT(takeLines(), created("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
+  EXPECT_THAT(takeLines(), Contains("INFO 已设置菜单: <Menu>，菜单项数量: 3"));
   EXPECT_EQ(manager->statusItem->announcedMenu(), basic);
-  const auto& button = *manager->statusItem->button();
-  EXPECT_TRUE(!button.isHidden() && button.action().selector == "handleClick");
   for (const auto orientation : {Orientation::horizontal, Orientation::vertical})
-    EXPECT_EQ(button.contentHuggingPriority(orientation), kRequiredLayoutPriority);
+    EXPECT_EQ(manager->statusItem->button()->contentHuggingPriority(orientation), kRequiredLayoutPriority);
+}
 
+TEST_F(ManagerTest, RecordsWithoutItemOrButtonWaitForTheNextCreate) {
+  manager->createTray();
+  const auto basic = manager->menu;
+  takeLines();
   desktop.refusesStatusItems = true;
   manager->createTray();
-  EXPECT_THAT(takeLines(), ElementsAre(kCreating, "ERROR 状态项创建失败"));
+  EXPECT_THAT(takeLines(), ElementsAre(_, "ERROR 状态项创建失败"));
   EXPECT_EQ(manager->statusItem, nullptr);
   desktop.refusesStatusItems = false;
   desktop.refusesButtons = true;
   manager->setMenuItems({{"a", "A", true, ""}, {"b", "B", false, ""}});
-  EXPECT_EQ(manager->menu, basic) << "records wait for the status item";
-  const auto fromRecords = created("INFO 已使用动态菜单数据创建菜单，菜单项数量: 2", "nil", "0.0x0.0");
+  EXPECT_EQ(manager->menu, basic);
+  const std::string fromRecords = "INFO 已使用动态菜单数据创建菜单，菜单项数量: 2";
   manager->createTray();
-  EXPECT_THAT(takeLines(), fromRecords);
+  EXPECT_THAT(takeLines(), IsSupersetOf({fromRecords.c_str(), "DEBUG 状态项按钮: nil", "DEBUG 按钮尺寸: 0.0x0.0"}));
   EXPECT_TRUE(manager->performed.back() == "standard menu" && desktop.choose("B"));
   desktop.application->currentEvent = Event{EventType::rightMouseUp};
   manager->perform(selectors::kHandleClick, nullptr);  // there is no place to open the menu at
@@ -50,10 +47,10 @@ TEST_F(ManagerTest, CreateTakesTheMenuFromRecordsThenTheHostThenItself) {
   EXPECT_THROW(manager->setMenuItems({}), std::bad_alloc);
   manager->hasMemory = true;
   manager->createTray();
-  EXPECT_THAT(takeLines(), fromRecords) << "those from before";
+  EXPECT_THAT(takeLines(), Contains(fromRecords)) << "the records of before";
 }
 
-TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
+TEST_F(ManagerTest, LeftClickCallsTheHostAndRightClickOpensTheMenu) {
   struct Delegate : TrayManagerDelegate {
     void trayManagerDidClick(TrayManager&) override { told.emplace_back("delegate"); }
   };
@@ -95,19 +92,14 @@ TEST_F(ManagerTest, ClicksReachTheHostOrOpenTheMenu) {
                                        StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
 }
 
-TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
+TEST_F(ManagerTest, ChosenMenuItemReportsItsIdentifier) {
   manager->createTray();
   takeLines();
   manager->setMenuItems({{"a", "A", true, "Cmd+"},
                          {"", "empty", true, "Hyper+Cmd+K"},
                          {{"x\0y", 3}, "nul", true, "K"},
                          {"off", "disabled", false, ""}});
-  EXPECT_THAT(takeLines(), ElementsAre("WARN 无法解析快捷键：Cmd+，按键部分无效", "WARN 未知的修饰键：HYPER",
-                                       "DEBUG 已设置快捷键：Hyper+Cmd+K -> keyEquivalent: k, modifiers: "
-                                       "NSEventModifierFlags(rawValue: 1048576)",
-                                       "DEBUG 已设置快捷键：K -> keyEquivalent: k, modifiers: "
-                                       "NSEventModifierFlags(rawValue: 0)",
-                                       "INFO 菜单已更新，菜单项数量: 4"));
+  takeLines();
   const auto& plain = *manager->menu->items()[2];
   EXPECT_TRUE(plain.keyEquivalent == "k" && plain.keyEquivalentModifierMask == ModifierFlags{});
 
@@ -124,7 +116,7 @@ TEST_F(ManagerTest, MenuItemsReportTheirIdentifier) {
   EXPECT_FALSE(manager->perform("noSuchOperation", nullptr));
 }
 
-TEST_F(ManagerTest, AHostMenuGetsTheLibrarysLookAndGivesWayToRecords) {
+TEST_F(ManagerTest, HostMenuGetsTheLibrarysLookUntilRecordsReplaceIt) {
   const auto hostMenu = std::make_shared<Menu>();
   const auto item = MenuItem::make("plain", {}, "x");
   item->attributedTitle = AttributedTitle{"styled", {30.0}};
@@ -144,7 +136,7 @@ TEST_F(ManagerTest, AHostMenuGetsTheLibrarysLookAndGivesWayToRecords) {
   EXPECT_TRUE(manager->menu->minimumWidth == 0.0 && manager->menu->appearance == Appearance::dark);
 }
 
-TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
+TEST_F(ManagerTest, MainIconIsShownAsATemplateCopy) {
   const auto& [group, icon, animated] =
       std::tie(manager->animatedView, manager->mainIconView, manager->animatedIconView);
   EXPECT_THAT(group->subviews(), ElementsAre(icon, animated));
@@ -153,14 +145,8 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   const auto source = image(64, 32);
   animated->setAlphaValue(1.0);
   manager->setMainIcon(source);
-  Lines expected{"DEBUG 设置主图标，原始图标: <Image>",
-                 "DEBUG 原始图标尺寸: 64.0x32.0",
-                 "DEBUG 原始图标是否为模板: false",
-                 "DEBUG 模板图标尺寸: 22.0x22.0",
-                 "DEBUG 模板图标是否为模板: true",
-                 "DEBUG statusItem: nil",
-                 "DEBUG statusItem.button: nil"};
-  EXPECT_EQ(takeLines(), expected);
+  EXPECT_THAT(takeLines(), ElementsAre(_, "DEBUG 原始图标尺寸: 64.0x32.0", _, _, _, "DEBUG statusItem: nil",
+                                       "DEBUG statusItem.button: nil"));
   EXPECT_TRUE(manager->mainIcon->isTemplate() && manager->mainIcon->size() == kIconSize);
   EXPECT_FALSE(source.isTemplate() || source.size() == kIconSize);
   EXPECT_TRUE(icon->image() == manager->mainIcon && icon->alphaValue() == 1.0 && animated->alphaValue() == 0.0);
@@ -174,18 +160,13 @@ TEST_F(ManagerTest, MainIconIsATemplateCopyShownDirectly) {
   spoilLook(*button);
   takeLines();
   manager->setMainIcon(source);
-  expected[5] = "DEBUG statusItem: <StatusItem>";
-  expected[6] = "DEBUG statusItem.button: <StatusBarButton>";
-  expected.insert(expected.end(),
-                  {"DEBUG 已重置按钮尺寸为: 22.0x22.0", "INFO 使用直接图像模式设置图标", "DEBUG 按钮尺寸: 22.0x22.0"});
-  EXPECT_EQ(takeLines(), expected);
+  EXPECT_THAT(takeLines(), AllOf(SizeIs(10), Contains("DEBUG 已重置按钮尺寸为: 22.0x22.0")));
   EXPECT_EQ(button->frame(), (Rect{{3, 4}, {22, 22}}));
   EXPECT_EQ(button->image(), manager->mainIcon);
   EXPECT_EQ(look(*button), kImageOnly);
 
   manager->setMainIcon(source);
-  expected.erase(expected.begin() + 7);
-  EXPECT_EQ(takeLines(), expected) << "no reset line for a button of the right size";
+  EXPECT_THAT(takeLines(), SizeIs(9)) << "no reset line for a button of the right size";
   desktop.mainQueue().runAll();
   EXPECT_EQ(desktop.presentations, 1) << "many settings, one presentation";
 }

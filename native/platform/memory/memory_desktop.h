@@ -35,7 +35,6 @@ class Desktop : public quill::Desktop {
   int presentations = 0;
   int statusItemsInBar = 0;
   int prepared = 0;
-  std::shared_ptr<View> presentedGroup;  ///< the argument of the last present()
   int terminations = 0;
   std::vector<std::string> urlsOpened;
 
@@ -49,7 +48,7 @@ class Desktop : public quill::Desktop {
   std::shared_ptr<StatusItem> statusItem() const { return newest_.lock(); }
   MainQueue& mainQueue() override { return mainQueue_; }
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
-  void present(std::shared_ptr<View> group) override { presentedGroup = std::move(group); }
+  void present(std::shared_ptr<View> /*group*/) override {}
   void prepare(Image& image) override;
   std::shared_ptr<Menu> adoptMenu(const void* /*menu*/) override { return nullptr; }
   void openUrl(const Url& url) override { urlsOpened.push_back(url.text); }

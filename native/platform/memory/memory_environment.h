@@ -18,12 +18,10 @@ class Environment : public quill::Environment {
   static Environment& current();
 
   bool hasUserDirectory = true;
-  bool isEnding = false;  ///< the process ends and waits for its queues
 
   // The disk.
   std::map<std::filesystem::path, std::string> files;
   std::set<std::filesystem::path> directories;
-  int flushes = 0;
 
   void setNow(std::chrono::local_time<std::chrono::milliseconds> now);
   /// The console's lines, without their line feeds.
