@@ -6,7 +6,11 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
   execute_process(COMMAND dpkg-deb --raw-extract ${package} ${contents} COMMAND_ERROR_IS_FATAL ANY)
   file(REMOVE ${contents}/DEBIAN/postinst ${contents}/DEBIAN/postrm)
   file(READ ${contents}/DEBIAN/control control)
-  file(WRITE ${contents}/DEBIAN/control "Multi-Arch: same\n${control}")
+  set(kind same)
+  if(package MATCHES "/quill-tray-xembed_")
+    set(kind foreign)  # a program, which hosts of any architecture call
+  endif()
+  file(WRITE ${contents}/DEBIAN/control "Multi-Arch: ${kind}\n${control}")
   execute_process(COMMAND dpkg-deb --root-owner-group --build ${contents} ${package} OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 endforeach()
 

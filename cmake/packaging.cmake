@@ -56,7 +56,7 @@ endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
-set(CPACK_COMPONENTS_ALL runtime introspection development)
+set(CPACK_COMPONENTS_ALL runtime introspection development xembed)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
@@ -71,7 +71,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # Loaded once such a picture is shown. The last two bring some fifty packages with them.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "libgif7, libjpeg62-turbo")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "librsvg2-2, libtiff6")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "librsvg2-2, libtiff6, quill-tray-xembed")
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/triggers CONTENT "activate-noawait ldconfig\n")
@@ -80,6 +80,14 @@ set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "tray icon with a menu for desktop appli
 A host shows one icon in the system bar through eleven C functions: a template
 image, a frame animation, a menu, callbacks for clicks, and URLs opened in the
 user's default handler. It works in panels that know StatusNotifierItem.")
+
+set(CPACK_DEBIAN_XEMBED_PACKAGE_NAME quill-tray-xembed)
+set(CPACK_DEBIAN_XEMBED_PACKAGE_SECTION x11)
+set(CPACK_DEBIAN_XEMBED_PACKAGE_SHLIBDEPS ON)
+set(CPACK_COMPONENT_XEMBED_DESCRIPTION "tray icon with a menu for desktop applications - for trays of the older kind
+Shows the icons of applications that use quill_tray_manager in bars that embed
+windows by the XEmbed protocol: i3bar, polybar, tint2, trayer, IceWM, lxpanel.
+The session bus starts it where no panel shows status items.")
 
 # As Debian's policy names and divides what languages read at run time.
 set(CPACK_DEBIAN_INTROSPECTION_PACKAGE_NAME gir1.2-quilltraymanager-1.0)
