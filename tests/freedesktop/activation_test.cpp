@@ -1,5 +1,6 @@
 #include <dlfcn.h>
 
+#include <array>
 #include <atomic>
 #include <thread>
 
@@ -31,48 +32,46 @@ class Activation : public PanelTest {
   void* const gdk;
 };
 
-TEST_F(Activation, ATokenIsVisibleInOneEventsCallbackAndNowhereElse) {
+TEST_F(Activation, TokenIsVisibleInOneEventsCallbackAlone) {
   setenv(kVariable, "of the start", 1);
   static const Activation* self = nullptr;
   self = this;
   manager->setClickCallback([] { told.push_back("click " + self->visible()); });
   manager->setMenuItemCallback([](const char* id) { told.push_back(id + (" " + self->visible())); });
   showInPanel();
+  const std::map<std::string, std::array<const char*, 3>> calls = {
+      {"activate", {kItem, "Activate", "(1, 2)"}},
+      {"contextMenu", {kItem, "ContextMenu", "(1, 2)"}},
+      {"middle", {kItem, "SecondaryActivate", "(1, 2)"}},
+      {"scroll", {kItem, "Scroll", "(1, 'vertical')"}},
+      {"choose", {kMenu, "Event", "(1, 'clicked', <0>, uint32 0)"}},
+      {"close", {kMenu, "Event", "(0, 'closed', <0>, uint32 0)"}},
+      {"root", {kMenu, "Event", "(0, 'clicked', <0>, uint32 0)"}},
+      {"group", {kMenu, "EventGroup", "([(1, 'clicked', <0>, uint32 0), (1, 'clicked', <0>, 0)],)"}}};
   const std::string longest(ActivationToken::kMaxSize, 'x');
-  struct Call {
-    const char *interface, *method;
-    std::string arguments;
+  const auto withLongest = [&](std::string text) {
+    for (std::size_t at = 0; (at = text.find("LONGEST")) != std::string::npos;) text.replace(at, 7, longest);
+    return text;
   };
-  const auto token = [](const std::string& text) {
-    return Call{kItem, "ProvideXdgActivationToken", "('" + text + "',)"};
+  const auto provide = [&](const std::string& token) {
+    panel->call(kItem, "ProvideXdgActivationToken", ("('" + token + "',)").c_str());
   };
-  const Call activate{kItem, "Activate", "(1, 2)"}, contextMenu{kItem, "ContextMenu", "(1, 2)"};
-  const Call middle{kItem, "SecondaryActivate", "(1, 2)"}, scroll{kItem, "Scroll", "(1, 'vertical')"};
-  const Call choose{kMenu, "Event", "(1, 'clicked', <0>, uint32 0)"},
-      close{kMenu, "Event", "(0, 'closed', <0>, uint32 0)"};
-  const Call root{kMenu, "Event", "(0, 'clicked', <0>, uint32 0)"};
-  const Call group{kMenu, "EventGroup", "([(1, 'clicked', <0>, uint32 0), (1, 'clicked', <0>, 0)],)"};
-  const std::pair<std::vector<Call>, Lines> cases[] = {
-      {{activate}, {"click of the start|"}},
-      {{token("t1"), activate, activate}, {"click t1|t1", "click |"}},
-      {{token("t2"), close, choose, choose}, {"a t2|t2", "a |"}},
-      {{token("t3"), group}, {"a t3|t3", "a |"}},
-      {{token("t4"), contextMenu, choose}, {"a |"}},
-      {{token("t5"), middle, activate, token("t6"), scroll, choose, token("t7"), root, choose},
-       {"click |", "a |", "a |"}},
-      {{token("t8"), token(""), activate}, {"click |"}},
-      {{token("t9"), token("two\\nlines"), token("\\u007f"), token("\\u009f"), token(longest + "x"), activate},
-       {"click t9|t9"}},
-      {{token(longest), choose, token("\u00e4"), activate}, {"a " + longest + "|" + longest, "click \u00e4|\u00e4"}},
-      {{token("t10"), choose, token("t11"), choose, activate}, {"a t10|t10", "a t11|t11", "click |"}},
-  };
-  for (const auto& [calls, expected] : cases) {
-    for (const auto& call : calls) panel->call(call.interface, call.method, call.arguments.c_str());
+  for (const auto& [steps, expected] : casesIn(CASES "tokens.txt")) {
+    std::istringstream words(withLongest(steps));
+    for (std::string word; words >> word;) {
+      if (word.starts_with("token:")) {
+        provide(word.substr(6));
+      } else {
+        const auto& [interface, method, arguments] = calls.at(word);
+        panel->call(interface, method, arguments);
+      }
+    }
     panel->takeSignals();
-    EXPECT_EQ(std::exchange(told, {}), expected);
+    std::string seen;
+    for (const auto& call : std::exchange(told, {})) seen += (seen.empty() ? "" : ", ") + call;
+    EXPECT_EQ(seen, withLongest(expected)) << steps;
   }
-  for (int i = 0; i < 1000; ++i)
-    panel->call(kItem, "ProvideXdgActivationToken", ("('many" + std::to_string(i) + "',)").c_str());
+  for (int i = 0; i < 1000; ++i) provide("many" + std::to_string(i));
   panel->call(kItem, "Activate", "(1, 2)");
   panel->takeSignals();
   EXPECT_THAT(std::exchange(told, {}), ElementsAre("click many999|many999"));
@@ -91,7 +90,7 @@ TEST_F(Activation, ATokenIsVisibleInOneEventsCallbackAndNowhereElse) {
   EXPECT_EQ(visible() + ActivationToken::current().text(), "|");
 }
 
-TEST_F(Activation, AUrlOpenedInAnEventsCallbackTakesTheTokenAlong) {
+TEST_F(Activation, UrlOpenedInAnEventsCallbackCarriesTheToken) {
   const TemporaryDirectory home;
   const auto notes = home.path / "notes";
   for (const auto* name : {"XDG_CONFIG_HOME", "XDG_DATA_HOME"}) setenv(name, home.path.c_str(), 1);
@@ -109,17 +108,6 @@ TEST_F(Activation, AUrlOpenedInAnEventsCallbackTakesTheTokenAlong) {
   defaults.close();
   bus.start();
   Peer others(bus, {"quill.test.Service", "org.freedesktop.portal.Desktop"});
-  static const auto* const served = g_dbus_node_info_new_for_xml(
-      "<node><interface name='org.freedesktop.Application'><method name='Open'><arg type='as' direction='in'/>"
-      "<arg type='a{sv}' direction='in'/></method></interface><interface name='org.freedesktop.portal.OpenURI'>"
-      "<method name='OpenURI'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
-      "<arg type='a{sv}' direction='in'/></method></interface></node>",
-      nullptr);
-  static const GDBusInterfaceVTable table{Peer::onCall, nullptr, nullptr, {}};
-  const char* const paths[] = {"/quill/test/Service", "/org/freedesktop/portal/desktop"};
-  for (int i = 0; i < 2; ++i)
-    g_dbus_connection_register_object(others.connection.get(), paths[i], served->interfaces[i], &table, &others,
-                                      nullptr, nullptr);
   const auto open = [&](const std::string& scheme) {
     desktop.openUrl({scheme + ":early"});
     runWithActivationToken(*ActivationToken::parse("t1"), [&] {
@@ -148,7 +136,7 @@ TEST_F(Activation, AUrlOpenedInAnEventsCallbackTakesTheTokenAlong) {
                                      HasSubstr("program:b t1|t1\n"), HasSubstr("program:late |of the start\n")));
 }
 
-TEST_F(Activation, OtherThreadsReadTheEnvironmentWhileTokensComeAndQtRemovesThem) {
+TEST_F(Activation, EnvironmentReadByOtherThreadsKeepsItsVariablesWhileTokensChange) {
   setenv("QUILL_LAST", "there", 1);
   std::atomic<bool> isOver = false;
   std::atomic<int> missed = 0, reads = 0;

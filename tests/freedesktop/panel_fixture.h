@@ -2,6 +2,7 @@
 
 #include <gio/gio.h>
 
+#include <map>
 #include <optional>
 #include <sstream>
 
@@ -42,18 +43,12 @@ struct Peer {
             static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                               G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
             nullptr, nullptr, nullptr)) {
-    static const GDBusNodeInfo* const served = g_dbus_node_info_new_for_xml(
-        "<node><interface name='org.kde.StatusNotifierWatcher'><method name='RegisterStatusNotifierItem'>"
-        "<arg type='s' direction='in'/></method>"
-        "<property name='IsStatusNotifierHostRegistered' type='b' access='read'/></interface>"
-        "<interface name='org.quill.TrayXEmbed'><method name='Show'><arg type='o' direction='in'/>"
-        "<arg type='s' direction='in'/><arg type='s' direction='in'/></method>"
-        "<method name='Hide'><arg type='o' direction='in'/></method></interface></node>",
-        nullptr);
+    static const GDBusNodeInfo* const served =
+        g_dbus_node_info_new_for_xml(contents(CASES "../freedesktop/peers.xml").c_str(), nullptr);
     static const GDBusInterfaceVTable table{onCall, onGet, nullptr, {}};
-    for (int i = 0; const auto* path : {"/StatusNotifierWatcher", "/org/quill/TrayXEmbed"})
-      g_dbus_connection_register_object(connection.get(), path, served->interfaces[i++], &table, this, nullptr,
-                                        nullptr);
+    for (auto* const* node = served->nodes; *node != nullptr; ++node)
+      g_dbus_connection_register_object(connection.get(), (std::string("/") + (*node)->path).c_str(),
+                                        (*node)->interfaces[0], &table, this, nullptr, nullptr);
     g_dbus_connection_signal_subscribe(connection.get(), nullptr, nullptr, nullptr, nullptr, nullptr, {}, onSignal,
                                        this, nullptr);
     for (const auto* name : names)
@@ -100,6 +95,7 @@ struct Peer {
   int refusals = 0;             ///< of the next calls
   std::optional<bool> hasHost;  ///< empty: the watcher has no such property
   Lines signals;
+  std::map<std::string, std::string> replies;  ///< by method; nothing for other methods
 
   static void onCall(GDBusConnection*, const char* sender, const char*, const char*, const char* method,
                      GVariant* arguments, GDBusMethodInvocation* call, gpointer self) {
@@ -107,7 +103,9 @@ struct Peer {
     peer.received.push_back(method + text(arguments));
     if (peer.refusals-- > 0) return g_dbus_method_invocation_return_dbus_error(call, "org.example.NotYet", "");
     peer.itemName = sender;
-    g_dbus_method_invocation_return_value(call, nullptr);
+    const auto reply = peer.replies.find(method);
+    g_dbus_method_invocation_return_value(
+        call, reply == peer.replies.end() ? nullptr : g_variant_new_parsed(reply->second.c_str()));
   }
   static GVariant* onGet(GDBusConnection*, const char*, const char*, const char*, const char*, GError** error,
                          gpointer self) {

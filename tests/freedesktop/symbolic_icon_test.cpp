@@ -82,29 +82,12 @@ TEST_F(SymbolicIcon, IsChosenAgainForEachWatcherAndDrawnAnewInPlasmasNewColours)
 /// xfce4-panel's settings daemon, with settings of our choice.
 struct Xfconf : Peer {
   explicit Xfconf(const PrivateBus& bus) : Peer(bus, {"org.xfce.Xfconf"}) {
-    static const GDBusNodeInfo* const served = g_dbus_node_info_new_for_xml(
-        "<node><interface name='org.xfce.Xfconf'>"
-        "<method name='GetAllProperties'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
-        "<arg type='a{sv}' direction='out'/></method>"
-        "<method name='GetProperty'><arg type='s' direction='in'/><arg type='s' direction='in'/>"
-        "<arg type='v' direction='out'/></method></interface></node>",
-        nullptr);
-    static const GDBusInterfaceVTable table{onQuery, nullptr, nullptr, {}};
-    g_dbus_connection_register_object(connection.get(), "/org/xfce/Xfconf", served->interfaces[0], &table, this,
-                                      nullptr, nullptr);
+    replies = {{"GetAllProperties", "(@a{sv} {'/panels/dark-mode': <true>},)"}, {"GetProperty", "(<'Adwaita'>,)"}};
   }
   void change(const char* channel, const char* property) const {
     g_dbus_connection_emit_signal(connection.get(), nullptr, "/org/xfce/Xfconf", "org.xfce.Xfconf", "PropertyChanged",
                                   g_variant_new("(ssv)", channel, property, g_variant_new_boolean(TRUE)), nullptr);
   }
-  static void onQuery(GDBusConnection*, const char*, const char*, const char*, const char* method, GVariant*,
-                      GDBusMethodInvocation* call, gpointer self) {
-    const auto& settings = *static_cast<Xfconf*>(self);
-    const auto& answer = std::string_view(method) == "GetProperty" ? settings.theme : settings.panels;
-    g_dbus_method_invocation_return_value(call, g_variant_new_parsed(answer.c_str()));
-  }
-  std::string panels = "(@a{sv} {'/panels/dark-mode': <true>},)";
-  std::string theme = "(<'Adwaita'>,)";
 };
 
 TEST_F(SymbolicIcon, IsPaintedAnewByXfceAfterItsThemeChangedAndWhenShown) {
@@ -151,8 +134,9 @@ TEST_F(SymbolicIcon, GivesWayToPixelsInXfceOnABackgroundOfTheUsersAndInAnAnimati
     return "({'/panels/panel-1/background-style': <uint32 " + style +
            ">, '/panels/panel-1/background-rgba': <[<1.0>, <1.0>, <0.5>, <1.0>]>},)";
   };
-  for (const auto& settings : Lines{xfconf.panels, "({'/panels/dark-mode': <false>},)", user("2"), user("1")}) {
-    xfconf.panels = settings;
+  for (const auto& settings :
+       Lines{xfconf.replies["GetAllProperties"], "({'/panels/dark-mode': <false>},)", user("2"), user("1")}) {
+    xfconf.replies["GetAllProperties"] = settings;
     xfconf.change("xfce4-panel", "/panels/dark-mode");
     runFor(300ms);
     pixels.push_back(panel->get("IconPixmap"));
