@@ -1,7 +1,6 @@
 /// What an item program is told on standard input, one line each:
 ///   report         says what it costs
 ///   change COUNT   changes the icon every 35 ms, and reports 5.5 and COUNT + 5.5 ticks after the first
-///   repeat COUNT   the same with the icon that is shown already
 ///   menu COUNT     reports, then shows a menu of COUNT items
 ///   keys COUNT     the same, each item with a shortcut
 /// The end of the input ends it. "done" follows on each but the first.

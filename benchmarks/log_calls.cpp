@@ -7,42 +7,19 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
-#if defined(WITH_SPDLOG)
-#include <spdlog/async.h>
-#include <spdlog/sinks/basic_file_sink.h>
-#include <spdlog/sinks/stdout_sinks.h>
-#elif !defined(WITH_WRITE)
+#ifndef WITH_WRITE
 #include <quill_tray_manager.h>
 #endif
 
 namespace {
 
-#if defined(WITH_SPDLOG)
+#ifdef WITH_WRITE
 
-// The same two lines, one to standard output and one with a timestamp to a file; nothing is synced.
-std::shared_ptr<spdlog::logger> makeLogger() {
-  spdlog::init_thread_pool(spdlog::details::default_async_q_size, 1);
-  auto console = std::make_shared<spdlog::sinks::stdout_sink_mt>();
-  console->set_pattern("[%n] %v");
-  auto file = std::make_shared<spdlog::sinks::basic_file_sink_mt>(std::getenv("HOME") + std::string("/spdlog.log"));
-  file->set_pattern("[%Y-%m-%d %H:%M:%S.%e][%l][%n] %v");
-  return std::make_shared<spdlog::async_logger>("TrayManager", spdlog::sinks_init_list{console, file},
-                                                spdlog::thread_pool(), spdlog::async_overflow_policy::block);
-}
-
-void logOnce() {
-  static const auto logger = makeLogger();
-  logger->error("[TrayManager] 打开 URL 失败：URL 字符串为空");
-}
-
-#elif defined(WITH_WRITE)
-
-// The first of the two lines, by the one system call that it takes.
+// The line on standard output, by the one system call that it takes.
 void logOnce() {
   constexpr std::string_view line = "[TrayManager] [TrayManager] 打开 URL 失败：URL 字符串为空\n";
   if (write(STDOUT_FILENO, line.data(), line.size()) < 0) _exit(1);

@@ -44,8 +44,7 @@ class Item {
 
   void obey(const Command& command) {
     if (isNamed(&command, "report")) report();
-    if (isNamed(&command, "change") || isNamed(&command, "repeat")) {
-      changes_ = isNamed(&command, "change");
+    if (isNamed(&command, "change")) {
       counted_ = command.count;
       ticks_ = 0;
       addFrames(static_cast<std::size_t>(kTicksBefore + counted_ + kTicksAfter + 1));
@@ -63,7 +62,7 @@ class Item {
   void tick() {
     ++ticks_;
     if (ticks_ == kTicksBefore || ticks_ == kTicksBefore + counted_) report();
-    icon_.setIcon(frames_[changes_ ? static_cast<std::size_t>(ticks_) : 0]);
+    icon_.setIcon(frames_[static_cast<std::size_t>(ticks_)]);
     if (ticks_ < kTicksBefore + counted_ + kTicksAfter) return;
     timer_.stop();
     done();
@@ -90,7 +89,6 @@ class Item {
   QSystemTrayIcon icon_;
   QTimer timer_;
   QSocketNotifier input_;
-  bool changes_ = false;
   int counted_ = 0;
   int ticks_ = 0;
 };

@@ -26,11 +26,11 @@ static gboolean forgetFrames(gpointer data) {
 }
 
 /// The two that start the animation and the one that ends it log; their lines are not among what is counted.
-static void animate(int counted, gboolean changes) {
+static void animate(int counted) {
   const int total = kTicksBefore + counted + kTicksAfter;
   for (int i = 0; i < total; ++i) {
-    const int index = changes ? i % kFrames : 0;
-    quill_tray_manager_add_animation_frame((const uint8_t*)frames[index].bytes, (intptr_t)frames[index].size);
+    quill_tray_manager_add_animation_frame((const uint8_t*)frames[i % kFrames].bytes,
+                                           (intptr_t)frames[i % kFrames].size);
   }
   quill_tray_manager_start_animation();
   g_timeout_add(kTicksBefore * kTick + kTick / 2, reportOnce, NULL);
@@ -56,8 +56,7 @@ static gboolean onInput(gint file, GIOCondition condition, gpointer data) {
   (void)file, (void)condition, (void)data;
   const struct Command command = readCommand();
   if (isNamed(&command, "report")) report();
-  if (isNamed(&command, "change")) animate(command.count, TRUE);
-  if (isNamed(&command, "repeat")) animate(command.count, FALSE);
+  if (isNamed(&command, "change")) animate(command.count);
   if (isNamed(&command, "menu")) showMenu(command.count, false);
   if (isNamed(&command, "keys")) showMenu(command.count, true);
   return G_SOURCE_CONTINUE;

@@ -19,12 +19,10 @@ from dataclasses import dataclass
 from PIL import Image, ImageDraw
 from session import PanelSession, Session, task_files
 
-OURS, BARE, QT, APPINDICATOR, SPDLOG, WRITE = "ours", "bare sd-bus", "Qt 6", "appindicator", "spdlog", "write(2) alone"
-ITEMS = {OURS: "quill", BARE: "bare", QT: "qt", APPINDICATOR: "appindicator"}
-LOGS = {OURS: "quill_log_calls", SPDLOG: "spdlog_log_calls", WRITE: "write_calls"}
-TOOLKITS = QT, APPINDICATOR
+OURS, BARE, QT, WRITE = "ours", "bare sd-bus", "Qt 6", "write(2) alone"
+ITEMS = {OURS: "quill", BARE: "bare", QT: "qt"}
+LOGS = {OURS: "quill_log_calls", WRITE: "write_calls"}
 TICK = 35_000_000  # ns
-PIXELS = (22 * 22 + 44 * 44) * 4  # bytes
 
 
 @dataclass
@@ -37,12 +35,12 @@ class Row:
     ratio: float | None = None
 
 
-def against(figure, ours, peers, most, beside=None):
-    """A row whose goal is a ratio to the best of its peers; none where no peer is here. `beside` is for comparison."""
+def against(figure, ours, peers, most):
+    """A row whose goal is a ratio to the best of its peers; none where no peer is here."""
     if not peers:
         return []
     ratio = ours / min(peers.values())
-    return [Row(figure, ours, peers | (beside or {}), f"≤ {most:g} ×", ratio <= most, ratio)]
+    return [Row(figure, ours, peers, f"≤ {most:g} ×", ratio <= most, ratio)]
 
 
 def at_most(figure, ours, peers, most):
@@ -58,9 +56,8 @@ class Benchmark:
     def __init__(self, session, icons):
         self.session = session
         self.icons = icons
-        for name, program in (ITEMS | LOGS).items():
-            if not session.has(program):
-                print(f"benchmark: {name} is not installed: left out", flush=True)
+        if not session.has(ITEMS[QT]):
+            print("benchmark: Qt is not installed: left out", flush=True)
         self.items = {name: program for name, program in ITEMS.items() if session.has(program)}
 
     def item(self, name, size=44):
@@ -99,7 +96,7 @@ class Benchmark:
             cost = self.rounds(3, measure)
             text = f"icon change, {figure} px: CPU, µs"
             rows += against(text, cost[OURS], only(cost, BARE), 1.25)
-            rows += against(text, cost[OURS], only(cost, *TOOLKITS), 0.35)
+            rows += against(text, cost[OURS], only(cost, QT), 0.35)
         return rows
 
     def animation(self):
@@ -123,37 +120,6 @@ class Benchmark:
             cost = self.rounds(3, measure, (OURS, QT))
         return against("animation in xfce4-panel: CPU of the session a tick, ms", cost[OURS], only(cost, QT), 1)
 
-    def bytes(self):
-        """What passes on the bus for an icon change: what a long run takes more than a short one."""
-        short, long = 10, 40
-
-        def measure(name):
-            with self.session.panel() as panel, self.item(name) as item:
-                connection = panel.hear("item")[0]
-                panel.hear("read")
-                item.rest()
-                monitor = self.session.monitor(connection)
-                results = []
-                for command in ("change", "repeat") if name != BARE else ("change",):
-                    passed = []
-                    for count in (short, long):
-                        before = monitor.count
-                        item.tell(f"{command} {count}")
-                        item.hear("done")
-                        item.rest()
-                        passed.append(monitor.count - before)
-                    results.append((passed[1] - passed[0]) / (long - short))
-                monitor.close()
-                return results
-
-        found = self.rounds(1, measure)
-        change = {name: values[0] for name, values in found.items() if name != OURS}
-        repeat = {name: values[1] for name, values in found.items() if name in TOOLKITS}
-        return [
-            *at_most("icon change, 22 and 44 px: bytes on the bus", found[OURS][0], change, PIXELS + 800),
-            *at_most("icon shown already, again: bytes on the bus", found[OURS][1], repeat, 0),
-        ]
-
     def start(self):
         """From the start of a process until a panel has read its item; memory and threads once it is at rest."""
 
@@ -174,9 +140,8 @@ class Benchmark:
         return [
             *at_most(text, cpu[OURS], only(cpu, BARE), 8),
             *against(text, cpu[OURS], only(cpu, QT), 0.3),
-            *against(text, cpu[OURS], only(cpu, APPINDICATOR), 0.1),
             *against("private memory beyond an empty process, MiB", memory[OURS], only(memory, QT), 0.3),
-            *at_most("threads, the log's among them", threads[OURS], only(threads, BARE, *TOOLKITS), 2),
+            *at_most("threads, the log's among them", threads[OURS], only(threads, BARE, QT), 2),
         ]
 
     def guest(self):
@@ -219,28 +184,26 @@ class Benchmark:
 
         many = 10_000
         found = self.rounds(3, measure("menu", many), (OURS, QT))
-        found |= self.rounds(1, measure("menu", many), (APPINDICATOR,))
         keys = self.rounds(3, measure("keys", many), (OURS, QT))
         each = [self.rounds(3, measure("menu", n, 9), (OURS,))[OURS][0] / n for n in (10, 1000)]
         cpu, memory = column(found, 0), column(found, 1)
         keyed = column(keys, 0)
         per_item = cpu[OURS] / many
         return [
-            *against("menu of 10,000, JSON to layout: CPU, ms", cpu[OURS], only(cpu, *TOOLKITS), 0.25),
-            *against("the same: private memory, MiB", memory[OURS], only(memory, *TOOLKITS), 0.45),
+            *against("menu of 10,000, JSON to layout: CPU, ms", cpu[OURS], only(cpu, QT), 0.25),
+            *against("the same: private memory, MiB", memory[OURS], only(memory, QT), 0.45),
             *against("the same, a shortcut and so a log line each: CPU, ms", keyed[OURS], only(keyed, QT), 0.25),
             *against("an item of 10,000: CPU, µs", per_item * 1e3, {"of 10": each[0] * 1e3}, 1.5),
             *against("an item of 10,000: CPU, µs", per_item * 1e3, {"of 1,000": each[1] * 1e3}, 1.5),
         ]
 
     def log_call(self):
-        """One log call at its caller, flat out, console to a file; only ours has written there when it returns."""
-        programs = {name: program for name, program in LOGS.items() if self.session.has(program)}
+        """One log call at its caller, flat out, console to a file."""
         rows = []
         for threads, calls, text in ((1, 100_000, "1 thread"), (8, 25_000, "8 threads")):
             found = defaultdict(list)
             for _ in range(5):
-                for name, program in programs.items():
+                for name, program in LOGS.items():
                     with self.session.start(program, threads, calls) as running:
                         found[name].append([int(word) / 1e3 for word in running.hear("calls")])
                     remove_logs(self.session.directory / "home" / program)
@@ -248,7 +211,7 @@ class Benchmark:
             for index, kind in enumerate(("median", "99th percentile")[: 1 if threads == 1 else 2]):
                 time = column(values, index)
                 figure = f"log call, {text}: {kind}, µs"
-                rows += against(figure, time[OURS], only(time, WRITE), 1.5, only(time, SPDLOG))
+                rows += against(figure, time[OURS], only(time, WRITE), 1.5)
         return rows
 
     def log_lines(self):
@@ -403,7 +366,6 @@ def machine():
 FIGURES = {
     "icon-change": Benchmark.icon_change,
     "animation": Benchmark.animation,
-    "bytes": Benchmark.bytes,
     "start": Benchmark.start,
     "guest": Benchmark.guest,
     "menu": Benchmark.menu,

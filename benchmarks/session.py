@@ -8,9 +8,8 @@ import sys
 import threading
 import time
 
-from message_bytes import MessageBytes
-
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "scripts"))
+SCRIPTS = pathlib.Path(__file__).resolve().parents[1] / "scripts"
+sys.path.insert(0, str(SCRIPTS))
 from panel_session import PanelSession  # noqa: E402, F401
 from servers import start_bus, start_display  # noqa: E402
 
@@ -26,12 +25,12 @@ def task_files(process, file):
 class Program:
     """One program of the benchmark: commands go to its standard input, answers come on its standard error."""
 
-    def __init__(self, path, arguments, environment, home):
+    def __init__(self, name, words, environment, home):
         home.mkdir(parents=True, exist_ok=True)
-        self.name = path.name
+        self.name = name
         with open(home / "standard-output", "wb") as output:
             self.process = subprocess.Popen(
-                [path, *map(str, arguments)],
+                list(map(str, words)),
                 env={**environment, "HOME": str(home), "XDG_RUNTIME_DIR": str(home)},
                 stdin=subprocess.PIPE,
                 stdout=output,
@@ -115,11 +114,8 @@ class Program:
 
     def __exit__(self, *_):
         self.process.stdin.close()
-        try:
-            self.process.wait(5)
-        except subprocess.TimeoutExpired:
-            self.process.kill()
-            self.process.wait()
+        self.process.terminate()
+        self.process.wait()
 
 
 class Report:
@@ -150,12 +146,12 @@ class Session:
         return self
 
     def _start(self):
-        _, self.bus = start_bus(self._spawn)
+        _, bus = start_bus(self._spawn)
         _, display = start_display(self._spawn, 640, 480)
         self.environment = {
             "PATH": os.environ["PATH"],
             "LANG": "C.UTF-8",
-            "DBUS_SESSION_BUS_ADDRESS": self.bus,
+            "DBUS_SESSION_BUS_ADDRESS": bus,
             "DISPLAY": display,
             "NO_AT_BRIDGE": "1",
             "GTK_A11Y": "none",
@@ -172,15 +168,15 @@ class Session:
 
     def start(self, name, *arguments, environment=None):
         """`environment`: another session's."""
-        return Program(self.programs / name, arguments, environment or self.environment, self.directory / "home" / name)
+        words = [self.programs / name, *arguments]
+        return Program(name, words, environment or self.environment, self.directory / "home" / name)
 
     def panel(self):
-        panel = self.start("panel")
+        """A watcher that reads the item whenever its icon changes."""
+        words = ["sh", "-c", 'exec /usr/bin/python3 -B "$0" told >&2', SCRIPTS / "watcher.py"]
+        panel = Program("panel", words, self.environment, self.directory / "home/panel")
         panel.hear("ready")
         return panel
-
-    def monitor(self, connection):
-        return MessageBytes(self.bus, connection)
 
     def __exit__(self, *_):
         for child in reversed(self._children):
