@@ -152,6 +152,7 @@ class PanelSession:
         self._start_bus()
         for words in self.panel.companions:
             self.spawn(words)
+        self.panel.wait_for_companions(self)
         self.screen.move(*self.aside)
         self.start_panel()
         self.empty = self.settled()

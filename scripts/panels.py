@@ -6,7 +6,10 @@ from typing import Callable
 
 from pictures import Box
 from screens import LEFT, RIGHT, SwayScreen, XScreen
+from xfce_settings import XFCE_LOOKS, XFSETTINGSD, configure_xfce, configure_xsettings, set_xfconf, switch_xfce
+from xfce_settings import wait_for_xsettings
 
+MATE_LOOKS = {"default": ("Menta", "none"), "BlackMATE": ("BlackMATE", "none"), "dark": ("Menta", "color")}
 INDICATORS = "/usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service"
 
 
@@ -19,8 +22,9 @@ class Panel:
     configure: Callable  # (session): writes configuration files
     bar: Callable  # (width, height) of the screen: the bar's box
     themes: tuple = ("default",)
-    colours: tuple = ()  # further themes that are a bar of one colour
+    colours: tuple = ()  # further looks of a running panel
     companions: tuple = ()  # commands that run beside it, such as a window manager
+    wait_for_companions: Callable = lambda session: None  # until the panel may start
     watcher: list = field(default_factory=list)  # a command that runs and ends with the panel
     environment: dict = field(default_factory=dict)
     handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
@@ -28,6 +32,7 @@ class Panel:
     padding: int = 0  # columns beside the icons that the panel paints only while it has icons
     switch_theme: Callable = None  # (session, theme), while the panel runs
     alike: tuple = ()  # the themes whose bars are of one colour
+    own_colour: Callable = None  # (bar): boxes with its own text and with an icon, if it paints both in one colour
     started: Callable = lambda session: None  # what is left to do once the watcher is there
     refuses_root: bool = False
     menu_button: int = RIGHT  # opens the item's menu; where it is LEFT, no click reaches the host
@@ -41,43 +46,6 @@ class Panel:
 
 def gtk_settings(session, theme, icons="Adwaita"):
     session.write("gtk-3.0/settings.ini", f"[Settings]\ngtk-theme-name={theme}\ngtk-icon-theme-name={icons}\n")
-
-
-def configure_xfce(session, tray="systray"):
-    gtk_settings(session, "Adwaita")
-    plugins = [tray]
-    if session.has_neighbours:
-        plugins = ["showdesktop", "directorymenu", *plugins, "windowmenu", "clock"]
-    ids = "".join(f'<value type="int" value="{number}"/>' for number, _ in enumerate(plugins, 1))
-    kinds = "".join(f'''
-    <property name="plugin-{number}" type="string" value="{plugin}">
-      <property name="square-icons" type="bool" value="true"/>
-    </property>''' for number, plugin in enumerate(plugins, 1))
-    session.write(
-        "xfce4/xfconf/xfce-perchannel-xml/xfce4-panel.xml",
-        f"""<?xml version="1.0" encoding="UTF-8"?>
-<channel name="xfce4-panel" version="1.0">
-  <property name="configver" type="int" value="2"/>
-  <property name="panels" type="array">
-    <value type="int" value="1"/>
-    <property name="dark-mode" type="bool" value="{str(session.theme == "dark").lower()}"/>
-    <property name="panel-1" type="empty">
-      <property name="position" type="string" value="p=6;x=0;y=0"/>
-      <property name="position-locked" type="bool" value="true"/>
-      <property name="length" type="uint" value="100"/>
-      <property name="size" type="uint" value="32"/>
-      <property name="plugin-ids" type="array">{ids}</property>
-    </property>
-  </property>
-  <property name="plugins" type="empty">{kinds}
-  </property>
-</channel>
-""",
-    )
-
-
-def switch_xfce(session, theme):
-    session.run(["xfconf-query", "-c", "xfce4-panel", "-p", "/panels/dark-mode", "-s", str(theme == "dark").lower()])
 
 
 def configure_waybar(session):
@@ -103,7 +71,7 @@ def switch_waybar(session, theme):
 
 
 def switch_lxqt(session, theme):
-    look = {"default": "Clearlooks"}.get(theme, theme)
+    look = {"default": "debian"}.get(theme, theme)
     session.write("lxqt/lxqt.conf", f"[General]\ntheme={look}\nicon_theme=Adwaita\n")
 
 
@@ -152,13 +120,19 @@ alignment=Right
 
 
 def configure_mate(session):
-    gtk_settings(session, "Menta", "menta")
-    switch_mate(session, session.theme)
+    theme, background = MATE_LOOKS[session.theme]
+    configure_xsettings(session, theme, "menta")
+    write_mate(session, background)
 
 
-def switch_mate(session, theme):
-    """The default theme's background, or a dark one."""
-    background = {"default": "none"}.get(theme, "color")
+def switch_mate(session, look):
+    theme, background = MATE_LOOKS[look]
+    set_xfconf(session, "xsettings", "/Net/ThemeName", "string", theme)
+    write_mate(session, background)
+
+
+def write_mate(session, background):
+    """`background`: none for the theme's, color for a dark one."""
     objects = ["WnckletFactory::ShowDesktopApplet"] if session.has_neighbours else []
     objects += ["NotificationAreaAppletFactory::NotificationArea"]
     objects += ["ClockAppletFactory::ClockApplet"] if session.has_neighbours else []
@@ -199,7 +173,11 @@ PANELS = {
         configure=configure_xfce,
         bar=lambda width, height: Box(0, 0, width, 32),
         themes=("dark", "light"),
+        colours=tuple(look for look in XFCE_LOOKS if look not in ("dark", "light")),
         switch_theme=switch_xfce,
+        own_colour=lambda bar: (bar._replace(left=bar.right - 100, right=bar.right - 45), bar._replace(left=bar.right - 36)),
+        companions=(XFSETTINGSD,),
+        wait_for_companions=wait_for_xsettings,
     ),
     "xfce4-indicators": Panel(
         screen=XScreen,
@@ -210,6 +188,8 @@ PANELS = {
         switch_theme=switch_xfce,
         menu_button=LEFT,
         handle=1,
+        companions=(XFSETTINGSD,),
+        wait_for_companions=wait_for_xsettings,
         watcher=[INDICATORS],
     ),
     "waybar": Panel(
@@ -226,7 +206,7 @@ PANELS = {
         screen=XScreen,
         command=["lxqt-panel"],
         configure=configure_lxqt,
-        themes=("default", "dark"),
+        themes=("default", "Clearlooks"),
         switch_theme=switch_lxqt,
         has_accessible_icons=True,
         bar=lambda width, height: Box(0, height - 32, width, height),
@@ -237,11 +217,13 @@ PANELS = {
         screen=XScreen,
         command=["mate-panel"],
         configure=configure_mate,
-        themes=("default", "dark"),
+        themes=("default", "BlackMATE"),
+        colours=("dark",),
         switch_theme=switch_mate,
         has_accessible_icons=True,
         bar=lambda width, height: Box(0, 0, width, 26),
-        companions=(["openbox"],),
+        companions=(["openbox"], XFSETTINGSD),
+        wait_for_companions=wait_for_xsettings,
         handle=11,
         environment={"XDG_CURRENT_DESKTOP": "MATE"},
     ),

@@ -59,6 +59,11 @@ def icon_contrast(picture, icon):
     return max(contrast(colour, icon.ground) for colour, count in colours.items() if count >= least)
 
 
+def ink_colour(picture, box, ground):
+    """The colour of the text or of the icon in the box: the one that is seen best on the ground."""
+    return max(picture.crop(box).getdata(), key=lambda colour: contrast(colour, ground))
+
+
 def wanted_contrast(ground):
     """What WCAG asks of text, 4.5 (1.4.3). On a bar on which neither white nor black has 5, what it asks of graphics, 3
     (1.4.11): there the icon's outline in the other tone, which scaling mixes with its fill, takes more than it gives."""

@@ -79,6 +79,22 @@ class PanelTest(unittest.TestCase):
                 picture = session.settled(lambda now: pictures.icon_contrast(now, icon) >= wanted, shape)
                 self.assert_seen(picture, icon, f"{look}, {shape}")
 
+    def test_icon_has_the_colour_of_the_panels_own_text(self):
+        if not self.session.panel.own_colour:
+            self.skipTest("SKIPPED: the panel paints no icon in its own colour")
+        with panel_session.PanelSession(self.session.name, self.session.theme, has_neighbours=True) as session:
+            host = session.start_host([os.environ["PANEL_HOST"]])
+            for command in ("create", f"icon {self.icon_files['solid']}"):
+                self.tell(host, command)
+            places = session.panel.own_colour(session.bar)
+
+            def colours(picture):
+                return [pictures.ink_colour(picture, place, pictures.main_colour(picture, session.bar)) for place in places]
+
+            session.settled(lambda now: max(abs(a - b) for a, b in zip(*colours(now))) <= 4, "icon in the text's colour")
+            host.say("end")
+            self.assertEqual(host.wait_end(), 0)
+
     def test_animation_shows_frames_then_the_icon(self):
         host, icon = self.show()
         at_rest = self.session.picture().crop(icon.box)
