@@ -9,9 +9,8 @@
 namespace quill {
 
 const std::shared_ptr<CommonLogManager>& CommonLogManager::shared() {
-  static constinit NoDestructor<std::shared_ptr<CommonLogManager>> manager;
-  auto& environment = Environment::current();
-  return manager.get([&environment] { return make(environment); });
+  static NoDestructor<std::shared_ptr<CommonLogManager>> manager(make(Environment::current()));
+  return manager.get();
 }
 
 std::shared_ptr<CommonLogManager> CommonLogManager::make(Environment& environment) {

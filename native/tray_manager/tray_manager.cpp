@@ -30,9 +30,8 @@ std::string readableName(const std::type_info& type) {
 }  // namespace
 
 const std::shared_ptr<TrayManager>& TrayManager::shared() {
-  static constinit NoDestructor<std::shared_ptr<TrayManager>> instance;
-  auto& desktop = Desktop::current();
-  return instance.get([&desktop] { return make<TrayManager>(desktop); });
+  static NoDestructor<std::shared_ptr<TrayManager>> instance(make<TrayManager>(Desktop::current()));
+  return instance.get();
 }
 
 std::shared_ptr<Tray> Tray::shared() { return TrayManager::shared(); }

@@ -14,8 +14,8 @@ Desktop& Desktop::current() { return appkit::Desktop::current(); }
 namespace appkit {
 
 Desktop& Desktop::current() {
-  static constinit NoDestructor<std::unique_ptr<Desktop>> desktop;
-  return *desktop.get([] { return std::make_unique<Desktop>(); });
+  static NoDestructor<Desktop> desktop;
+  return desktop.get();
 }
 
 std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {

@@ -35,8 +35,8 @@ posix::Environment::UtcOffset utcOffset() {
 }  // namespace
 
 Environment& Environment::current() {
-  static constinit NoDestructor<MacEnvironment> environment;
-  return environment.get([] { return MacEnvironment(utcOffset()); });
+  static NoDestructor<MacEnvironment> environment(utcOffset());
+  return environment.get();
 }
 
 }  // namespace quill

@@ -14,13 +14,10 @@ struct FileRemoval {
 }  // namespace
 
 Desktop& Desktop::current() {
-  static constinit NoDestructor<std::unique_ptr<freedesktop::Desktop>> desktop;
-  return *desktop.get([] {
-    auto made = std::make_unique<freedesktop::Desktop>();
-    // When the process exits in an orderly way.
-    static const std::unique_ptr<freedesktop::Desktop, FileRemoval> removal(made.get());
-    return made;
-  });
+  static NoDestructor<freedesktop::Desktop> desktop;
+  // When the process exits in an orderly way.
+  static const std::unique_ptr<freedesktop::Desktop, FileRemoval> removal(&desktop.get());
+  return desktop.get();
 }
 
 }  // namespace quill

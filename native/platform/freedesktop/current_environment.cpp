@@ -25,13 +25,11 @@ std::shared_ptr<GTimeZone> currentTimeZone() {
 }  // namespace
 
 Environment& Environment::current() {
-  static constinit NoDestructor<posix::Environment> environment;
-  return environment.get([] {
-    return posix::Environment([zone = currentTimeZone()](std::chrono::sys_seconds at) {
-      const int interval = g_time_zone_find_interval(zone.get(), G_TIME_TYPE_UNIVERSAL, at.time_since_epoch().count());
-      return std::chrono::seconds(g_time_zone_get_offset(zone.get(), interval));
-    });
+  static NoDestructor<posix::Environment> environment([zone = currentTimeZone()](std::chrono::sys_seconds at) {
+    const int interval = g_time_zone_find_interval(zone.get(), G_TIME_TYPE_UNIVERSAL, at.time_since_epoch().count());
+    return std::chrono::seconds(g_time_zone_get_offset(zone.get(), interval));
   });
+  return environment.get();
 }
 
 }  // namespace quill

@@ -33,11 +33,9 @@ class Desktop::Presenter : public StatusItemPresenter {
 };
 
 Desktop& Desktop::current() {
-  static constinit NoDestructor<std::unique_ptr<Desktop>> desktop;
-  return *desktop.get([] {
-    made_ = true;
-    return std::make_unique<Desktop>();
-  });
+  static NoDestructor<Desktop> desktop;
+  made_ = true;
+  return desktop.get();
 }
 
 void Desktop::mouseUp(EventType type) {

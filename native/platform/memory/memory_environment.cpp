@@ -25,8 +25,8 @@ class Environment::Queue : public SerialQueue {
 };
 
 Environment& Environment::current() {
-  static constinit NoDestructor<std::unique_ptr<Environment>> environment;
-  return *environment.get([] { return std::make_unique<Environment>(); });
+  static NoDestructor<Environment> environment;
+  return environment.get();
 }
 
 void Environment::setNow(std::chrono::local_time<std::chrono::milliseconds> now) {

@@ -64,8 +64,8 @@ class Blockage {
 
 /// The current blockage, if any. Guarded by the lock of standard output.
 std::unique_ptr<Blockage>& blockage() {
-  static constinit NoDestructor<std::unique_ptr<Blockage>> current;
-  return current.get([] { return nullptr; });
+  static NoDestructor<std::unique_ptr<Blockage>> current;
+  return current.get();
 }
 
 Blockage& blockageOf(int file) {

@@ -32,8 +32,8 @@ class PageMemory : public std::pmr::memory_resource {
 }  // namespace
 
 std::pmr::memory_resource* pageMemory() {
-  static constinit NoDestructor<PageMemory> memory;
-  return &memory.get([] { return PageMemory(); });
+  static NoDestructor<PageMemory> memory;
+  return &memory.get();
 }
 
 }  // namespace quill::posix

@@ -30,8 +30,8 @@ std::atomic<Clock::rep> exitDeadline{0};
 class QueueRegistry {
  public:
   static QueueRegistry& get() {
-    static constinit NoDestructor<QueueRegistry> registry;
-    return registry.get([] { return QueueRegistry(); });
+    static NoDestructor<QueueRegistry> registry;
+    return registry.get();
   }
 
   void add(WorkerQueue& queue) {

@@ -38,9 +38,8 @@ VariableList withVariableAtEnd(char** list) {
 }
 
 void placeVariable() {
-  static constinit NoDestructor<std::vector<VariableList>> storage;
-  auto& lists =
-      storage.get([] { return std::vector<VariableList>(); });  // kept for their readers; the last one is in use
+  static NoDestructor<std::vector<VariableList>> kept;  // for their readers; the last list is in use
+  auto& lists = kept.get();
   const std::atomic_ref<char**> process(environ);
   char** current = process.load(std::memory_order_acquire);
   while (lists.empty() || current != lists.back().data()) {

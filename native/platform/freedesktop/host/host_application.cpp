@@ -17,16 +17,18 @@ namespace {
 
 std::string wellFormed(const char* text) { return GCharPointer(g_utf8_make_valid(text, -1)).get(); }
 
-/// Read once, since it does not change.
+std::string readExecutableName() {
+  std::error_code error;
+  auto file = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
+  constexpr std::string_view kReplaced = " (deleted)";  // the kernel's mark after an update on disk
+  if (file.ends_with(kReplaced)) file.resize(file.size() - kReplaced.size());
+  return wellFormed(file.empty() ? "application" : file.c_str());
+}
+
+/// Read once, because the name does not change.
 const std::string& executableName() {
-  static constinit NoDestructor<std::string> name;
-  return name.get([] {
-    std::error_code error;
-    auto file = std::filesystem::read_symlink("/proc/self/exe", error).filename().string();
-    constexpr std::string_view kReplaced = " (deleted)";  // what the kernel adds after an update on disk
-    if (file.ends_with(kReplaced)) file.resize(file.size() - kReplaced.size());
-    return wellFormed(file.empty() ? "application" : file.c_str());
-  });
+  static NoDestructor<std::string> name(readExecutableName());
+  return name.get();
 }
 
 /// What the host calls itself, since an interpreter's executable is that of many hosts.

@@ -204,8 +204,6 @@ void OneShotTimer::setDueIn(std::chrono::nanoseconds delay) { setDue(monotonicNo
 
 void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), kNever); }
 
-bool OneShotTimer::isSet() const { return g_source_get_ready_time(source_.get()) != kNever; }
-
 SourceHandle callWhenReadable(GlibMainQueue& queue, int descriptor, std::function<void()> call) {
   auto source = attachSource(queue, kNever, G_SOURCE_REMOVE, std::move(call));
   g_source_add_unix_fd(source.get(), descriptor, GIOCondition(G_IO_IN | G_IO_HUP | G_IO_ERR));

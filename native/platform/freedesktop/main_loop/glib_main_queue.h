@@ -61,8 +61,6 @@ class OneShotTimer {
   void setDue(std::chrono::nanoseconds due);
   void setDueIn(std::chrono::nanoseconds delay);
   void cancel();
-  /// Whether a call is to come.
-  bool isSet() const;
 
  private:
   SourceHandle source_;
