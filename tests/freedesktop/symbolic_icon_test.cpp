@@ -152,10 +152,18 @@ TEST_F(SymbolicIcon, IsInPixelsInTheToneForMateAndForLxqtsTheme) {
   startPanel({"org.mate.panel.applet.NotificationAreaAppletFactory", kWatcher});
   const auto black = panel->get("IconPixmap");
   EXPECT_NE(black, white);
-  prctl(PR_SET_NAME, "lxqt-panel");
   const auto config = bus.directory / "config";
   fs::create_directories(config / "lxqt");
   setenv("XDG_CONFIG_HOME", config.c_str(), 1);
+  for (const auto& [style, colour, tone] :
+       {std::tuple("breeze-dark", "239,240,241", white), std::tuple("default", "239,240,241", black),
+        std::tuple("default", "42,46,50", white)}) {
+    std::ofstream(config / "plasmarc") << "[Wallpapers]\nname=x\n[Theme]\nname=" << style << '\n';
+    std::ofstream(config / "kdeglobals") << "[Colors:Window]\nBackgroundNormal=" << colour << '\n';
+    startPanel({"org.kde.kded6", kWatcher});
+    EXPECT_TRUE(runUntil([&] { return panel->get("IconPixmap") == tone; })) << style << ' ' << colour;
+  }
+  prctl(PR_SET_NAME, "lxqt-panel");
   for (const auto& [theme, tone] : {std::pair("debian", white), std::pair("Clearlooks", black)}) {
     std::ofstream(config / "lxqt/lxqt.conf") << "[General]\ntheme=" << theme << '\n';
     startPanel();

@@ -24,6 +24,7 @@ void BarColours::follow(const Panel& panel) {
   }
   if (panel.toneSource == ToneSource::xfconf) source_ = makeXfceBar(bus_, handlers_.told);
   if (panel.toneSource == ToneSource::lxqtTheme) source_ = makeReadBar(queue_, handlers_.told, lxqtBar());
+  if (panel.toneSource == ToneSource::plasmaStyle) source_ = makeReadBar(queue_, handlers_.told, plasmaBar());
   if (panel.toneSource == ToneSource::trayColours) source_ = makeReadBar(queue_, handlers_.told, x11TrayBar());
   if (source_) source_->ask();
 }

@@ -42,6 +42,9 @@ std::unique_ptr<BarSource> makeReadBar(GlibMainQueue& queue, BarSource::Told tol
 /// The name of lxqt-panel's theme, in a file.
 ReadBar lxqtBar();
 
+/// The names of Plasma's style and the colours of its windows, in files.
+ReadBar plasmaBar();
+
 /// The colour of the text in the tray, a property that trays on X11 set. Empty where there is no X11 display.
 ReadBar x11TrayBar();
 

@@ -15,9 +15,13 @@ constexpr Panel kPanels[] = {
     {.names = {{{"org.gnome.Shell"}}}, .icon = IconForm::symbolic, .underscores = Underscores::first},
     // Plasma's icon loader fills the class ColorScheme-Text of an SVG. Plasma 5 takes the application's palette, which
     // may be as dark as the bar, for a file outside of the user's icon themes; hence the outline. A new colour scheme
-    // is announced by KGlobalSettings; the icon is painted in it when it is read again.
+    // is announced by KGlobalSettings; the icon is painted in it when it is read again. A tick of an animation costs
+    // the session 1.9 ms of CPU by a name, 1.5 by pixels.
     {.names = {{{"org.kde.kded5"}, {"org.kde.kded6"}}},
      .icon = IconForm::symbolicWithOutline,
+     .animatesPixels = true,
+     .tone = Tone::black,
+     .toneSource = ToneSource::plasmaStyle,
      .themeSignals = {"type='signal',path='/KGlobalSettings',interface='org.kde.KGlobalSettings',"
                       "member='notifyChange'"},
      .repaints = {200ms}},

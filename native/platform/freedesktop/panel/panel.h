@@ -27,7 +27,7 @@ struct PanelName {
 enum class Tone { white, black };
 
 /// The place from which a bar's colours can be read.
-enum class ToneSource { none, xfconf, lxqtTheme, trayColours };
+enum class ToneSource { none, xfconf, lxqtTheme, trayColours, plasmaStyle };
 
 /// The bar under an icon, as far as the panel reports it.
 struct Bar {
