@@ -214,16 +214,6 @@ class Benchmark:
                 rows += against(figure, time[OURS], only(time, WRITE), 1.5)
         return rows
 
-    def log_lines(self):
-        """Lines a second that reach the disk."""
-        rounds = 80
-        with self.session.start("log_lines", 25, rounds) as running:
-            rates = [[float(rate) for rate in running.hear("lines")] for _ in range(rounds)]
-        ours, bare = medians(rates)
-        ratio = statistics.median(one / other for one, other in rates)  # disks that others use change from turn to turn
-        peer = {"open … fsync, close": bare}
-        return [Row("log lines a second, each synced", ours, peer, "≥ 0.9 ×", ratio >= 0.9, ratio)]
-
     def set_icon(self):
         """set_main_icon against the decoding that it needs."""
         with self.session.panel(), self.session.start("icon_calls", self.icons / "64-0.png", 300) as running:
@@ -370,7 +360,6 @@ FIGURES = {
     "guest": Benchmark.guest,
     "menu": Benchmark.menu,
     "log-call": Benchmark.log_call,
-    "log-lines": Benchmark.log_lines,
     "set-icon": Benchmark.set_icon,
     "tick": Benchmark.tick,
     "idle": Benchmark.idle,
