@@ -42,7 +42,7 @@ endif()
 # A later commit has a higher version, so that APT replaces an older package. Changes without a commit count from the
 # moment of this configuration.
 set(ENV{TZ} UTC)
-execute_process(COMMAND git show --no-patch --date=format-local:%Y%m%d.%H%M%S --format=%cd.%h HEAD
+execute_process(COMMAND git show --no-patch --abbrev=12 --date=format-local:%Y%m%d.%H%M%S --format=%cd.%h HEAD
   WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE commit OUTPUT_STRIP_TRAILING_WHITESPACE ERROR_QUIET)
 execute_process(COMMAND git status --porcelain --untracked-files=no
   WORKING_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE changes ERROR_QUIET)
