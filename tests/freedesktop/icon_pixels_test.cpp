@@ -129,7 +129,7 @@ TEST(ShapeCoverage, HairlinesGainAndSoftEdgesStaySoft) {
   const auto coverage = shapeCoverage(fading);
   for (std::size_t x = 0; x < 44; ++x) EXPECT_NEAR(coverage[x], static_cast<double>(x) * 255 / 43, 3);
   const auto icon = twoToneIcon(fading).front();
-  const auto framed = framedCoverage(fading).small;
+  const auto framed = coverageWithMargin(fading).small;
   for (std::size_t i = 0; i < framed.size(); ++i)
     EXPECT_NEAR(icon.argb[i * 4] * icon.argb[i * 4 + 1], framed[i] * 255, 255) << "what is white of it";
 }

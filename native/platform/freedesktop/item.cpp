@@ -94,7 +94,7 @@ void Item::show(const StatusItem& item) {
   if (image == image_) return;
   image_ = image;
   auto icon = image ? iconRenderingOf(*image) : nullptr;
-  if (icon == icon_ || (icon && icon_ && icon->looksLike(*icon_))) return;
+  if (icon == icon_ || (icon && icon_ && icon->hasSamePixels(*icon_))) return;
   isMoving_ = panel_->animatesPixels && isMoving(icon);
   icon_ = std::move(icon);
   writeFile();

@@ -8,7 +8,7 @@
 
 #include "file_descriptor.h"
 #include "posix_environment.h"
-#include "quiet_write.h"
+#include "write_without_signals.h"
 
 namespace quill::posix {
 
@@ -53,7 +53,7 @@ std::error_code Environment::append(const std::filesystem::path& file, std::stri
   if (!opened.isOpen()) return {errno, std::generic_category()};
 
   const bool isLocked = lock(opened.number());  // until a write that fell short is cut off
-  const auto written = writeQuietly(opened.number(), bytes);
+  const auto written = writeWithoutSignals(opened.number(), bytes);
   if (written > 0 && static_cast<std::size_t>(written) < bytes.size()) cutOff(opened.number(), written);
   if (isLocked) flock(opened.number(), LOCK_UN);  // closing would not: a forked child may have a copy
   if (flush == Flush::now) fsync(opened.number());

@@ -15,8 +15,8 @@
 #include "errno_saver.h"
 #include "no_destructor.h"
 #include "posix_environment.h"
-#include "quiet_write.h"
 #include "standard_output_lock.h"
+#include "write_without_signals.h"
 
 namespace quill::posix {
 
@@ -76,7 +76,7 @@ Blockage& blockageOf(int file) {
 /// Removes the written bytes from `bytes`, or all of them after a permanent failure. Returns false if the file is full.
 bool writeAll(int file, std::string_view& bytes) {
   while (!bytes.empty()) {
-    const auto written = writeQuietly(file, bytes);
+    const auto written = writeWithoutSignals(file, bytes);
     if (written > 0) {
       bytes.remove_prefix(static_cast<std::size_t>(written));
     } else if (written < 0 && errno == EAGAIN) {
@@ -102,7 +102,7 @@ bool flushHost(int file) {
   if (!hasPrinted()) return true;
   const bool mayRefuse = (fcntl(file, F_GETFL) & O_NONBLOCK) != 0;
   if (mayRefuse && !blockageOf(file).waitUntilWritable(file)) return false;
-  flushQuietly(stdout);
+  flushWithoutSignals(stdout);
   return true;
 }
 

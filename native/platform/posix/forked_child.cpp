@@ -6,7 +6,7 @@
 #include <atomic>
 
 #include "errno_saver.h"
-#include "quiet_write.h"
+#include "write_without_signals.h"
 
 namespace quill {
 
@@ -25,7 +25,8 @@ void reportForkedChild() {
   const posix::ErrnoSaver saver;
   pollfd output{STDOUT_FILENO, POLLOUT, 0};
   if (poll(&output, 1, 0) <= 0) return;  // a full pipe would block
-  posix::writeQuietly(STDOUT_FILENO, "[TrayManager] [TrayManager] 此进程由 fork 产生，托盘库属于其父进程，调用无效\n");
+  posix::writeWithoutSignals(STDOUT_FILENO,
+                             "[TrayManager] [TrayManager] 此进程由 fork 产生，托盘库属于其父进程，调用无效\n");
 }
 
 }  // namespace quill

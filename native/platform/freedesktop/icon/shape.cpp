@@ -156,7 +156,7 @@ Coverage shapeCoverage(const Shape& shape) {
   return strengthened(resample(shape, fittingScale(shape)), strongestOf(shape));
 }
 
-FramedCoverage framedCoverage(const Shape& shape) {
+CoverageWithMargin coverageWithMargin(const Shape& shape) {
   if (shape.alpha.empty()) return {};
   constexpr double kRoom = kLargeSide - 2 * kMargin;
   const auto strongest = strongestOf(shape);

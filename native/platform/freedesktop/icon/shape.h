@@ -34,10 +34,10 @@ Coverage shapeCoverage(const Shape& shape);
 
 /// The same in both sizes, with room for an outline. A shape that comes nearer to the edge than 1.5 of 22 pixels is
 /// shrunk about the centre.
-struct FramedCoverage {
+struct CoverageWithMargin {
   Coverage small;
   Coverage large;
 };
-FramedCoverage framedCoverage(const Shape& shape);
+CoverageWithMargin coverageWithMargin(const Shape& shape);
 
 }  // namespace quill::freedesktop

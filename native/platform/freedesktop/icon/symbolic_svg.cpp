@@ -120,7 +120,7 @@ int unusedMargin(const Coverage& coverage) {
 
 std::string symbolicSvg(const Shape& shape, const Panel& panel) {
   const bool isOutlined = panel.icon != IconForm::symbolic;
-  const auto coverage = isOutlined ? framedCoverage(shape).large : shapeCoverage(shape);
+  const auto coverage = isOutlined ? coverageWithMargin(shape).large : shapeCoverage(shape);
   if (coverage.empty()) return {};
 
   const int margin = isOutlined ? 0 : unusedMargin(coverage);

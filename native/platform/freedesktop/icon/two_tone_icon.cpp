@@ -121,7 +121,7 @@ class Painter {
 
 std::vector<IconPixels> twoToneIcon(const Shape& shape) {
   if (shape.alpha.empty()) return {};
-  const auto coverage = framedCoverage(shape);
+  const auto coverage = coverageWithMargin(shape);
   return {Painter(coverage.small, kSmallSide).paint(), Painter(coverage.large, kLargeSide).paint()};
 }
 

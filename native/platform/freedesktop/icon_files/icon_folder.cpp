@@ -11,8 +11,8 @@
 #include <optional>
 #include <utility>
 
-#include "quiet_write.h"
 #include "sandbox.h"
+#include "write_without_signals.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -105,7 +105,7 @@ bool IconFolder::write(const std::string& fileName, std::string_view text) const
   {
     const auto file = posix::openFile(folder, kUnfinished, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
     if (!file.isOpen()) return false;
-    if (posix::writeQuietly(file.number(), text) == static_cast<ssize_t>(text.size()) &&
+    if (posix::writeWithoutSignals(file.number(), text) == static_cast<ssize_t>(text.size()) &&
         renameat(folder, kUnfinished, folder, fileName.c_str()) == 0) {
       return true;
     }

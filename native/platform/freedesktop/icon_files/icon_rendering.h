@@ -19,7 +19,7 @@ class IconRendering : public Picture {
   /// For panels that paint the icon in their own colour.
   const Shape& shape() const { return shape_; }
   /// Whether both have the same pixels.
-  bool looksLike(const IconRendering& other) const { return sizes_ == other.sizes_; }
+  bool hasSamePixels(const IconRendering& other) const { return sizes_ == other.sizes_; }
 
  private:
   std::vector<IconPixels> sizes_;

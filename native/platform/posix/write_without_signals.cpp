@@ -1,4 +1,4 @@
-#include "quiet_write.h"
+#include "write_without_signals.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -50,11 +50,11 @@ auto withoutSignals(int /*file*/, Call call) {
 
 }  // namespace
 
-ssize_t writeQuietly(int file, std::string_view bytes) {
+ssize_t writeWithoutSignals(int file, std::string_view bytes) {
   return withoutSignals(file, [&] { return write(file, bytes.data(), bytes.size()); });
 }
 
-int flushQuietly(FILE* stream) {
+int flushWithoutSignals(FILE* stream) {
   return withoutSignals(fileno(stream), [&] { return fflush(stream); });
 }
 

@@ -11,8 +11,8 @@ namespace quill::posix {
 // are already pending are left as they are.
 
 /// write(2)
-ssize_t writeQuietly(int file, std::string_view bytes);
+ssize_t writeWithoutSignals(int file, std::string_view bytes);
 /// fflush(3) of a stream that the caller has locked.
-int flushQuietly(FILE* stream);
+int flushWithoutSignals(FILE* stream);
 
 }  // namespace quill::posix
