@@ -9,8 +9,32 @@ namespace {
 
 constexpr int kMaxDepth = 512;  // of nested arrays and objects
 
-// With double, a number beyond its range would be refused even in a field that is ignored.
-using Json = nlohmann::basic_json<std::map, std::vector, std::string, bool, std::int64_t, std::uint64_t, long double>;
+using Json = nlohmann::json;
+
+/// `json` without the digits that can take a number out of double's range: the parser would refuse the whole text for
+/// one, even in a field that is ignored. At least one digit of a run stays, so that valid text stays valid, and invalid
+/// text invalid.
+std::string withShortNumbers(std::string_view json) {
+  constexpr std::size_t kMaxDigits = 100, kMaxExponentDigits = 2;
+  std::string shortened;
+  shortened.reserve(json.size());
+  bool isInString = false;
+  std::size_t digits = 0, maxDigits = kMaxDigits;
+  for (char before = '\0'; const char character : json) {
+    const bool isEscaped = isInString && before == '\\';
+    before = isEscaped ? '\0' : character;
+    if (character == '"' && !isEscaped) isInString = !isInString;
+    if (!isInString && character >= '0' && character <= '9') {
+      if (++digits > maxDigits) continue;
+    } else {
+      const bool isSign = character == '+' || character == '-';
+      if (digits > 0 || !isSign) maxDigits = character == 'e' || character == 'E' ? kMaxExponentDigits : kMaxDigits;
+      digits = 0;
+    }
+    shortened += character;
+  }
+  return shortened;
+}
 
 /// Collects the records while the text is parsed. Each function returns false to refuse the text.
 class Reader final : public Json::json_sax_t {
@@ -19,11 +43,11 @@ class Reader final : public Json::json_sax_t {
 
   bool null() override { return value({}); }
   bool boolean(bool flag) override { return value({.boolean = flag}); }
-  bool number_integer(std::int64_t number) override { return number_float(static_cast<long double>(number), {}); }
-  bool number_unsigned(std::uint64_t number) override { return number_float(static_cast<long double>(number), {}); }
-  bool number_float(long double number, const std::string& /*text*/) override {
+  bool number_integer(std::int64_t number) override { return number_float(static_cast<double>(number), {}); }
+  bool number_unsigned(std::uint64_t number) override { return number_float(static_cast<double>(number), {}); }
+  bool number_float(double number, const std::string& /*text*/) override {
     // 0 and 1 count as booleans.
-    return value(number == 0.0L || number == 1.0L ? Value{.boolean = number == 1.0L} : Value{});
+    return value(number == 0.0 || number == 1.0 ? Value{.boolean = number == 1.0} : Value{});
   }
   bool string(std::string& text) override { return value({.text = std::move(text)}); }
   bool binary(Json::binary_t& /*value*/) override { return false; }
@@ -92,7 +116,7 @@ class Reader final : public Json::json_sax_t {
 
 std::optional<std::vector<TrayManager::MenuItemData>> readMenuItems(std::string_view json) {
   Reader reader;
-  if (!Json::sax_parse(json.begin(), json.end(), &reader)) return std::nullopt;
+  if (!Json::sax_parse(withShortNumbers(json), &reader)) return std::nullopt;
   return std::move(reader.records);
 }
 
