@@ -43,6 +43,7 @@ class Suite:
             for run in ("tests", "panels"):
                 self.cells[f"{run} passed"] = self.count(run)
             self.measure()
+            self.require("mac", "scripts/mac fails")
             built = self.require("package", "no packages are made")
             installs = built and self.require("packages", "the packages fail")
             self.cells["packages"] = "ok" if installs else "**fail**"

@@ -1,14 +1,18 @@
 #!/usr/bin/env python3
 """Writes what a compiler for macOS needs beside its C library: make_sdk.py TABLE DIRECTORY
 
-Headers and linker stubs of Foundation and AppKit that declare the rows of the table and nothing else.
+Headers and linker stubs of Apple's frameworks. They declare the rows of the table, each in its framework's header, and
+what Foundation brings along of Apple's headers that are in the C library; nothing else.
 """
 import re
 import sys
 from collections import defaultdict
 from pathlib import Path
 
-PRELUDE = """#pragma once
+PRELUDE = """#include <AssertMacros.h>
+#include <MacTypes.h>
+#include <TargetConditionals.h>
+#include <dispatch/dispatch.h>
 #import <objc/NSObject.h>
 #include <cstdint>
 #define nullable
@@ -32,12 +36,13 @@ inline NSRect NSMakeRect(CGFloat x, CGFloat y, CGFloat w, CGFloat h) { return {{
 - (id)copyWithZone:(NSZone *)zone;
 @end
 """
+IMPORTS = {"Foundation": [], "AppKit": ["Foundation"], "QuartzCore": ["Foundation"]}
 GENERIC = {"NSArray": "<ObjectType>", "NSDictionary": "<KeyType, ObjectType>"}
-# The parts of Objective-C that the compiler itself refers to.
+# The functions of Objective-C's runtime that the compiler refers to, and two that C calls.
 RUNTIME = """objc_msgSend objc_msgSend_stret objc_msgSendSuper2 objc_autoreleasePoolPush objc_autoreleasePoolPop objc_begin_catch
 objc_end_catch objc_exception_rethrow objc_setProperty objc_alloc objc_alloc_init objc_opt_class objc_opt_self
 objc_opt_isKindOfClass objc_opt_respondsToSelector objc_opt_new __objc_personality_v0 _objc_empty_cache
-objc_ehtype_vtable objc_retain objc_release objc_autorelease objc_terminate""".split()
+objc_ehtype_vtable objc_retain objc_release objc_autorelease objc_terminate objc_getClass sel_registerName""".split()
 TARGETS = "[ x86_64-macos, arm64-macos ]"
 
 
@@ -67,13 +72,16 @@ def main(table, directory):
     kinds = defaultdict(list)
     for kind, *fields in rows:
         kinds[kind].append(fields)
-    constants, methods, framework, symbols = defaultdict(list), defaultdict(list), {}, defaultdict(set)
+    constants, methods, classes, symbols = defaultdict(list), defaultdict(list), defaultdict(set), defaultdict(set)
     for name, of, value in kinds["constant"]:
         constants[of].append(f"{name} = {value}")
     for owner, kind, selector, result, *arguments in kinds["method"]:
         methods[owner].append(declaration(kind, selector, result, *arguments))
 
-    text = [PRELUDE]
+    texts = {name: ["#pragma once", *(f"#import <{other}/{other}.h>" for other in others)]
+             for name, others in IMPORTS.items()}
+    text = texts["Foundation"]
+    text.append(PRELUDE)
     for name, *_ in kinds["class"]:
         text.append(f"@class {name}{GENERIC.get(name, '')};")
     for name, kind, underlying in kinds["type"]:
@@ -83,6 +91,7 @@ def main(table, directory):
             text.append(f"enum : {underlying} {{ {values} }};")
     for (name,) in kinds["protocol"]:
         text += [f"@protocol {name} <NSObject>", *methods[name], "@end"]
+    text += ["@interface NSObject (Foundation)", *methods["NSObject"], "@end"]
     written, waiting = {"NSObject"}, list(kinds["class"])
     while waiting:  # a superclass before its subclasses
         name, parent, of, *protocols = waiting.pop(0)
@@ -90,27 +99,25 @@ def main(table, directory):
             waiting.append([name, parent, of, *protocols])
             continue
         written.add(name)
-        framework[name] = of
+        classes[of].add(name)
         adopted = f" <{', '.join(protocols[0].split())}>" if protocols else ""
-        text += [f"@interface {name}{GENERIC.get(name, '')} : {parent}{adopted}", *methods[name], "@end"]
+        texts[of] += [f"@interface {name}{GENERIC.get(name, '')} : {parent}{adopted}", *methods[name], "@end"]
     for name, of, where in kinds["extern"]:
-        text.append(f'extern "C" {of} {"" if "*" in of else "const "}{name};')
+        texts[where].append(f'extern "C" {of} {"" if "*" in of else "const "}{name};')
         symbols[where].add("_" + name)
     for name, result, arguments, where in kinds["function"]:
-        text.append(f'extern "C" {result} {name}({arguments});')
+        texts[where].append(f'extern "C" {result} {name}({arguments});')
         symbols[where].add("_" + name)
 
     root = Path(directory)
     frameworks = root / "System/Library/Frameworks"
-    for name in ("Foundation", "AppKit"):
+    for name, lines in texts.items():
         headers = frameworks / f"{name}.framework/Headers"
         headers.mkdir(parents=True, exist_ok=True)
-        own = text if name == "Foundation" else ["#pragma once", "#import <Foundation/Foundation.h>"]
-        (headers / f"{name}.h").write_text("\n".join(own) + "\n")
-        classes = {c for c, of in framework.items() if of == name}
+        (headers / f"{name}.h").write_text("\n".join(lines) + "\n")
         more = {"___CFConstantStringClassReference"} if name == "Foundation" else set()
         stub(frameworks / f"{name}.framework/{name}.tbd",
-             f"/System/Library/Frameworks/{name}.framework/Versions/C/{name}", classes, symbols[name] | more,
+             f"/System/Library/Frameworks/{name}.framework/Versions/C/{name}", classes[name], symbols[name] | more,
              {"NSException"} if name == "Foundation" else ())
     stub(root / "usr/lib/libobjc.tbd", "/usr/lib/libobjc.A.dylib", {"NSObject"}, {"_" + s for s in RUNTIME})
 

@@ -10,8 +10,8 @@
  *
  *   and the same with a timestamp at the end of
  *   ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Log lines and the default menu are
- *   in Chinese. ~ is what HOME names on Linux, and what the system says on a Mac. The host's umask decides who may read
- * the log: with the usual 022, everybody.
+ *   in Chinese. ~ is what HOME names on Linux. On a Mac the system names it; where that names
+ *   none, there is no file. The host's umask decides who may read the log: with the usual 022, everybody.
  * - The functions may be called in any order. None removes the icon: it stays until the process ends.
  * - The main thread is on Linux the one that runs GLib's default main context, whichever thread of the process
  *   that is. While none does, it is the last thread that called quill_tray_manager_create,

@@ -140,6 +140,9 @@ void TrayManager::createTray() {
 void TrayManager::setClickCallback(ClickCallback callback) { clickCallback = callback; }
 
 void TrayManager::handleClick() {
+  // Held until the click is over, because the host may replace the item from its callback or from the menu.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
+  const auto item = statusItem;
   const auto event = desktop_.application ? desktop_.application->currentEvent : std::nullopt;
   const bool isRightClick =
       event && (event->type == EventType::rightMouseDown || event->type == EventType::rightMouseUp);
@@ -149,7 +152,7 @@ void TrayManager::handleClick() {
     if (!menu || !target) return;
     menu->appearance = effectiveAppearance();
     // The button's lower left corner, because y grows downwards.
-    statusItem->popUp(*menu, {0.0, target->bounds().size.height});
+    item->popUp(*menu, {0.0, target->bounds().size.height});
     return;
   }
 

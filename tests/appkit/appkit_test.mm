@@ -3,6 +3,7 @@
 #import <AppKit/AppKit.h>
 
 #include <atomic>
+#include <thread>
 
 #include "decode_image.h"
 #include "forked_host.h"
@@ -12,64 +13,31 @@
 #include "typical_run.h"
 #include "worker_queue.h"
 
-static std::atomic<int> menusGone{0};
-static std::atomic<int> terminations{0};
-
-/// A host's menu that tells of its end.
-@interface HostsMenu : NSMenu
-@end
-@implementation HostsMenu
-- (void)dealloc {
-  ++menusGone;
-  [super dealloc];
-}
-@end
-@interface HostsDelegate : NSObject
-@end
-@implementation HostsDelegate
-- (NSApplicationTerminateReply)applicationShouldTerminate:(NSApplication*)application {
-  ++terminations;
-  return NSTerminateCancel;
-}
-@end
-
 namespace quill::tests {
 
-using std::chrono::milliseconds;
+constexpr int kSecondsEastOfUtc = 5 * 3600 + 1800;
 
 Lines told;
 
 Lines takeRecord() { return std::exchange(standin::record, {}); }
 
-void startApplication() {
-  [NSApplication sharedApplication];
-  [NSApp setDelegate:static_cast<id>([HostsDelegate new])];
-  [NSApp finishLaunching];
+/// Opens the menu by a right click. Answers with what was done from then on until it had closed.
+Lines rightClick(const std::function<void(NSMenu*)>& user = [](NSMenu*) {}) {
+  settle();
+  takeRecord();
+  standin::user = user;
+  @autoreleasepool {
+    standin::click(NSRightMouseUp);
+  }
+  return standin::record;
 }
 
-/// Looks every 50 ms and clicks with the real pointer; again after five seconds, as GNUstep may miss a click.
-struct Clicks {
-  void click(int x, int y, int button) {
-    const auto place = std::to_string(x) + " " + std::to_string(y);
-    const auto number = std::to_string(button);
-    if (looks++ % 100 != 10) return;
-    const auto words = "mousemove " + place + " sleep 0.2 mousedown " + number + " sleep 0.3 mouseup " + number;
-    ASSERT_EQ(std::system(("xdotool " + words + " &").c_str()), 0);
-  }
-  int looks = 0;
-};
-
-/// Opens the menu by a right click and clicks its item at `index`.
-void chooseFromTheMenu(int index) {
-  takeRecord();
-  Clicks opening;
-  Clicks choosing;
-  const auto user = Desktop::current().mainQueue().repeat(milliseconds(50), [&] {
-    const bool isOpen = std::any_of(standin::record.begin(), standin::record.end(),
-                                    [](const auto& line) { return line.starts_with("popUp"); });
-    isOpen ? choosing.click(20, 32 + 22 * index, 1) : opening.click(11, 11, 3);
-  });
-  EXPECT_TRUE(runUntil([] { return std::count(standin::record.begin(), standin::record.end(), "closed") > 0; }));
+/// How the lines of this second begin.
+std::string timestamp() {
+  const std::time_t local = std::time(nullptr) + kSecondsEastOfUtc;
+  char text[32];
+  std::strftime(text, sizeof text, "[%Y-%m-%d %H:%M:%S", std::gmtime(&local));
+  return text;
 }
 
 class AppKitTest : public ForkedHost {
@@ -78,7 +46,9 @@ class AppKitTest : public ForkedHost {
   Lines run(const std::function<void()>& host) {
     ForkedHost::run([&] {
       @autoreleasepool {
-        startApplication();
+        standin::install();
+        [NSTimeZone setDefaultTimeZone:[NSTimeZone timeZoneForSecondsFromGMT:kSecondsEastOfUtc]];
+        [NSApplication sharedApplication];
         host();
       }
       posix::drainQueues();  // at its exit GNUstep's Foundation is gone before the library
@@ -90,144 +60,156 @@ class AppKitTest : public ForkedHost {
   }
 };
 
-TEST_F(AppKitTest, LogsATypicalRunAsOnEveryDesktop) {
+TEST_F(AppKitTest, ATypicalRunIsLoggedAsOnEveryDesktopInLocalTime) {
+  const auto begin = timestamp();
   const auto logged = run([this] {
     NSMenu* const menu = [[[NSMenu alloc] initWithTitle:@""] autorelease];
-    for (NSString* title in @[ @"One", @"Two" ]) {
-      [menu addItem:[[[NSMenuItem alloc] initWithTitle:title action:nullptr keyEquivalent:@""] autorelease]];
-    }
-    typicalRun(menu, @"no menu", runUntil, console);
+    for (NSString* title in @[ @"One", @"Two" ]) [menu addItemWithTitle:title action:nullptr keyEquivalent:@""];
+    typicalRun(
+        menu, @"no menu", [](const auto& done) { runUntil(done); }, console);
     settle();
     EXPECT_THAT(standin::record, Contains("openURL: nobody-opens:%EF%BF%BD"));
   });
   EXPECT_EQ(joined(logged), typicalRunLog());
+  const auto line = contents(file).substr(0, begin.size());
+  EXPECT_TRUE(begin <= line && line <= timestamp()) << line;
 }
 
-TEST_F(AppKitTest, TellsThePlatformEachSettingInOrder) {
-  run([] {
+TEST_F(AppKitTest, WithoutAUserDirectoryLinesReachTheConsoleAlone) {
+  ForkedHost::run([] {
+    standin::install();
+    standin::namesNoDirectory = true;
+    quill_tray_manager_set_menu_items_json("[]");
+    posix::drainQueues();
+  });
+  EXPECT_EQ(contents(console), "[TrayManager] [TrayManager] 已设置菜单项数据，数量: 0\n");
+  EXPECT_EQ(countIn(home), 1) << "nothing but what it printed";
+}
+
+TEST_F(AppKitTest, TheButtonGetsEachSettingOnceAndOneThatThrewAgain) {
+  const auto logged = run([] {
+    standin::throwsAt = "setAction:";
     quill_tray_manager_create();
     settle();
-    EXPECT_EQ(takeRecord(), (Lines{"statusItemWithLength: -2", "setFrame: {x = 0; y = 0; width = 22; height = 22}",
-                                   "setBackgroundColor: clear 1", "setVisible: 1", "sendActionOn: 20",
-                                   "setTarget: QuillTrayManager", "setAction: handleClick", "setHidden: 0",
-                                   "hug horizontally 1000", "hug vertically 1000"}));
+    const Lines setting{"sendActionOn: 20", "setTarget: QuillTrayManager", "setAction: handleClick",
+                        "setHidden: 0",     "hug horizontally 1000",       "hug vertically 1000"};
+    Lines expected{"statusItemWithLength: -2", "setFrame: {x = 0; y = 0; width = 22; height = 22}",
+                   "setBackgroundColor: clear", "setVisible: 1"};
+    expected.insert(expected.end(), setting.begin(), setting.begin() + 3);
+    EXPECT_EQ(takeRecord(), expected);
+
     quill_tray_manager_set_main_icon(icon_png, sizeof icon_png);
     settle();
-    EXPECT_EQ(takeRecord(),
-              (Lines{"setBackgroundColor: clear 1", "setImagePosition: 1", "setBordered: 0", "setTransparent: 0",
-                     "setImage: {width = 22; height = 22}", "  isTemplate 1", "setAlphaValue: 1"}));
+    expected = {"setTemplate: 1", "setFrame: {x = 0; y = 0; width = 22; height = 22}", "setBackgroundColor: clear"};
+    expected.insert(expected.end(), setting.begin(), setting.end());
+    for (const char* look : {"setImagePosition: 1", "setBordered: 0", "setTransparent: 0", "setAlphaValue: 1",
+                             "setImage: {width = 22; height = 22}"}) {
+      expected.emplace_back(look);
+    }
+    EXPECT_EQ(takeRecord(), expected);
+    EXPECT_TRUE([[[standin::newestItem button] image] isTemplate]);
     quill_tray_manager_set_menu_items_json("[]");
     settle();
     EXPECT_THAT(takeRecord(), IsEmpty()) << "nothing that can be seen has changed";
 
     ASSERT_THAT(standin::layered, SizeIs(2));
-    NSView* const group = standin::layered[0];
-    NSImageView* const frames = static_cast<NSImageView*>(standin::layered[1]);
-    EXPECT_TRUE(NSEqualRects([group frame], NSMakeRect(0, 0, 22, 22)));
-    EXPECT_TRUE([group isHidden]);
-    ASSERT_EQ([[group subviews] count], 2U);
-    NSImageView* const icon = [[group subviews] objectAtIndex:0];
-    EXPECT_EQ([[group subviews] objectAtIndex:1], frames);
-    for (NSImageView* view in @[ icon, frames ]) {
-      EXPECT_TRUE(NSEqualRects([view frame], NSMakeRect(0, 0, 22, 22)));
-      EXPECT_TRUE([view isHidden]);
-      EXPECT_EQ([view autoresizingMask], 18U);
-      EXPECT_EQ([view imageAlignment], NSImageAlignCenter);
-      EXPECT_EQ(static_cast<int>([view imageScaling]), 3);
+    NSArray* const views = [standin::layered[0] subviews];
+    ASSERT_EQ([views count], 2U);
+    EXPECT_EQ([views objectAtIndex:1], standin::layered[1]);
+    for (NSImageView* view in views) {
+      EXPECT_TRUE([view isHidden] && [view autoresizingMask] == 18 && [view imageScaling] == 3);
+      EXPECT_EQ([view alphaValue], [view image] != nil ? 1.0 : 0.0);
     }
-    EXPECT_EQ([icon alphaValue], 1.0);
-    EXPECT_EQ([frames alphaValue], 0.0);
-    EXPECT_TRUE([[icon image] isTemplate]);
+    EXPECT_TRUE([[[views objectAtIndex:0] image] isTemplate]);
   });
+  EXPECT_THAT(logged, Contains("ERROR 平台抛出异常: NSInternalInconsistencyException: not today"));
+  EXPECT_THAT(logged, Contains("DEBUG 已重置按钮尺寸为: 22.0x22.0")) << "the bar had made it higher";
 }
 
-TEST_F(AppKitTest, ReachesTheHostByRealClicks) {
+TEST_F(AppKitTest, ClicksAndChoicesReachTheHostWhichMayReplaceTheItemMeanwhile) {
   run([] {
-    quill_tray_manager_set_menu_items_json(
-        R"([{"id":"a","title":"A"},{"id":"b","title":"B"},{"id":"c","title":"C","enabled":false}])");
+    quill_tray_manager_set_menu_items_json(R"([{"id":"a","title":"A","keyEquivalent":"Cmd+Shift+K"},
+        {"id":"b","title":"B","keyEquivalent":"Ctrl+Alt+É"},{"id":"c","title":"C","enabled":false}])");
     quill_tray_manager_set_click_callback([] { told.emplace_back("click"); });
     quill_tray_manager_set_menu_item_callback([](const char* identifier) { told.emplace_back(identifier); });
     quill_tray_manager_create();
     quill_tray_manager_set_main_icon(icon_png, sizeof icon_png);
     settle();
-    Clicks clicking;
-    auto user = Desktop::current().mainQueue().repeat(milliseconds(50), [&] { clicking.click(11, 11, 1); });
-    EXPECT_TRUE(runUntil([] { return !told.empty(); }));
-    user.reset();
-    EXPECT_THAT(told, ElementsAre("click"));
-
+    standin::click(NSLeftMouseUp);
     standin::isDark = true;
     for (int frame = 0; frame < 60; ++frame) quill_tray_manager_add_animation_frame(icon_png, sizeof icon_png);
     quill_tray_manager_start_animation();
-    chooseFromTheMenu(1);
-    EXPECT_THAT(told, ElementsAre("click", "b"));
-    const auto record = takeRecord();
-    const auto opened = std::find(record.begin(), record.end(), "popUp at {x = 0; y = 22}");
-    const auto closed = std::find(record.begin(), record.end(), "closed");
-    ASSERT_TRUE(opened != record.end() && closed != record.end());
-    EXPECT_THAT(Lines(record.begin(), opened),
-                ::testing::IsSupersetOf({"setFont: 12", "setMinimumWidth: 0", "setAppearance: dark"}));
-    EXPECT_GT(std::count(opened, closed, "setImage: {width = 22; height = 22}"), 5)
-        << "it plays while the menu is open";
+    const auto done = rightClick([&](NSMenu* menu) {
+      EXPECT_THAT(standin::itemsOf(menu), ElementsAre("A 120000 k", "B c0000 é", "C"));
+      const auto isPlaying = [] {
+        return std::count(standin::record.begin(), standin::record.end(), "setImage: {width = 22; height = 22}") > 5;
+      };
+      EXPECT_TRUE(runUntil(isPlaying, NSEventTrackingRunLoopMode)) << "it plays while the menu is open";
+      for (const char* title : {"B", "C"}) standin::choose(menu, title);
+    });
+    EXPECT_THAT(done, IsSupersetOf({"setFont: 12", "setMinimumWidth: 0", "setAppearance: NSAppearanceNameDarkAqua",
+                                    "popUp at {x = 0; y = 37}"}));
+    EXPECT_THAT(std::exchange(told, {}), ElementsAre("click", "b"));
 
-    chooseFromTheMenu(2);
-    EXPECT_THAT(told, SizeIs(2)) << "what is disabled cannot be chosen";
-  });
-}
-
-TEST_F(AppKitTest, EndsTheApplicationByTheBasicMenusLastEntry) {
-  run([] {
-    quill_tray_manager_create();
+    const auto leaves = [] { return Value(standin::record, Contains("the item leaves the bar")); };
+    quill_tray_manager_set_click_callback([] {
+      quill_tray_manager_create();
+      settle();
+    });
+    standin::click(NSLeftMouseUp);
+    EXPECT_FALSE(leaves()) << "its button's action is not over";
     settle();
-    chooseFromTheMenu(2);
-    EXPECT_TRUE(runUntil([] { return terminations == 1; }));
+    EXPECT_TRUE(leaves());
+
+    quill_tray_manager_set_menu_item_callback([](const char*) { quill_tray_manager_create(); });
+    rightClick([](NSMenu* menu) {
+      standin::choose(menu, "A");
+      settle();
+    });
+    EXPECT_FALSE(leaves()) << "the menu is not over";
+    settle();
+    EXPECT_TRUE(leaves());
+
+    quill_tray_manager_reset_animation();
   });
 }
 
-TEST_F(AppKitTest, KeepsAHostsMenuAndGivesItTheLook) {
+TEST_F(AppKitTest, AHostsMenuStaysTheHostsButForItsLook) {
   const auto logged = run([] {
+    NSMenu* const menu = [[NSMenu alloc] initWithTitle:@""];
+    NSMenuItem* const item = [[NSMenuItem alloc] initWithTitle:@"One"
+                                                        action:@selector(performClose:)
+                                                 keyEquivalent:@"k"];
     @autoreleasepool {
-      HostsMenu* const menu = [[[HostsMenu alloc] initWithTitle:@""] autorelease];
-      NSMenuItem* const item = (NSMenuItem*)[menu addItemWithTitle:@"One"
-                                                            action:@selector(performClose:)
-                                                     keyEquivalent:@"k"];
       [item setTarget:menu];
+      [menu addItem:item];
       quill_tray_manager_set_menu_ptr(menu);
-      EXPECT_EQ(takeRecord(), (Lines{"setFont: 12", "setMinimumWidth: 250", "setAppearance: light",
-                                     "setAttributedTitle: One", "  in size 12"}));
-      EXPECT_EQ([item target], menu);
-      EXPECT_EQ([item action], @selector(performClose:));
+      EXPECT_EQ(takeRecord(), (Lines{"setFont: 12", "setMinimumWidth: 250", "setAppearance: NSAppearanceNameAqua",
+                                     "setAttributedTitle: One in size 12"}));
+      EXPECT_TRUE([item target] == menu && [item action] == @selector(performClose:));
+      quill_tray_manager_create();
+      EXPECT_EQ(rightClick()[0], "setAppearance: NSAppearanceNameAqua") << "the host's own font and width stay";
+      EXPECT_EQ(standin::record[1], "popUp at {x = 0; y = 37}");
+      [menu removeItem:item];
     }
-    EXPECT_EQ(menusGone, 0);
-    quill_tray_manager_create();
-    settle();
+    EXPECT_EQ([item retainCount], 1U);
     @autoreleasepool {
       quill_tray_manager_set_menu_items_json("[]");
       settle();
     }
-    EXPECT_EQ(menusGone, 1) << "replaced, it is let go";
+    EXPECT_EQ([menu retainCount], 1U);
   });
   EXPECT_EQ(logged.front(), "INFO 菜单已设置，菜单项数量: 1");
 }
 
-TEST_F(AppKitTest, AnswersByNameToEveryOperation) {
+TEST_F(AppKitTest, TheManagerAnswersByNameToEveryOperation) {
   const auto logged = run([] {
     QuillTrayManager* const manager = [QuillTrayManager shared];
     EXPECT_EQ([QuillTrayManager shared], manager);
-    for (NSString* name in @[
-           @"createTray", @"setMainIcon:", @"setMenu:", @"handleMenuItemAction:", @"createStandardMenu",
-           @"createBasicMenu", @"quitApplication", @"addAnimationFrame:", @"startAnimation", @"stopAnimation",
-           @"resetAnimation", @"handleClick", @"setClickCallback:", @"updateAnimation"
-         ]) {
-      EXPECT_TRUE([manager respondsToSelector:NSSelectorFromString(name)]) << [name UTF8String];
-    }
     NSMenu* const basic = [manager createBasicMenu];
-    ASSERT_EQ([[basic itemArray] count], 3U);
-    NSMenuItem* const quit = [[basic itemArray] objectAtIndex:2];
-    EXPECT_TRUE([[quit keyEquivalent] isEqualToString:@"q"]);
-    EXPECT_EQ([quit target], manager);
-    EXPECT_EQ([quit action], @selector(quitApplication));
-    EXPECT_FALSE([[[basic itemArray] objectAtIndex:0] isEnabled]);
+    EXPECT_THAT(standin::itemsOf(basic), ElementsAre("设置", _, "退出 100000 q"));
+    for (const char* title : {"设置", "退出"}) standin::choose(basic, title);
+    EXPECT_EQ(takeRecord().back(), "terminate: QuillTrayManager");
     [manager setClickCallback:[] { told.emplace_back("click"); }];
     [manager handleClick];
     EXPECT_THAT(told, ElementsAre("click"));
@@ -237,34 +219,24 @@ TEST_F(AppKitTest, AnswersByNameToEveryOperation) {
     EXPECT_EQ([image size].width, 16) << "the host's own stays as it was";
     [manager setMenu:[manager createStandardMenu]];
     [manager handleMenuItemAction:manager];
-    [manager handleMenuItemAction:quit];
-    [quit setRepresentedObject:@"中"];
-    [manager handleMenuItemAction:quit];
+    NSMenuItem* const item = [[basic itemArray] objectAtIndex:0];
+    [item setRepresentedObject:@"中"];
+    [manager handleMenuItemAction:item];
+    [manager startAnimation];
+    [manager resetAnimation];
     [manager updateAnimation];
-    [manager quitApplication];
-    EXPECT_EQ(terminations, 1);
+    [manager stopAnimation];
+    standin::refusesItems = true;
+    [manager createTray];
   });
-  const Lines last(logged.end() - 4, logged.end());
-  EXPECT_THAT(last, ElementsAre("WARN 菜单项点击：无法获取菜单项 ID", "WARN 菜单项点击：无法获取菜单项 ID",
-                                "WARN 菜单项点击：回调函数未设置，菜单项 ID: 中", "WARN 动画停止：按钮不存在"));
+  EXPECT_THAT(Lines(logged.end() - 9, logged.end()),
+              ElementsAre("WARN 菜单项点击：无法获取菜单项 ID", "WARN 菜单项点击：回调函数未设置，菜单项 ID: 中",
+                          "WARN 动画无法启动：按钮不存在", "WARN 动画停止：按钮不存在", "INFO 动画已重置，动画帧数: 0",
+                          "WARN 动画停止：按钮不存在", "WARN 动画停止：按钮不存在",
+                          "INFO 创建状态项，长度: NSStatusItem.squareLength", "ERROR 状态项创建失败"));
 }
 
-TEST_F(AppKitTest, SurvivesARefusalAndAnExceptionOfThePlatform) {
-  const auto logged = run([] {
-    standin::refuses = true;
-    quill_tray_manager_create();
-    standin::throws = true;
-    quill_tray_manager_create();
-    standin::throws = standin::refuses = false;
-    quill_tray_manager_create();
-    const auto manager = TrayManager::shared();
-    EXPECT_FALSE(decodeImage({reinterpret_cast<const std::uint8_t*>("\x89PNG\r\n\x1a\n rubbish"), 16}));
-  });
-  EXPECT_EQ(std::count(logged.begin(), logged.end(), "ERROR 状态项创建失败"), 2);
-  EXPECT_EQ(logged[3], "ERROR 平台抛出异常: NSInternalInconsistencyException: no bar today");
-}
-
-TEST_F(AppKitTest, LeavesNothingBehind) {
+TEST_F(AppKitTest, AWorkersAnimationRunsOnTheMainThreadAndNothingIsLeftBehind) {
   run([] {
     GSDebugAllocationActive(YES);
     const auto alive = [] {
@@ -273,12 +245,11 @@ TEST_F(AppKitTest, LeavesNothingBehind) {
         [[NSRunLoop mainRunLoop] limitDateForMode:mode];
       }
       std::vector<int> counts;
-      for (Class each in @[
-             [NSImage class], [NSMenu class], [NSMenuItem class], [NSTimer class], [NSData class], [NSDate class],
-             [QuillTrayManager class], NSClassFromString(@"StandInItem"), NSClassFromString(@"GSCString"),
-             NSClassFromString(@"GSUInlineString")
+      for (NSString* name in @[
+             @"NSImage", @"NSMenu", @"NSMenuItem", @"NSTimer", @"NSData", @"NSDate", @"QuillTrayManager",
+             @"StandInItem", @"GSCString", @"GSUInlineString"
            ]) {
-        counts.push_back(GSDebugAllocationCount(each));
+        counts.push_back(GSDebugAllocationCount(NSClassFromString(name)));
       }
       return counts;
     };
@@ -287,9 +258,17 @@ TEST_F(AppKitTest, LeavesNothingBehind) {
         quill_tray_manager_create();
         quill_tray_manager_set_menu_items_json(R"([{"id":"a","title":"中","keyEquivalent":"Cmd+É"}])");
         quill_tray_manager_set_main_icon(icon_png, sizeof icon_png);
-        quill_tray_manager_add_animation_frame(icon_png, sizeof icon_png);
-        quill_tray_manager_start_animation();
-        quill_tray_manager_reset_animation();
+        std::atomic<bool> done = false;
+        std::thread worker([&] {
+          quill_tray_manager_add_animation_frame(icon_png, sizeof icon_png);
+          quill_tray_manager_start_animation();
+          quill_tray_manager_stop_animation();
+          quill_tray_manager_reset_animation();
+          [[QuillTrayManager shared] updateAnimation];
+          done = true;
+        });
+        EXPECT_TRUE(runUntil([&] { return done.load(); }));
+        worker.join();
         [[QuillTrayManager shared] createBasicMenu];
       }
       settle();
@@ -298,6 +277,7 @@ TEST_F(AppKitTest, LeavesNothingBehind) {
     const auto before = alive();
     for (int i = 0; i < 20; ++i) once();
     EXPECT_EQ(alive(), before);
+    EXPECT_THAT(standin::record, Not(Contains(HasSubstr("off the main thread"))));
   });
 }
 

@@ -6,16 +6,14 @@
 namespace quill {
 
 /// Runs the application's loop until `done`; false: the deadline came first.
-inline bool runUntil(const std::function<bool()>& done) {
+inline bool runUntil(const std::function<bool()>& done, NSString* mode = NSDefaultRunLoopMode) {
   const auto deadline = std::chrono::steady_clock::now() + 15s;
   while (!done() && std::chrono::steady_clock::now() < deadline) {
     @autoreleasepool {
-      NSEvent* const event =
-          [[NSApplication sharedApplication] nextEventMatchingMask:NSAnyEventMask
-                                                         untilDate:[NSDate dateWithTimeIntervalSinceNow:0.001]
-                                                            inMode:NSDefaultRunLoopMode
-                                                           dequeue:YES];
-      if (event != nil) [NSApp sendEvent:event];
+      [[NSApplication sharedApplication] nextEventMatchingMask:NSAnyEventMask
+                                                     untilDate:[NSDate dateWithTimeIntervalSinceNow:0.001]
+                                                        inMode:mode
+                                                       dequeue:YES];
     }
   }
   return done();

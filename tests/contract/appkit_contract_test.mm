@@ -10,6 +10,7 @@ struct OnAppKit {
   std::weak_ptr<StatusItem> item;
 
   OnAppKit() {
+    standin::install();
     desktop.mainQueue().repeat(std::chrono::hours(1), [] {});
   }  // the first one takes a while to make
 
@@ -25,23 +26,26 @@ struct OnAppKit {
   bool hasIcon() {
     settle();
     NSStatusBarButton* const button = [standin::newestItem button];
-    return [button image] != nil && ![button isHidden] && [[button window] isVisible];
+    return [button image] != nil && ![button isHidden] && standin::isVisible;
+  }
+  void rightClick(const std::function<void(NSMenu*)>& user) {
+    settle();
+    standin::user = user;
+    @autoreleasepool {
+      item.lock()->popUp(*item.lock()->announcedMenu(), {});
+    }
   }
   bool has(const std::string& title) {
-    choose("");
-    return std::count(standin::titles.begin(), standin::titles.end(), title) > 0;
+    bool isThere = false;
+    rightClick([&](NSMenu* menu) { isThere = Value(standin::itemsOf(menu), Contains(title)); });
+    return isThere;
   }
   void click() {
     settle();
-    [[standin::newestItem button] performClick:nil];
+    standin::click(NSLeftMouseUp);
   }
   void choose(const std::string& title) {
-    settle();
-    standin::choice = title;
-    const auto shown = item.lock();
-    @autoreleasepool {
-      shown->popUp(*shown->announcedMenu(), {});
-    }
+    rightClick([&](NSMenu* menu) { standin::choose(menu, title); });
   }
   bool isEmpty() {
     @autoreleasepool {

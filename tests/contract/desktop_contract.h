@@ -1,6 +1,8 @@
 // What holds for every desktop. Included behind the drivers, which `Drivers` names: each is a desktop with the time
 // that passes on it and a user who sees its bar.
 
+#include <thread>
+
 #include "decode_image.h"
 #include "desktop.h"
 #include "testing.h"
@@ -71,6 +73,26 @@ TYPED_TEST(DesktopContract, RunsWhatIsPostedLaterInOrder) {
   EXPECT_THAT(ran, IsEmpty());
   this->driver.runUntil([&] { return ran.size() >= 3; });
   EXPECT_THAT(ran, ElementsAre("first", "second", "posted by it"));
+  bool ranInside = false;
+  queue.post([&] {
+    queue.post([&] { ranInside = true; });
+    EXPECT_TRUE(this->driver.runUntil([&] { return ranInside; })) << "a loop inside a piece of work runs the next one";
+  });
+  EXPECT_TRUE(this->driver.runUntil([&] { return ranInside; }));
+}
+
+TYPED_TEST(DesktopContract, RunsAWorkersCallOnTheMainThread) {
+  auto& queue = this->driver.queue;
+  bool done = false;
+  queue.post([&] { done = true; });
+  EXPECT_TRUE(this->driver.runUntil([&] { return done; })) << "by now it is known which thread that is";
+  done = false;
+  std::thread worker([&, main = std::this_thread::get_id()] {
+    EXPECT_FALSE(queue.isCurrent());
+    queue.run([&] { EXPECT_EQ(std::this_thread::get_id(), main); }, [&] { queue.post([&] { done = true; }); });
+  });
+  EXPECT_TRUE(this->driver.runUntil([&] { return done; }) && queue.isCurrent());
+  worker.join();
 }
 
 TYPED_TEST(DesktopContract, TicksOnItsGridWhateverTheDelays) {

@@ -8,7 +8,7 @@
 
 namespace quill::appkit {
 
-/// The main dispatch queue and the main run loop. What was posted runs also after the object is gone.
+/// The main run loop in its common modes. Posted work runs even if this object is gone by then.
 class MainQueue : public quill::MainQueue {
  public:
   bool isCurrent() const override;

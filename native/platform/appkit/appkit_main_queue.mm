@@ -1,11 +1,7 @@
-#include <dispatch/dispatch.h>
-
 #include "appkit_desktop.h"
 
 namespace quill::appkit {
 namespace {
-
-using Work = std::function<void()>;
 
 class RunLoopTimer : public Timer {
  public:
@@ -25,24 +21,24 @@ class RunLoopTimer : public Timer {
 bool MainQueue::isCurrent() const { return [NSThread isMainThread] != NO; }
 
 void MainQueue::post(std::function<void()> work) {
-  auto owned = std::make_unique<Work>(std::move(work));
-  dispatch_async_f(dispatch_get_main_queue(), owned.release(), [](void* posted) {
-    const std::unique_ptr<Work> run(static_cast<Work*>(posted));
-    guarded([&run] { (*run)(); });
+  guarded([&] {
+    const auto target = Handle<QuillTrayManager>::adopt([[QuillTrayManager alloc] initWithWork:std::move(work)]);
+    // The common modes include those of menus and modal dialogs. The main dispatch queue would not do, because a run
+    // loop inside one of its own blocks does not drain it.
+    [target.get() performSelectorOnMainThread:@selector(updateAnimation) withObject:nil waitUntilDone:NO];
   });
 }
 
 std::unique_ptr<Timer> MainQueue::repeat(std::chrono::nanoseconds period, std::function<void()> tick) {
   std::unique_ptr<Timer> timer;
   guarded([&] {
-    const auto target = Handle<QuillTrayManager>::adopt([[QuillTrayManager alloc] initWithTick:std::move(tick)]);
+    const auto target = Handle<QuillTrayManager>::adopt([[QuillTrayManager alloc] initWithWork:std::move(tick)]);
     NSTimer* const made = [NSTimer timerWithTimeInterval:std::chrono::duration<double>(period).count()
                                                   target:target.get()
                                                 selector:@selector(updateAnimation)
                                                 userInfo:nil
                                                  repeats:YES];
     timer = std::make_unique<RunLoopTimer>(made);
-    // The common modes go on while a menu is open.
     [[NSRunLoop mainRunLoop] addTimer:made forMode:NSRunLoopCommonModes];
   });
   return timer;

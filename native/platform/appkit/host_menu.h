@@ -7,8 +7,8 @@
 
 namespace quill::appkit {
 
-/// A host's NSMenu, held for as long as this lives. Its items stay the host's: shown, and told of a choice, by the
-/// platform alone. Main thread.
+/// A host's NSMenu, retained for as long as this object lives. AppKit shows its items and sends their actions; the
+/// library does not take part. Main thread.
 class HostMenu : public Menu {
  public:
   explicit HostMenu(NSMenu* menu) : menu_(menu) {}
@@ -16,14 +16,14 @@ class HostMenu : public Menu {
   static std::shared_ptr<HostMenu> adopt(id menu);
 
   NSMenu* native() const { return menu_.get(); }
-  /// The titles alone; anew whenever asked.
+  /// Returns items that have only a title, read again at each call.
   Items items() const override;
   void lookChanged() override;
   std::string description() const override;
 
  private:
   const Handle<NSMenu> menu_;
-  mutable Items items_;  // as they were read last
+  mutable std::vector<std::weak_ptr<MenuItem>> items_;  // as they were read last, while the reader holds them
 };
 
 }  // namespace quill::appkit

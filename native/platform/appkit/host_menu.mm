@@ -14,22 +14,26 @@ std::shared_ptr<HostMenu> HostMenu::adopt(id menu) {
 }
 
 Menu::Items HostMenu::items() const {
-  guarded([this] {
-    items_.clear();
+  Items items;
+  guarded([&] {
     NSArray* const natives = [menu_.get() itemArray];
     for (NSUInteger at = 0; at < [natives count]; ++at) {
       NSMenuItem* const native = [natives objectAtIndex:at];
-      items_.push_back(MenuItem::make(toString([native title]), {}, {}));
-      items_.back()->representedObject = Handle<NSMenuItem>(native);
+      items.push_back(MenuItem::make(toString([native title]), {}, {}));
+      items.back()->representedObject = Handle<NSMenuItem>(native);
     }
   });
-  return items_;
+  items_.assign(items.begin(), items.end());
+  return items;
 }
 
 void HostMenu::lookChanged() {
   guarded([this] {
     applyLook(menu_.get(), *this);
-    for (const auto& item : items_) applyTitle(std::any_cast<Handle<NSMenuItem>>(item->representedObject).get(), *item);
+    for (const auto& read : items_) {
+      const auto item = read.lock();
+      if (item) applyTitle(std::any_cast<Handle<NSMenuItem>>(item->representedObject).get(), *item);
+    }
   });
 }
 

@@ -7,10 +7,10 @@
 
 namespace quill::appkit {
 
-/// A host's own menu itself; for any other one made now. Main thread.
+/// The host's own menu, of which only the appearance is set; for any other menu one that is made now. Main thread.
 Handle<NSMenu> nativeMenu(const Menu& menu, Desktop& desktop);
 
-/// Sets font, minimum width and look.
+/// Sets font, minimum width and appearance.
 void applyLook(NSMenu* native, const Menu& menu);
 /// Sets the attributed title where `item` has one.
 void applyTitle(NSMenuItem* native, const MenuItem& item);

@@ -9,6 +9,10 @@ NSFont* fontOf(Font font) {
   return [NSFont menuFontOfSize:font.size == kSystemFontSize ? [NSFont systemFontSize] : font.size];
 }
 
+void applyAppearance(NSMenu* native, const Menu& menu) {
+  if (menu.appearance) [native setAppearance:[NSApp effectiveAppearance]];
+}
+
 Handle<NSMenuItem> nativeItem(const MenuItem& item, Desktop& desktop) {
   if (item.isSeparator) return Handle<NSMenuItem>(static_cast<NSMenuItem*>([NSMenuItem separatorItem]));
   auto native = Handle<NSMenuItem>::adopt([[NSMenuItem alloc] initWithTitle:toNSString(item.title)
@@ -31,12 +35,12 @@ Handle<NSMenuItem> nativeItem(const MenuItem& item, Desktop& desktop) {
 
 Handle<NSMenu> nativeMenu(const Menu& menu, Desktop& desktop) {
   if (const auto* const hosts = dynamic_cast<const HostMenu*>(&menu)) {
-    applyLook(hosts->native(), menu);
+    applyAppearance(hosts->native(), menu);
     return Handle<NSMenu>(hosts->native());
   }
   auto native = Handle<NSMenu>::adopt([[NSMenu alloc] initWithTitle:@""]);
   applyLook(native.get(), menu);
-  [native.get() setAutoenablesItems:NO];  // an item is as enabled as its description says
+  [native.get() setAutoenablesItems:NO];  // MenuItem decides what is enabled, not the responder chain
   for (const auto& item : menu.items()) [native.get() addItem:nativeItem(*item, desktop).get()];
   return native;
 }
@@ -44,7 +48,7 @@ Handle<NSMenu> nativeMenu(const Menu& menu, Desktop& desktop) {
 void applyLook(NSMenu* native, const Menu& menu) {
   [native setFont:fontOf(menu.font)];
   [native setMinimumWidth:menu.minimumWidth];
-  if (menu.appearance) [native setAppearance:[NSApp effectiveAppearance]];
+  applyAppearance(native, menu);
 }
 
 void applyTitle(NSMenuItem* native, const MenuItem& item) {

@@ -9,10 +9,13 @@
 
 namespace quill::appkit {
 
-/// One status item, with its button. It leaves the bar with this object. Main thread.
+/// One status item, with its button. It leaves the bar soon after this object is gone. Main thread.
 class StatusBarItem : public StatusItemPresenter {
  public:
   StatusBarItem(Desktop& desktop, NSStatusItem* item) : desktop_(desktop), item_(item) {}
+  StatusBarItem(const StatusBarItem&) = delete;
+  StatusBarItem& operator=(const StatusBarItem&) = delete;
+  ~StatusBarItem() override;
 
   void present(const StatusItem& item) override;
   void popUp(const Menu& menu, Point at) override;
@@ -27,7 +30,7 @@ class StatusBarItem : public StatusItemPresenter {
 
   Desktop& desktop_;
   const Handle<NSStatusItem> item_;
-  // What the platform was told last.
+  // The settings that the platform accepted last.
   std::optional<bool> isVisible_;
   std::optional<Setting> setting_;
   std::optional<Look> look_;

@@ -6,16 +6,26 @@
 namespace quill::appkit {
 namespace {
 
-template <typename Value>
-bool isNews(std::optional<Value>& told, const Value& now) {
-  return told == now ? false : (told = now, true);
+/// Calls `send` if `now` differs from the value that was sent last. An exception of `send` leaves that as it was, so
+/// that the next call tries again.
+template <typename Value, typename Send>
+void sendNews(std::optional<Value>& sent, const Value& now, Send send) {
+  if (sent == now) return;
+  send();
+  sent = now;
 }
 
 }  // namespace
 
+StatusBarItem::~StatusBarItem() {
+  // The item's own button may be in the middle of its action. The call retains the item until the main loop runs in its
+  // default mode.
+  guarded([this] { [item_.get() performSelector:@selector(self) withObject:nil afterDelay:0]; });
+}
+
 void StatusBarItem::present(const StatusItem& item) {
   guarded([&] {
-    if (isNews(isVisible_, item.isVisible())) [item_.get() setVisible:item.isVisible()];
+    sendNews(isVisible_, item.isVisible(), [&] { [item_.get() setVisible:item.isVisible()]; });
     if (item.button()) show(*item.button());
   });
 }
@@ -26,7 +36,7 @@ void StatusBarItem::show(StatusBarButton& button) {
   const auto horizontal = button.contentHuggingPriority(Orientation::horizontal);
   const auto vertical = button.contentHuggingPriority(Orientation::vertical);
   const Setting setting(button.actionMask(), target, button.action().selector, button.isHidden(), horizontal, vertical);
-  if (isNews(setting_, setting)) {
+  sendNews(setting_, setting, [&] {
     [native sendActionOn:button.actionMask()];
     [native setTarget:target];
     [native setAction:toSEL(button.action().selector)];
@@ -35,22 +45,21 @@ void StatusBarItem::show(StatusBarButton& button) {
                        forOrientation:NSLayoutConstraintOrientationHorizontal];
     [native setContentHuggingPriority:static_cast<NSLayoutPriority>(vertical)
                        forOrientation:NSLayoutConstraintOrientationVertical];
-  }
+  });
 
   if (!button.image()) return;  // before the first one the platform's own look stays
   const Look look(button.imagePosition(), button.isBordered(), button.isTransparent(), button.alphaValue());
-  const bool isNewLook = isNews(look_, look);
-  if (isNewLook) {
+  sendNews(look_, look, [&] {
     [native setImagePosition:static_cast<NSCellImagePosition>(button.imagePosition())];
     [native setBordered:button.isBordered()];
     [native setTransparent:button.isTransparent()];
-  }
+    [native setAlphaValue:button.alphaValue()];
+  });
   if (NSImage* const image = nativeImage(button.image()); image != image_) {
-    image_ = image;  // kept by the button
     [native setImage:image];
     [native setNeedsDisplay:YES];
+    image_ = image;  // the button retains it
   }
-  if (isNewLook) [native setAlphaValue:button.alphaValue()];
 }
 
 Rect StatusBarItem::buttonFrame() const {
@@ -65,10 +74,8 @@ void StatusBarItem::setButtonFrame(Rect frame) {
 
 void StatusBarItem::popUp(const Menu& menu, Point at) {
   guarded([&] {
-    // What is chosen may replace the item and the menu.
-    const auto item = item_;
     const auto native = nativeMenu(menu, desktop_);
-    [native.get() popUpMenuPositioningItem:nil atLocation:NSMakePoint(at.x, at.y) inView:[item.get() button]];
+    [native.get() popUpMenuPositioningItem:nil atLocation:NSMakePoint(at.x, at.y) inView:[item_.get() button]];
   });
 }
 

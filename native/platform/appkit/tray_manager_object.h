@@ -11,21 +11,21 @@ namespace quill::appkit {
 class Desktop;
 }
 
-/// The tray manager as the platform's objects see it: they call its operations by name. It holds the manager weakly;
-/// the one that a timer has for its target holds what the timer calls. Main thread.
+/// The tray manager as the platform's objects see it: they call its operations by name. It holds the manager weakly.
+/// The main queue and its timers use an object of this class, too, which holds their work. Main thread.
 @interface QuillTrayManager : NSObject {
  @private
   quill::appkit::Desktop* _desktop;
   std::weak_ptr<quill::Responder> _manager;
-  std::function<void()> _tick;
+  std::function<void()> _work;
 }
 
 /// That of the process, made on first use.
 + (QuillTrayManager*)shared;
 
 - (instancetype)initWithManager:(std::weak_ptr<quill::Responder>)manager desktop:(quill::appkit::Desktop*)desktop;
-/// One whose `updateAnimation` is `tick`.
-- (instancetype)initWithTick:(std::function<void()>)tick;
+/// An object whose `updateAnimation` runs `work`.
+- (instancetype)initWithWork:(std::function<void()>)work;
 
 - (void)createTray;
 - (void)setMainIcon:(NSImage*)image;

@@ -5,9 +5,7 @@
 #include "host_menu.h"
 #include "native_menu.h"
 
-using namespace quill;
-using namespace quill::appkit;
-
+namespace quill::appkit {
 namespace {
 
 /// Calls `use` with the manager as a `Kind`; not at all if it is gone or no such thing.
@@ -19,6 +17,13 @@ void with(const std::weak_ptr<Responder>& manager, Use use) {
 }
 
 }  // namespace
+}  // namespace quill::appkit
+
+// Names stay qualified, because Foundation's MacTypes.h declares a global `Handle`, `Point`, `Rect` and more.
+namespace appkit = quill::appkit;
+using appkit::with;
+using quill::Responder;
+using quill::Tray;
 
 @implementation QuillTrayManager
 
@@ -34,8 +39,8 @@ void with(const std::weak_ptr<Responder>& manager, Use use) {
   return self;
 }
 
-- (instancetype)initWithTick:(std::function<void()>)tick {
-  if ((self = [super init]) != nil) _tick = std::move(tick);
+- (instancetype)initWithWork:(std::function<void()>)work {
+  if ((self = [super init]) != nil) _work = std::move(work);
   return self;
 }
 
@@ -50,9 +55,9 @@ void with(const std::weak_ptr<Responder>& manager, Use use) {
 
 - (void)handleMenuItemAction:(id)sender {
   with<Responder>(_manager, [&](Responder& manager) {
-    MenuItem chosen;
+    quill::MenuItem chosen;
     id const represented = [sender respondsToSelector:@selector(representedObject)] ? [sender representedObject] : nil;
-    if ([represented isKindOfClass:[NSString class]]) chosen.representedObject = toString(represented);
+    if ([represented isKindOfClass:[NSString class]]) chosen.representedObject = appkit::toString(represented);
     manager.perform("handleMenuItemAction:", &chosen);
   });
 }
@@ -62,8 +67,8 @@ void with(const std::weak_ptr<Responder>& manager, Use use) {
 }
 
 - (void)updateAnimation {
-  const Handle<QuillTrayManager> held(self);  // a tick may end its timer, and this with it
-  if (_tick) return guarded(_tick);
+  const appkit::Handle<QuillTrayManager> held(self);  // the work may end its timer, which releases this object
+  if (_work) return appkit::guarded(_work);
   with<Responder>(_manager, [](Responder& manager) { manager.perform("updateAnimation", nullptr); });
 }
 
@@ -75,31 +80,31 @@ void with(const std::weak_ptr<Responder>& manager, Use use) {
 
 - (void)setMainIcon:(NSImage*)image {
   with<Tray>(_manager, [&](Tray& tray) {
-    if (image != nil) tray.setMainIcon(imageOf(image));
+    if (image != nil) tray.setMainIcon(appkit::imageOf(image));
   });
 }
 
 - (void)setMenu:(NSMenu*)menu {
   with<Tray>(_manager, [&](Tray& tray) {
-    if (auto adopted = HostMenu::adopt(menu)) tray.setMenu(std::move(adopted));
+    if (auto adopted = appkit::HostMenu::adopt(menu)) tray.setMenu(std::move(adopted));
   });
 }
 
 - (NSMenu*)createStandardMenu {
-  Handle<NSMenu> made;
-  with<Tray>(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createStandardMenu(), *_desktop); });
+  appkit::Handle<NSMenu> made;
+  with<Tray>(_manager, [&](Tray& tray) { made = appkit::nativeMenu(*tray.createStandardMenu(), *_desktop); });
   return [[made.get() retain] autorelease];
 }
 
 - (NSMenu*)createBasicMenu {
-  Handle<NSMenu> made;
-  with<Tray>(_manager, [&](Tray& tray) { made = nativeMenu(*tray.createBasicMenu(), *_desktop); });
+  appkit::Handle<NSMenu> made;
+  with<Tray>(_manager, [&](Tray& tray) { made = appkit::nativeMenu(*tray.createBasicMenu(), *_desktop); });
   return [[made.get() retain] autorelease];
 }
 
 - (void)addAnimationFrame:(NSImage*)image {
   with<Tray>(_manager, [&](Tray& tray) {
-    if (image != nil) tray.addAnimationFrame(imageOf(image));
+    if (image != nil) tray.addAnimationFrame(appkit::imageOf(image));
   });
 }
 

@@ -1,5 +1,4 @@
-// What GNUstep lacks of a Mac's AppKit and this library uses, as AppKit declares it. The bodies record what they are
-// told.
+// What GNUstep lacks of a Mac's AppKit and this library uses, as AppKit declares it.
 #pragma once
 
 #import <AppKit/AppKit.h>
@@ -11,55 +10,64 @@
 
 typedef NSUInteger NSEventModifierFlags;
 
-@interface CALayer : NSObject
-- (void)setBackgroundColor:(CGColorRef)color;
-@end
-@interface NSStatusItem (StandIn)
+@class CALayer;
+@interface NSStatusItem (Mac)
 - (NSStatusBarButton*)button;
 - (void)setVisible:(BOOL)flag;
 @end
-@interface NSView (StandIn)
+@interface NSView (Mac)
 - (void)setWantsLayer:(BOOL)flag;
 - (CALayer*)layer;
 - (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation;
 @end
-@interface NSApplication (StandIn)
+@interface NSApplication (Mac)
 - (NSAppearance*)effectiveAppearance;
 @end
-@interface NSMenu (StandIn)
+@interface NSMenu (Mac)
 - (void)setFont:(NSFont*)font;
 - (void)setMinimumWidth:(CGFloat)width;
 - (void)setAppearance:(NSAppearance*)appearance;
 - (BOOL)popUpMenuPositioningItem:(NSMenuItem*)item atLocation:(NSPoint)point inView:(NSView*)view;
 @end
-@interface NSImage (StandIn)
+@interface NSImage (Mac)
 - (BOOL)isTemplate;
 - (void)setTemplate:(BOOL)flag;
 @end
-@interface NSFileManager (StandIn)
+@interface NSFileManager (Mac)
 - (NSArray*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)mask;
 @end
 
 #ifdef __cplusplus
 #include <functional>
-#include <optional>
 #include <string>
 #include <vector>
 
 namespace standin {
+/// Makes the platform record its setters. To be called first.
+void install();
+
 /// What was done, in order: "setVisible: 1".
 extern std::vector<std::string> record;
-/// The application's look.
+/// The application's appearance.
 extern bool isDark;
+/// Whether an item was made visible last.
+extern bool isVisible;
+/// The item that was made last; nil once it is gone. Its bar gives the button a height of 37 soon after each change.
+extern NSStatusItem* newestItem;
 /// The views that were given a layer.
 extern std::vector<NSView*> layered;
-/// The item that was made last; nil once it is gone.
-extern NSStatusItem* newestItem;
-/// The titles of the menu that popped up last.
-extern std::vector<std::string> titles;
-/// What a user chooses from menus, by title; an empty title: nothing. Without it they are shown on the screen.
-extern std::optional<std::string> choice;
-/// Whether the next status item asked for is refused, and whether it throws.
-extern bool refuses, throws;
+/// Whether the bar refuses items, and whether the system names no user directory.
+extern bool refusesItems, namesNoDirectory;
+/// The setter that throws when it is called next; empty: none.
+extern std::string throwsAt;
+
+/// What a user does with an open menu, which closes afterwards.
+extern std::function<void(NSMenu*)> user;
+/// The items of a menu: "title", or "title modifiers key" where it has a shortcut.
+std::vector<std::string> itemsOf(NSMenu* menu);
+/// Chooses the item of that title, if there is one and it is enabled.
+void choose(NSMenu* menu, const std::string& title);
+/// A click on the newest item.
+void click(NSEventType type);
 }  // namespace standin
 #endif

@@ -1,103 +1,118 @@
 // Enough of a menu bar to run the library under GNUstep. Proves what the library tells the platform, never what a Mac
 // makes of it.
-#include <dispatch/dispatch.h>
+#include <QuartzCore/QuartzCore.h>
 
 #include <algorithm>
 #include <concepts>
+#include <map>
 
 namespace standin {
 std::vector<std::string> record;
-bool isDark = false;
-std::vector<NSView*> layered;
+bool isDark = false, isVisible = false, refusesItems = false, namesNoDirectory = false;
 NSStatusItem* newestItem = nil;
-std::vector<std::string> titles;
-std::optional<std::string> choice;
-bool refuses = false, throws = false;
+std::vector<NSView*> layered;
+std::string throwsAt;
+std::function<void(NSMenu*)> user = [](NSMenu*) {};
 }  // namespace standin
 
 namespace {
 
-void note(const char* what, NSString* value) {
-  standin::record.push_back(std::string(what) + " " + [value UTF8String]);
+NSEvent* currentEvent = nil;
+
+/// GNUstep knows the name of the common modes, but not what it means.
+NSArray* commonModes() { return @[ NSDefaultRunLoopMode, NSEventTrackingRunLoopMode, NSModalPanelRunLoopMode ]; }
+
+NSString* textOf(id value) {
+  if ([value isKindOfClass:[NSString class]]) return value;
+  if ([value isKindOfClass:[NSFont class]]) return [NSString stringWithFormat:@"%g", [(NSFont*)value pointSize]];
+  if ([value isKindOfClass:[NSImage class]]) return NSStringFromSize([(NSImage*)value size]);
+  if ([value isKindOfClass:[NSURL class]]) return [value absoluteString];
+  if ([value isKindOfClass:[NSAppearance class]]) return [value name];
+  if ([value isKindOfClass:[NSColor class]]) return [value isEqual:[NSColor clearColor]] ? @"clear" : @"other";
+  if (![value isKindOfClass:[NSAttributedString class]]) return NSStringFromClass([value class]);
+  NSFont* const font = [value attribute:NSFontAttributeName atIndex:0 effectiveRange:nullptr];
+  return [NSString stringWithFormat:@"%@ in size %@", [value string], textOf(font)];
 }
-template <std::convertible_to<double> Number>
-void note(const char* what, Number value) {
-  note(what, [NSString stringWithFormat:@"%g", static_cast<double>(value)]);
+NSString* textOf(SEL value) { return NSStringFromSelector(value); }
+NSString* textOf(NSRect value) { return NSStringFromRect(value); }
+NSString* textOf(std::convertible_to<double> auto value) {
+  return [NSString stringWithFormat:@"%g", static_cast<double>(value)];
 }
 
-NSArray* commonModes() { return @[ NSDefaultRunLoopMode, @"NSEventTrackingRunLoopMode", @"NSModalPanelRunLoopMode" ]; }
+template <typename Value>
+void note(const std::string& what, Value value) {
+  const char* const where = [NSThread isMainThread] ? "" : "off the main thread: ";
+  standin::record.push_back(where + what + " " + [textOf(value) UTF8String]);
+  if (what != standin::throwsAt) return;
+  standin::throwsAt.clear();
+  [NSException raise:NSInternalInconsistencyException format:@"not today"];
+}
 
-CGFloat nextPlace = 0;
+std::map<std::string, IMP> originals;
+
+template <typename Value>
+void recorded(id self, SEL setter, Value value) {
+  note(sel_getName(setter), value);
+  const auto original = reinterpret_cast<void (*)(id, SEL, Value)>(originals[sel_getName(setter)]);
+  if (original != nullptr) original(self, setter, value);
+}
+
+void replace(Class owner, SEL selector, IMP replacement, bool callsOriginal) {
+  if (callsOriginal && class_respondsToSelector(owner, selector)) {
+    originals[sel_getName(selector)] = class_getMethodImplementation(owner, selector);
+  }
+  const bool isAdded = class_addMethod(owner, selector, replacement, "v@:@");
+  if (!isAdded) class_replaceMethod(owner, selector, replacement, "v@:@");
+}
+
+/// Makes objects of `owner` record these setters, and then do what they did before.
+template <typename Value>
+void record(Class owner, std::initializer_list<SEL> setters, bool callsOriginal = true) {
+  for (SEL setter : setters) replace(owner, setter, reinterpret_cast<IMP>(recorded<Value>), callsOriginal);
+}
 
 }  // namespace
 
 @interface StandInButton : NSStatusBarButton {
+ @public
   NSInteger mask;
 }
 @end
 @implementation StandInButton
-- (NSInteger)sendActionOn:(NSInteger)on {
-  note("sendActionOn:", on);
-  mask = on;
-  return [super sendActionOn:on];
+- (BOOL)isFlipped {
+  return YES;
 }
-#define RECORDS(setter, type, text) \
-  -(void)setter : (type)value {     \
-    note(#setter ":", text);        \
-    [super setter:value];           \
-  }
-RECORDS(setTarget, id, NSStringFromClass([value class]))
-RECORDS(setAction, SEL, NSStringFromSelector(value))
-RECORDS(setHidden, BOOL, value)
-RECORDS(setFrame, NSRect, NSStringFromRect(value))
-RECORDS(setImagePosition, NSCellImagePosition, value)
-RECORDS(setBordered, BOOL, value)
-RECORDS(setTransparent, BOOL, value)
-RECORDS(setAlphaValue, CGFloat, value)
+- (NSInteger)sendActionOn:(NSInteger)on {
+  return mask = on;
+}
+- (void)setFrame:(NSRect)frame {
+  [super setFrame:frame];
+  [self performSelectorOnMainThread:@selector(layOut) withObject:nil waitUntilDone:NO];
+}
+- (void)layOut {
+  [super setFrame:NSMakeRect(0, 0, 22, 37)];
+}
 - (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation {
   note(orientation == NSLayoutConstraintOrientationHorizontal ? "hug horizontally" : "hug vertically", priority);
-}
-- (void)setImage:(NSImage*)image {
-  note("setImage:", NSStringFromSize([image size]));
-  note("  isTemplate", [image isTemplate]);
-  [super setImage:image];
-}
-- (void)rightMouseDown:(NSEvent*)event {
-}
-- (void)rightMouseUp:(NSEvent*)event {
-  if ((mask & NSRightMouseUpMask) != 0) [NSApp sendAction:[self action] to:[self target] from:self];
 }
 @end
 
 @interface StandInItem : NSStatusItem {
-  NSWindow* window;
   StandInButton* button;
 }
 @end
 @implementation StandInItem
 - (id)initWithLength:(CGFloat)length {
   if ((self = [super init]) == nil) return nil;
-  const CGFloat side = length > 0 ? length : 22;
-  const NSRect place = NSMakeRect(nextPlace, NSMaxY([[NSScreen mainScreen] frame]) - 22, side, 22);
-  nextPlace += 30;
-  window = [[NSWindow alloc] initWithContentRect:place
-                                       styleMask:NSBorderlessWindowMask
-                                         backing:NSBackingStoreBuffered
-                                           defer:NO];
-  [window setReleasedWhenClosed:NO];
-  button = [[StandInButton alloc] initWithFrame:NSMakeRect(0, 0, side, 22)];
+  button = [[StandInButton alloc] initWithFrame:NSMakeRect(0, 0, 22, 22)];
   standin::record.clear();  // what the button's own making told it
   note("statusItemWithLength:", length);
-  [[window contentView] addSubview:button];
-  [window orderFrontRegardless];
   standin::newestItem = self;
   return self;
 }
 - (void)dealloc {
   standin::record.push_back("the item leaves the bar");
   if (standin::newestItem == self) standin::newestItem = nil;
-  [window close];
-  [window release];
   [button release];
   [super dealloc];
 }
@@ -105,18 +120,13 @@ RECORDS(setAlphaValue, CGFloat, value)
   return button;
 }
 - (void)setVisible:(BOOL)flag {
-  note("setVisible:", flag);
-  if (flag) {
-    [window orderFrontRegardless];
-  } else {
-    [window orderOut:nil];
-  }
+  note("setVisible:", standin::isVisible = flag);
 }
 @end
 
 @implementation CALayer
 - (void)setBackgroundColor:(CGColorRef)color {
-  note("setBackgroundColor: clear", [(NSColor*)color isEqual:[NSColor clearColor]]);
+  note("setBackgroundColor:", (id)color);
 }
 @end
 
@@ -128,8 +138,7 @@ RECORDS(setAlphaValue, CGFloat, value)
   return bar;
 }
 - (NSStatusItem*)statusItemWithLength:(CGFloat)length {
-  if (standin::throws) [NSException raise:NSInternalInconsistencyException format:@"no bar today"];
-  return standin::refuses ? nil : [[[StandInItem alloc] initWithLength:length] autorelease];
+  return standin::refusesItems ? nil : [[[StandInItem alloc] initWithLength:length] autorelease];
 }
 @end
 @implementation NSColor (StandIn)
@@ -139,24 +148,14 @@ RECORDS(setAlphaValue, CGFloat, value)
 @end
 @implementation NSAppearance (StandIn)
 - (NSString*)bestMatchFromAppearancesWithNames:(NSArray*)names {
-  NSString* const look = standin::isDark ? NSAppearanceNameDarkAqua : NSAppearanceNameAqua;
-  return [names containsObject:look] ? look : nil;
+  return [names containsObject:[self name]] ? [self name] : nil;
 }
 @end
-@implementation NSWorkspace (StandIn)
-- (BOOL)openURL:(NSURL*)url {
-  note("openURL:", [url absoluteString]);
-  return YES;
+@implementation NSObject (StandIn)
+- (void)performSelectorOnMainThread:(SEL)selector withObject:(id)object waitUntilDone:(BOOL)waits {
+  [self performSelectorOnMainThread:selector withObject:object waitUntilDone:waits modes:commonModes()];
 }
 @end
-@implementation NSMenuItem (StandIn)
-- (void)setAttributedTitle:(NSAttributedString*)title {
-  note("setAttributedTitle:", [title string]);
-  note("  in size", [[title attribute:NSFontAttributeName atIndex:0 effectiveRange:nullptr] pointSize]);
-}
-@end
-#pragma clang diagnostic pop
-
 @implementation NSView (StandIn)
 - (void)setWantsLayer:(BOOL)flag {
   if (flag && [self layer] == nil) standin::layered.push_back(self);
@@ -165,49 +164,20 @@ RECORDS(setAlphaValue, CGFloat, value)
   static CALayer* const layer = [CALayer new];
   return std::count(standin::layered.begin(), standin::layered.end(), self) > 0 ? layer : nil;
 }
-- (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation {
-}
 @end
 @implementation NSApplication (StandIn)
 - (NSAppearance*)effectiveAppearance {
   return [NSAppearance appearanceNamed:standin::isDark ? NSAppearanceNameDarkAqua : NSAppearanceNameAqua];
 }
+- (NSEvent*)currentEvent {
+  return currentEvent;
+}
 @end
 @implementation NSMenu (StandIn)
-- (void)setFont:(NSFont*)font {
-  note("setFont:", [font pointSize]);
-}
-- (void)setMinimumWidth:(CGFloat)width {
-  note("setMinimumWidth:", width);
-}
-- (void)setAppearance:(NSAppearance*)appearance {
-  note("setAppearance:", standin::isDark ? @"dark" : @"light");
-}
 - (BOOL)popUpMenuPositioningItem:(NSMenuItem*)item atLocation:(NSPoint)point inView:(NSView*)view {
   note("popUp at", NSStringFromPoint(point));
-  standin::titles.clear();
-  for (NSMenuItem* each in [self itemArray]) standin::titles.push_back([[each title] UTF8String]);
-  if (standin::choice) {
-    const auto chosen = std::find(standin::titles.begin(), standin::titles.end(), *standin::choice);
-    if (chosen != standin::titles.end()) [self performActionForItemAtIndex:chosen - standin::titles.begin()];
-    return YES;
-  }
-  // GNUstep shows the menu and returns at once; a Mac returns once it is closed.
-  // Nor is its button flipped, as a Mac's is.
-  [self popUpMenuPositionItem:item atLocation:NSMakePoint(point.x, NSHeight([view bounds]) - point.y) inView:view];
-  NSMenuView* const shown = [self menuRepresentation];
-  NSWindow* const window = [shown window];
-  [shown mouseDown:[NSEvent mouseEventWithType:NSLeftMouseDown
-                                      location:[window mouseLocationOutsideOfEventStream]
-                                 modifierFlags:0
-                                     timestamp:0
-                                  windowNumber:[window windowNumber]
-                                       context:nil
-                                   eventNumber:0
-                                    clickCount:1
-                                      pressure:1]];
-  [window orderOut:nil];
-  standin::record.push_back("closed");
+  standin::user(self);
+  note("closed over", view);
   return YES;
 }
 @end
@@ -222,50 +192,65 @@ RECORDS(setAlphaValue, CGFloat, value)
 @end
 @implementation NSFileManager (StandIn)
 - (NSArray*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)mask {
+  if (standin::namesNoDirectory) return @[];
   return @[ [NSURL fileURLWithPath:[NSString stringWithUTF8String:getenv("HOME")] isDirectory:YES] ];
 }
 @end
+#pragma clang diagnostic pop
 
-// GNUstep knows the name of the common modes, but not what it means.
-namespace {
-void (*addInOneMode)(id, SEL, NSTimer*, NSString*) = nullptr;
+static void addTimer(id loop, SEL selector, NSTimer* timer, NSString* mode) {
+  if (![NSThread isMainThread]) note("addTimer:", timer);
+  const auto addInOneMode = reinterpret_cast<decltype(&addTimer)>(originals.at("addTimer:forMode:"));
+  const bool isCommon = [mode isEqualToString:NSRunLoopCommonModes];
+  for (NSString* each in isCommon ? commonModes() : @[ mode ]) addInOneMode(loop, selector, timer, each);
 }
-@interface NSRunLoop (StandIn)
-- (void)standIn_addTimer:(NSTimer*)timer forMode:(NSString*)mode;
-@end
-@implementation NSRunLoop (StandIn)
-+ (void)load {
-  Method theirs = class_getInstanceMethod(self, @selector(addTimer:forMode:));
-  Method ours = class_getInstanceMethod(self, @selector(standIn_addTimer:forMode:));
-  addInOneMode = (decltype(addInOneMode))method_setImplementation(theirs, method_getImplementation(ours));
-}
-- (void)standIn_addTimer:(NSTimer*)timer forMode:(NSString*)mode {
-  NSArray* const modes = [mode isEqualToString:NSRunLoopCommonModes] ? commonModes() : @[ mode ];
-  for (NSString* each in modes) addInOneMode(self, _cmd, timer, each);
-}
-@end
 
-@interface StandInCall : NSObject {
- @public
-  dispatch_function_t work;
-  void* context;
+void standin::install() {
+  Class const button = [StandInButton class];
+  ::record<id>(button, { @selector(setImage:), @selector(setTarget:) });
+  ::record<BOOL>(button, { @selector(setBordered:), @selector(setHidden:), @selector(setTransparent:) });
+  ::record<CGFloat>(button, { @selector(setAlphaValue:) });
+  ::record<NSInteger>(button, { @selector(sendActionOn:), @selector(setImagePosition:) });
+  ::record<NSRect>(button, { @selector(setFrame:) });
+  ::record<SEL>(button, { @selector(setAction:) });
+  ::record<BOOL>([NSImage class], { @selector(setTemplate:) });
+  ::record<CGFloat>([NSMenu class], { @selector(setMinimumWidth:) });
+  ::record<id>([NSMenu class], { @selector(setAppearance:), @selector(setFont:) });
+  ::record<id>([NSMenuItem class], { @selector(setAttributedTitle:) });
+  ::record<id>([NSApplication class], { @selector(terminate:) }, false);
+  ::record<id>([NSWorkspace class], { @selector(openURL:) }, false);
+  replace([NSRunLoop class], @selector(addTimer:forMode:), reinterpret_cast<IMP>(addTimer), true);
 }
-- (void)run:(id)unused;
-@end
-@implementation StandInCall
-- (void)run:(id)unused {
-  work(context);
-}
-@end
 
-dispatch_queue_t dispatch_get_main_queue(void) { return nullptr; }
-
-void dispatch_async_f(dispatch_queue_t, void* context, dispatch_function_t work) {
-  @autoreleasepool {
-    [NSRunLoop mainRunLoop];  // without one, GNUstep would call at once
-    StandInCall* const call = [[StandInCall new] autorelease];
-    call->work = work;
-    call->context = context;
-    [call performSelectorOnMainThread:@selector(run:) withObject:nil waitUntilDone:NO modes:commonModes()];
+std::vector<std::string> standin::itemsOf(NSMenu* menu) {
+  std::vector<std::string> items;
+  for (NSMenuItem* each in [menu itemArray]) {
+    const auto mask = static_cast<unsigned long>([each keyEquivalentModifierMask]);
+    NSString* const key = [each keyEquivalent];
+    items.push_back([[each title] UTF8String]);
+    if ([key length] > 0) items.back() += [[NSString stringWithFormat:@" %lx %@", mask, key] UTF8String];
   }
+  return items;
+}
+
+void standin::choose(NSMenu* menu, const std::string& title) {
+  const NSInteger index = [menu indexOfItemWithTitle:[NSString stringWithUTF8String:title.c_str()]];
+  if (index >= 0) [menu performActionForItemAtIndex:index];
+}
+
+void standin::click(NSEventType type) {
+  StandInButton* const button = (StandInButton*)[newestItem button];
+  if ((button->mask & (1 << type)) == 0) return;
+  currentEvent = [NSEvent mouseEventWithType:type
+                                    location:NSMakePoint(11, 11)
+                               modifierFlags:0
+                                   timestamp:0
+                                windowNumber:0
+                                     context:nil
+                                 eventNumber:0
+                                  clickCount:1
+                                    pressure:1];
+  [NSApp sendAction:[button action] to:[button target] from:button];
+  currentEvent = nil;
+  note("clicked", button);
 }

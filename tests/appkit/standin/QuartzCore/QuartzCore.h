@@ -1,0 +1,7 @@
+#pragma once
+
+#import <AppKit/AppKit.h>
+
+@interface CALayer : NSObject
+- (void)setBackgroundColor:(CGColorRef)color;
+@end
