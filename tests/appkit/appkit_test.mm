@@ -276,7 +276,7 @@ TEST_F(AppKitTest, AWorkersAnimationRunsOnTheMainThreadAndNothingIsLeftBehind) {
     for (int i = 0; i < 3; ++i) once();
     const auto before = alive();
     for (int i = 0; i < 20; ++i) once();
-    EXPECT_EQ(alive(), before);
+    EXPECT_THAT(alive(), Pointwise(Le(), before)) << "an object of the round before may be released late";
     EXPECT_THAT(standin::record, Not(Contains(HasSubstr("off the main thread"))));
   });
 }

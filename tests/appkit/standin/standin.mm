@@ -206,6 +206,9 @@ static void addTimer(id loop, SEL selector, NSTimer* timer, NSString* mode) {
 }
 
 void standin::install() {
+  // The first thread that is not NSThread's replaces GNUstep's locks while the main thread may hold one, which then
+  // throws "failed to unlock mutex" (gnustep-base 1.28, GSLazyRecursiveLock). An NSThread replaces them now.
+  [NSThread detachNewThreadSelector:@selector(self) toTarget:[NSObject class] withObject:nil];
   Class const button = [StandInButton class];
   ::record<id>(button, { @selector(setImage:), @selector(setTarget:) });
   ::record<BOOL>(button, { @selector(setBordered:), @selector(setHidden:), @selector(setTransparent:) });
