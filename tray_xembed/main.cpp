@@ -1,7 +1,6 @@
 // Shows status items in the XEmbed tray of a desktop that has no panel for them. The session bus starts this program
 // when a host's library calls it. One process serves the session and ends with its last item.
 
-#include <algorithm>
 #include <cstdlib>
 #include <map>
 #include <memory>
@@ -65,7 +64,7 @@ class Service {
   /// Whether `display` is the session's: the first one in a call of Show. Only local ones, because connecting to
   /// another machine can block.
   bool isOpen(std::string display, const char* authority) {
-    display.resize(std::min(display.find('.'), display.size()));  // some window managers append the screen's number
+    display = display.substr(0, display.find('.'));  // some window managers append the screen's number
     const bool isLocal = display.starts_with(':') || display.starts_with("localhost:");
     if (display_.empty() && isLocal) {
       if (g_file_test(authority, G_FILE_TEST_IS_REGULAR)) setenv("XAUTHORITY", authority, 1);
@@ -97,5 +96,6 @@ int main() {
   g_bus_own_name_on_connection(bus.get(), kName, G_BUS_NAME_OWNER_FLAGS_DO_NOT_QUEUE, nullptr, lost, nullptr, nullptr);
   g_timeout_add_seconds(kPatienceSeconds, Service::onTimeout, &service);
   gtk_main();
+  g_dbus_connection_flush_sync(bus.get(), nullptr, nullptr);  // the reply to the last call
   return EXIT_SUCCESS;
 }

@@ -170,8 +170,7 @@ void Registration::setOwner(std::string owner) {
   hostQuery_.reset();
   hasHost_.reset();
   isAccepted_ = false;
-  if (!owner_.empty()) return recognise();
-  otherwise_.setNeeded(true);
+  owner_.empty() ? otherwise_.setNeeded(true) : recognise();
 }
 
 void Registration::recognise() {
