@@ -1,15 +1,21 @@
 """The desktops whose packages are large: Plasma, GNOME and Cinnamon, each with a tray and little else."""
 
 import shutil
+from dataclasses import replace
 
 from panels import Panel, gtk_settings
 from PIL import Image
 from pictures import Box, changed_box, main_colour
 from screens import XScreen
 from servers import wait_for
+from wayland_screens import KWinScreen, ShellScreen
 
 PLASMA = "6" if shutil.which("kded6") else "5"
-X11 = {"XDG_SESSION_TYPE": "x11", "LIBGL_ALWAYS_SOFTWARE": "1"}
+SOFTWARE = {"LIBGL_ALWAYS_SOFTWARE": "1"}
+X11 = {"XDG_SESSION_TYPE": "x11", **SOFTWARE}
+WAYLAND = {"XDG_SESSION_TYPE": "wayland", **SOFTWARE}
+KDE = {"XDG_CURRENT_DESKTOP": "KDE", "KDE_FULL_SESSION": "true", "KDE_SESSION_VERSION": PLASMA}
+KDE["XDG_MENU_PREFIX"] = {"5": "kf5-", "6": "plasma-"}[PLASMA]
 GNOME_DESK = "#406020"  # unlike the screen without a shell
 GLOBAL_THEMES = {  # colour scheme of applications, style of the shell
     "breeze": ("BreezeLight", "default"),
@@ -170,14 +176,7 @@ DESKTOPS = {
         switch_theme=switch_plasma,
         started=wait_for_bar,
         companions=([f"kded{PLASMA}"], ["kwin_x11", "--no-kactivities"]),
-        environment={
-            **X11,
-            "XDG_CURRENT_DESKTOP": "KDE",
-            "KDE_FULL_SESSION": "true",
-            "KDE_SESSION_VERSION": PLASMA,
-            "QT_QUICK_BACKEND": "software",
-            "KWIN_COMPOSE": "N",
-        },
+        environment={**X11, **KDE, "QT_QUICK_BACKEND": "software", "KWIN_COMPOSE": "N"},
     ),
     "gnome": Panel(
         screen=XScreen,
@@ -205,3 +204,19 @@ DESKTOPS = {
         environment={**X11, "XDG_CURRENT_DESKTOP": "X-Cinnamon", "CINNAMON_2D": "1"},
     ),
 }
+# The same in Wayland sessions, which Debian starts.
+DESKTOPS["plasma-wayland"] = replace(
+    DESKTOPS["plasma"],
+    screen=KWinScreen,
+    menu_border=8,
+    companions=([f"kded{PLASMA}"],),
+    environment={**WAYLAND, **KDE, "KWIN_SCREENSHOT_NO_PERMISSION_CHECKS": "1"},
+)
+DESKTOPS["gnome-wayland"] = replace(
+    DESKTOPS["gnome"],
+    screen=ShellScreen,
+    menu_border=8,
+    clicks=2,
+    command=ShellScreen.command,
+    environment={**WAYLAND, "XDG_CURRENT_DESKTOP": "GNOME"},
+)

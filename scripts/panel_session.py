@@ -148,8 +148,14 @@ class PanelSession:
         if self._other_user:
             for path in (self.directory, *self.directory.rglob("*")):
                 os.chown(path, UNPRIVILEGED, UNPRIVILEGED)
-        self.screen.start(self)
-        self._start_bus()
+        if self.screen.needs_bus:
+            self._start_bus()
+            self.screen.start(self)
+            # What the bus starts belongs to the session as well.
+            self.run(["dbus-update-activation-environment", *(f"{name}={value}" for name, value in self.environment.items())])
+        else:
+            self.screen.start(self)
+            self._start_bus()
         for words in self.panel.companions:
             self.spawn(words)
         self.panel.wait_for_companions(self)
@@ -163,7 +169,7 @@ class PanelSession:
         _, self.environment["DBUS_SESSION_BUS_ADDRESS"] = start_bus(self.spawn)
         if self.panel.has_accessible_icons:
             self.spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
-            wait_for(lambda: self._name_has_owner("org.a11y.Bus"), "accessibility bus")
+            wait_for(lambda: self.name_has_owner("org.a11y.Bus"), "accessibility bus")
 
     def stop(self):
         """Ends every process that was started in this session, by it or by others, and removes its files."""
@@ -223,16 +229,16 @@ class PanelSession:
 
     # The panel and the host
 
-    def _name_has_owner(self, name):
+    def name_has_owner(self, name):
         bus = ["dbus-send", "--print-reply=literal", "--dest=org.freedesktop.DBus", "/org/freedesktop/DBus"]
         return "true" in self.run([*bus, "org.freedesktop.DBus.NameHasOwner", "string:" + name])
 
     def start_panel(self):
         """Starts the panel and waits until it takes items and its bar is drawn."""
         bare = self.picture()
-        self.panel_process = self.spawn(self.panel.command)
+        self.panel_process = self.spawn([word.format(*self.size) for word in self.panel.command])
         self._panel_processes = [self.panel_process, *([self.spawn(self.panel.watcher)] if self.panel.watcher else [])]
-        wait_for(lambda: self._name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}", 3 * DEADLINE)
+        wait_for(lambda: self.name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}", 3 * DEADLINE)
         self.panel.started(self)
 
         def drawn():
@@ -246,7 +252,7 @@ class PanelSession:
         for process in self._panel_processes:
             process.kill()
             process.wait()
-        wait_for(lambda: not self._name_has_owner(WATCHER), "end of the watcher")
+        wait_for(lambda: not self.name_has_owner(WATCHER), "end of the watcher")
 
     def switch_theme(self, theme):
         """Gives the running panel another look and waits until its bar shows it."""
@@ -303,10 +309,10 @@ class PanelSession:
     def wait_for_no_icon(self):
         self.settled(lambda picture: not changed_box(self.empty, picture, self.icons), "bar without the icon")
 
-    def click(self, button, place):
+    def click(self, button, place, times=1):
         """Clicks, then takes the pointer away, so that nothing lights up and no tooltip opens."""
         self.screen.move(*place)
-        self.screen.press(button)
+        self.screen.press(button, times)
         self.screen.move(*self.aside)
 
     def menu_box(self, picture):
@@ -328,7 +334,7 @@ class PanelSession:
         self.click(self.panel.menu_button, (icon.box.centre[0], icon.box.bottom - 2))
         picture = self.settled(self.menu_box, "menu")
         box = self.menu_box(picture)
-        return OpenMenu(picture, box, text_rows(picture, box))
+        return OpenMenu(picture, box, text_rows(picture, box, self.panel.menu_border))
 
     def dismiss_menu(self):
         self.click(LEFT, self.aside)

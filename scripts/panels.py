@@ -30,6 +30,8 @@ class Panel:
     handle: int = 0  # columns at the bar's start in which the tray may paint a handle at any time
     has_accessible_icons: bool = False  # shows its icons in the session's accessibility tree
     padding: int = 0  # columns beside the icons that the panel paints only while it has icons
+    menu_border: int = 3  # pixels around a menu's entries, its shadow included
+    clicks: int = 1  # of the left button for one Activate
     switch_theme: Callable = None  # (session, theme), while the panel runs
     alike: tuple = ()  # the themes whose bars are of one colour
     own_colour: Callable = None  # (bar): boxes with its own text and with an icon, if it paints both in one colour

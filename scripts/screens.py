@@ -2,13 +2,12 @@
 
 import contextlib
 import os
-import socket
-import struct
 import subprocess
 import time
 
 from PIL import Image, ImageGrab
-from servers import DEADLINE, start_display, wait_for
+from servers import start_display, wait_for
+from wayland_client import WaylandClient, words
 
 LEFT, RIGHT = 1, 3
 DESK = "#204060"  # which no bar and no menu has
@@ -19,6 +18,7 @@ class XScreen:
 
     programs = ("Xvfb", "xsetroot", "xdotool")
     refuses_root = False
+    needs_bus = False
 
     def start(self, session):
         _, self.name = start_display(session.spawn, *session.size)
@@ -34,74 +34,39 @@ class XScreen:
     def move(self, x, y):
         self._xdotool("mousemove", x, y)
 
-    def press(self, button):
-        self._xdotool("click", button)
+    def press(self, button, times=1):
+        self._xdotool("click", "--repeat", times, button)
 
     def stop(self):
         pass
 
 
-class VirtualPointer:
+BUTTONS = {LEFT: 0x110, RIGHT: 0x111}  # linux/input-event-codes.h
+
+
+class VirtualPointer(WaylandClient):
     """A pointer device on a wlroots compositor: the client's side of wlr-virtual-pointer-unstable-v1.
 
-    The device exists as long as the connection, and the seat has a pointer only while a device exists.
+    The seat has a pointer only while a device exists.
     """
 
-    MANAGER = "zwlr_virtual_pointer_manager_v1"
-    DISPLAY_ID, REGISTRY_ID, SYNC_ID, MANAGER_ID, POINTER_ID = 1, 2, 3, 4, 5
-    BUTTONS = {LEFT: 0x110, RIGHT: 0x111}  # linux/input-event-codes.h
-
     def __init__(self, path, size):
+        super().__init__(path, "zwlr_virtual_pointer_manager_v1", 1)
         self.size = size
-        self.socket = socket.socket(socket.AF_UNIX)
-        self.socket.settimeout(DEADLINE)
-        self.socket.connect(path)
-        self._request(self.DISPLAY_ID, 1, struct.pack("=I", self.REGISTRY_ID))  # get_registry
-        self._request(self.DISPLAY_ID, 0, struct.pack("=I", self.SYNC_ID))  # sync
-        name = self._find_manager()
-        interface = self.MANAGER.encode() + b"\0"
-        padded = struct.pack("=I", len(interface)) + interface + bytes(-len(interface) % 4)
-        self._request(self.REGISTRY_ID, 0, struct.pack("=I", name) + padded + struct.pack("=II", 1, self.MANAGER_ID))
-        self._request(self.MANAGER_ID, 0, struct.pack("=II", 0, self.POINTER_ID))  # create_virtual_pointer, any seat
-
-    def _request(self, target, opcode, arguments=b""):
-        self.socket.sendall(struct.pack("=IHH", target, opcode, 8 + len(arguments)) + arguments)
-
-    def _read(self, count):
-        data = b""
-        while len(data) < count:
-            piece = self.socket.recv(count - len(data))
-            if not piece:
-                raise ConnectionError("the compositor hung up")
-            data += piece
-        return data
-
-    def _find_manager(self):
-        found = None
-        while True:
-            sender, opcode, length = struct.unpack("=IHH", self._read(8))
-            body = self._read(length - 8)
-            if sender == self.REGISTRY_ID and opcode == 0:  # global: name, interface, version
-                name, text_length = struct.unpack_from("=II", body)
-                if body[8 : 8 + text_length - 1].decode() == self.MANAGER:
-                    found = name
-            elif sender == self.SYNC_ID:
-                if found is None:
-                    raise RuntimeError("the compositor offers no virtual pointer")
-                return found
+        self.request(self.BOUND, 0, words(0, self.NEXT))  # create_virtual_pointer, any seat
 
     @staticmethod
     def _now():
-        return int(time.monotonic() * 1000) & 0xFFFFFFFF
+        return int(time.monotonic() * 1000)
 
     def move(self, x, y):
-        self._request(self.POINTER_ID, 1, struct.pack("=IIIII", self._now(), x, y, *self.size))  # motion_absolute
-        self._request(self.POINTER_ID, 4)  # frame
+        self.request(self.NEXT, 1, words(self._now(), x, y, *self.size))  # motion_absolute
+        self.request(self.NEXT, 4)  # frame
 
     def press(self, button):
         for state in (1, 0):
-            self._request(self.POINTER_ID, 2, struct.pack("=III", self._now(), self.BUTTONS[button], state))
-            self._request(self.POINTER_ID, 4)
+            self.request(self.NEXT, 2, words(self._now(), BUTTONS[button], state))
+            self.request(self.NEXT, 4)
 
 
 class SwayScreen:
@@ -109,6 +74,7 @@ class SwayScreen:
 
     programs = ("sway", "grim")
     refuses_root = True
+    needs_bus = False
 
     def start(self, session):
         told = session.directory / "sway.socket"
@@ -141,8 +107,9 @@ class SwayScreen:
     def move(self, x, y):
         self.pointer.move(x, y)
 
-    def press(self, button):
-        self.pointer.press(button)
+    def press(self, button, times=1):
+        for _ in range(times):
+            self.pointer.press(button)
 
     def stop(self):
         with contextlib.suppress(AttributeError):

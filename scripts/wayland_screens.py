@@ -1,0 +1,119 @@
+"""The Wayland compositors of Plasma and GNOME without a monitor, with a hand on the mouse."""
+
+import contextlib
+import pathlib
+import shutil
+import subprocess
+
+from PIL import Image
+from screens import BUTTONS
+from servers import wait_for
+
+SOCKET = "tray-session"
+CLIENTS = {"WAYLAND_DISPLAY": SOCKET, "GDK_BACKEND": "wayland", "QT_QPA_PLATFORM": "wayland"}
+
+
+class KWinScreen:
+    programs = ("kwin_wayland",)
+    refuses_root = True
+    needs_bus = True
+
+    def start(self, session):
+        self.session = session
+        # KWin looks up what a client may do in the desktop file of the client's program, here the interpreter's own. Without
+        # such checks it would give plasmashell no activation tokens, because it finds out in the same place who may have any.
+        python = pathlib.Path("/usr/bin/python3").resolve()
+        entry = session.directory / f"data/applications/{python.name}.desktop"
+        entry.parent.mkdir()
+        may = "X-KDE-Wayland-Interfaces=org_kde_kwin_fake_input"
+        entry.write_text(f"[Desktop Entry]\nType=Application\nName=Pointer\nExec={python}\n{may}\n")
+        # Its file capability, for a real-time priority, keeps it from starting in a container. A copy has none.
+        kwin = shutil.copy(shutil.which("kwin_wayland"), session.directory / "kwin_wayland")
+        size = ["--width", session.size[0], "--height", session.size[1]]
+        options = ["--socket", SOCKET, "--no-lockscreen", "--no-global-shortcuts", "--no-kactivities"]
+        session.spawn([kwin, "--virtual", *size, *options])
+        path = session.directory / "run" / SOCKET
+        wait_for(path.exists, "kwin")
+        wait_for(lambda: session.name_has_owner("org.kde.KWin"), "kwin on the bus")
+        session.environment.update(CLIENTS)
+        client = pathlib.Path(__file__).with_name("kwin_client.py")
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
+        self.client = session.spawn(["/usr/bin/python3", "-B", client, path, *session.size], **pipes)
+
+    def _tell(self, command, answer=1):
+        self.client.stdin.write(f"{command}\n".encode())
+        self.client.stdin.flush()
+        data = self.client.stdout.read(answer)
+        if len(data) < answer:
+            raise RuntimeError(f"{command} failed: {self.session.log_tail()}")
+        return data
+
+    def picture(self):
+        width, height = self.session.size
+        return Image.frombytes("RGBA", (width, height), self._tell("look", 4 * width * height), "raw", "BGRA").convert("RGB")
+
+    def move(self, x, y):
+        self._tell(f"move {x} {y}")
+
+    def press(self, button, times=1):
+        for _ in range(times):
+            self._tell(f"press {BUTTONS[button]}")
+
+    def stop(self):
+        with contextlib.suppress(AttributeError):
+            self.client.stdin.close()
+            self.client.stdout.close()
+
+
+class ShellScreen:
+    """GNOME's shell, which is compositor and panel in one, so that there is no screen without the panel."""
+
+    programs = ("gdbus",)
+    refuses_root = True
+    needs_bus = True
+    command = ["gnome-shell", "--headless", "--unsafe-mode", "--wayland", "--no-x11", "--wayland-display", SOCKET]
+    command += ["--virtual-monitor", "{}x{}"]
+
+    def start(self, session):
+        self.session = session
+        session.environment.update(CLIENTS)
+
+    def _is_up(self):
+        return self.session.name_has_owner("org.gnome.Shell.Screenshot")
+
+    def _call(self, name, path, method, *arguments):
+        call = ["gdbus", "call", "--session", "--dest", name, "--object-path", path, "--method"]
+        return self.session.run([*call, f"{name}.{method}", *arguments])
+
+    def picture(self):
+        if not self._is_up():
+            return Image.new("RGB", self.session.size)
+        file = self.session.directory / "run/screen.png"
+        file.unlink(missing_ok=True)
+        self._call("org.gnome.Shell.Screenshot", "/org/gnome/Shell/Screenshot", "Screenshot", "false", "false", file)
+        with Image.open(file) as picture:
+            return picture.convert("RGB")
+
+    def _point(self, *steps):
+        """Runs steps in the shell itself, which lets nobody but portals make an input device."""
+        device = (
+            "global.quillPointer ??= imports.gi.Clutter.get_default_backend().get_default_seat()"
+            ".create_virtual_device(imports.gi.Clutter.InputDeviceType.POINTER_DEVICE)"
+        )
+        now = "imports.gi.GLib.get_monotonic_time()"
+        script = "; ".join([device, *(f"global.quillPointer.{step.format(now=now)}" for step in steps), "1"])
+        answer = self._call("org.gnome.Shell", "/org/gnome/Shell", "Eval", script)
+        if not answer.startswith("(true"):
+            raise RuntimeError(f"the shell refuses: {answer}")
+
+    def move(self, x, y):
+        if self._is_up():
+            self._point(f"notify_absolute_motion({{now}}, {x}, {y})")
+
+    def press(self, button, times=1):
+        name = {0x110: "PRIMARY", 0x111: "SECONDARY"}[BUTTONS[button]]
+        press, release = (f"notify_button({{now}}, imports.gi.Clutter.BUTTON_{name}, {state})" for state in (1, 0))
+        self._point(*[press, release] * times)
+
+    def stop(self):
+        pass
