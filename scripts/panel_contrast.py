@@ -27,11 +27,6 @@ class Row(NamedTuple):
     contrasts: dict  # by shape
 
 
-def tell(host, command):
-    host.say(command)
-    host.expect("done: " + command.split()[0])
-
-
 class Measurement:
     def __init__(self, session, host, directory):
         self.session = session
@@ -48,8 +43,8 @@ class Measurement:
             session.settled()
 
     def start(self):
-        tell(self.host, "create")
-        tell(self.host, f"icon {self.shapes['solid']}")
+        self.host.tell("create")
+        self.host.tell(f"icon {self.shapes['solid']}")
         return self.look(self.session.theme)
 
     def switched(self, theme):
@@ -66,7 +61,7 @@ class Measurement:
         for shape in ("solid", "strokes", "solid"):
             if contrasts:
                 before = self.session.picture().crop(icon.box)
-                tell(self.host, f"icon {self.shapes[shape]}")
+                self.host.tell(f"icon {self.shapes[shape]}")
                 self.session.settled(lambda now: now.crop(icon.box) != before, shape)
             if shape not in contrasts:
                 picture = self.session.settled()

@@ -39,10 +39,7 @@ def draw_icon(name, side, directory):
 def show(session, build, file):
     """The bar's picture with another item in it."""
     before = session.settled()
-    host = session.start_host([build / "tests/panel/panel_host"])
-    for command in ("create", f"icon {file}"):
-        host.say(command)
-        host.expect("done: " + command.split()[0])
+    session.start_item(build, file)
     session.settled(lambda now: changed_box(before, now, session.bar), file.name)
     time.sleep(1)  # some panels make room for an icon before they have it
     return session.settled()

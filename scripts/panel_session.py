@@ -75,6 +75,11 @@ class Host:
         if heard != line:
             raise AssertionError(f"the host said {heard!r} instead of {line!r}; its log: {self.log[-5:]}")
 
+    def tell(self, command):
+        """Gives the tests' own host a command, and waits until it is done."""
+        self.say(command)
+        self.expect("done: " + command.split()[0])
+
     def wait_end(self, deadline=DEADLINE):
         """Its exit status, once everything it printed was read."""
         status = self.process.wait(deadline)
@@ -272,6 +277,13 @@ class PanelSession:
         )
         self._children.append(process)
         return Host(process)
+
+    def start_item(self, build, icon):
+        """The tests' own host, with an icon from that file."""
+        host = self.start_host([build / "tests/panel/panel_host"])
+        host.tell("create")
+        host.tell(f"icon {icon}")
+        return host
 
     # Eyes and hands
 

@@ -55,7 +55,7 @@ class Usage:
 
     def __init__(self, host, log):
         log.settle()
-        tell(host, "trim")
+        host.tell("trim")
         process = pathlib.Path(f"/proc/{host.process.pid}")
         rollup = (process / "smaps_rollup").read_text()
         self.memory = int(re.search(r"^Private_Dirty: +(\d+) kB$", rollup, re.MULTILINE)[1])
@@ -69,11 +69,6 @@ class Usage:
 def hold_against(before, after):
     if after.memory > before.memory + KEPT or after.descriptors != before.descriptors:
         raise AssertionError("the host holds more than before")
-
-
-def tell(host, command):
-    host.say(command)
-    host.expect("done: " + command.split()[0])
 
 
 def end(host):
@@ -117,7 +112,7 @@ class Opened:
         (applications / "mimeapps.list").write_text("[Default Applications]\nx-scheme-handler/quillsoak=quill.soak.desktop\n")
 
     def open(self, host, url):
-        tell(host, f"open {url}")
+        host.tell(f"open {url}")
         wait_for(lambda: self.file.exists() and url in self.file.read_text().split(), f"opened {url}", pause=0.01)
 
 
@@ -133,7 +128,7 @@ class Life:
 
     def repeat(self, count, command):
         for number in range(count):
-            tell(self.host, command(number))
+            self.host.tell(command(number))
             if number % 100 == 99:
                 self.log.settle()
 
@@ -144,11 +139,11 @@ class Life:
         for _ in range(counts["URLs"]):
             self.opened.open(self.host, f"quillsoak:{time.monotonic_ns()}")
         for frame in self.frames:
-            tell(self.host, f"frame {frame}")
+            self.host.tell(f"frame {frame}")
         for _ in range(counts["animations"]):
-            tell(self.host, "start")
+            self.host.tell("start")
             time.sleep((FRAMES + 1) * TICK)
-        tell(self.host, "reset")
+        self.host.tell("reset")
 
     def live(self, counts):
         self.cycle({name: min(count, 100) for name, count in counts.items()})
@@ -170,10 +165,10 @@ def live_in_a_panel(build, quick):
         icons, frames = draw_icons(session.directory, 44), draw_icons(session.directory, 512)
         opened = Opened(session.directory / "data")
         host = session.start_host([build / "tests/panel/panel_host"])
-        tell(host, "create")
+        host.tell("create")
         log = Log(host, session.directory / "home")
         Life(host, log, icons, frames, opened).live(counts)
-        tell(host, f"icon {icons[-1]}")
+        host.tell(f"icon {icons[-1]}")
         session.wait_for_icon()
         before = Usage(host, log)
         for _ in range(restarts):
@@ -232,7 +227,7 @@ def outlive_watchers_and_buses(build, quick):
         daemon, watcher = bus.start_daemon(), bus.start_watcher()
         host = bus.spawn([str(build / "tests/panel/panel_host")])
         for command in (menu(3), "create", f"icon {draw_icons(directory, 44)[3]}"):
-            tell(host, command)
+            host.tell(command)
         registrations(watcher)
         log = Log(host, directory)
         before = None

@@ -55,10 +55,7 @@ def main():
         sys.exit(f"panels: themes not installed: {', '.join(missing)}")
     low, stale, lowest = 0, 0, 21.0
     with PanelSession("xfce4-panel", "dark", has_neighbours=True) as session:
-        host = session.start_host([build / "tests/panel/panel_host"])
-        for command in ("create", f"icon {draw_shapes(session.directory)['solid']}"):
-            host.say(command)
-            host.expect("done: " + command.split()[0])
+        session.start_item(build, draw_shapes(session.directory)["solid"])
         places = session.panel.own_colour(session.bar)
         for name, setting in switches(count):
             set_xfconf(session, *setting)

@@ -36,7 +36,7 @@ class PanelTest(unittest.TestCase):
         host = self.session.start_host(command or [os.environ["PANEL_HOST"]])
         self.addCleanup(self.end, host)
         for command in (items(menu), "create", f"icon {self.icon_files['solid']}"):
-            self.tell(host, command)
+            host.tell(command)
         return host, self.session.wait_for_icon()
 
     def end(self, host):
@@ -47,10 +47,6 @@ class PanelTest(unittest.TestCase):
     def assert_ends(self, host):
         self.assertEqual(host.wait_end(), 0)
         self.session.wait_for_no_icon()
-
-    def tell(self, host, command):
-        host.say(command)
-        host.expect("done: " + command.split()[0])
 
     def choose_second(self, host, icon, menu):
         def opened():
@@ -75,7 +71,7 @@ class PanelTest(unittest.TestCase):
                 icon = icon._replace(ground=pictures.main_colour(session.settled(), session.bar))
             wanted = pictures.wanted_contrast(icon.ground)
             for shape, file in self.icon_files.items():
-                self.tell(host, f"icon {file}")
+                host.tell(f"icon {file}")
                 picture = session.settled(lambda now: pictures.icon_contrast(now, icon) >= wanted, shape)
                 self.assert_seen(picture, icon, f"{look}, {shape}")
 
@@ -85,7 +81,7 @@ class PanelTest(unittest.TestCase):
         with panel_session.PanelSession(self.session.name, self.session.theme, has_neighbours=True) as session:
             host = session.start_host([os.environ["PANEL_HOST"]])
             for command in ("create", f"icon {self.icon_files['solid']}"):
-                self.tell(host, command)
+                host.tell(command)
             places = session.panel.own_colour(session.bar)
 
             def colours(picture):
@@ -103,7 +99,7 @@ class PanelTest(unittest.TestCase):
             return pictures.changed_box(at_rest, picture.crop(icon.box))
 
         for _ in range(60):
-            self.tell(host, f"frame {self.icon_files['strokes']}")
+            host.tell(f"frame {self.icon_files['strokes']}")
         host.say("start")
         moving = self.session.settled(differs, "frame")
         self.assert_seen(moving, icon, "in the middle of an animation")
@@ -119,7 +115,7 @@ class PanelTest(unittest.TestCase):
             session.click(panel_session.LEFT, icon.box.centre)
             host.expect("clicked")
         self.choose_second(host, icon, FIRST_MENU)  # a second "clicked" would come before this
-        self.tell(host, items(SECOND_MENU))
+        host.tell(items(SECOND_MENU))
         session.kill_panel()
         session.start_panel()
         self.choose_second(host, session.wait_for_icon(), SECOND_MENU)
@@ -177,7 +173,7 @@ class PanelTest(unittest.TestCase):
         self.session.click(panel_session.LEFT, icon.box.centre)
         host.expect("clicked")
         self.choose_second(host, icon, FIRST_MENU)
-        self.tell(host, "open https://example.org/a?b#c")
+        host.tell("open https://example.org/a?b#c")
         self.assertEqual(panel_session.wait_for(box.url, "URL at the portal"), "https://example.org/a?b#c")
         log = box.home / "Library/Application Support/com.orvi.tamble/.logs/native.log"
         panel_session.wait_for(lambda: "https://example.org/a?b#c" in log.read_text(), "line in the sandbox's log")
