@@ -229,9 +229,6 @@ class PanelSession:
         """The names and descriptions that a screen reader can read."""
         return self.run(["/usr/bin/python3", "-B", pathlib.Path(__file__).with_name("accessible_names.py")]).splitlines()
 
-    def log_tail(self):
-        return (self.directory / "log").read_text(errors="replace")[-2000:]
-
     # The panel and the host
 
     def name_has_owner(self, name):
