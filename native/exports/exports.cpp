@@ -3,6 +3,8 @@
 
 #include "quill_tray_manager.h"
 
+#include <pthread.h>
+
 #include <span>
 #include <string>
 #include <utility>
@@ -19,9 +21,23 @@ using namespace quill;
 
 namespace {
 
+/// Keeps the calling thread from being cancelled during a call. Cancellation unwinds the stack, which noexcept would
+/// turn into the end of the process.
+class Uncancelled {
+ public:
+  Uncancelled() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }
+  Uncancelled(const Uncancelled&) = delete;
+  Uncancelled& operator=(const Uncancelled&) = delete;
+  ~Uncancelled() { pthread_setcancelstate(before_, nullptr); }
+
+ private:
+  int before_ = PTHREAD_CANCEL_ENABLE;
+};
+
 template <typename Body>
 void run(const Body& body) noexcept {
   if (isForkedChild()) return reportForkedChild();
+  const Uncancelled uncancelled;
   completes(body);
 }
 

@@ -34,8 +34,13 @@
  * - A forked child of a process that has called a function has nothing of the library until it executes another
  *   program: each function returns at once, and the first one writes a line to standard output. A process that
  *   forks before its first call, such as a daemon, has the whole library in the child.
- * - If a call runs out of memory, the log gets an error line and the state stays as it was. If GLib or
- *   another library runs out of memory, it ends the process.
+ * - No function is async-signal-safe. A call in a signal handler can hang. A thread that is cancelled during a call
+ *   ends after it.
+ * - If a call runs out of memory, the log gets an error line and the state stays as it was, except that a call that
+ *   sets an icon or a menu may have stored it without showing it; the next change shows it. If memory runs out in work
+ *   that the main loop does later, the log gets the same line. If GLib or another library runs out of memory, it ends
+ *   the process.
+ * - On Linux a first call that finds no free file descriptor does nothing but log an error line.
  */
 #ifndef QUILL_TRAY_MANAGER_H
 #define QUILL_TRAY_MANAGER_H
@@ -104,7 +109,7 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
  * Only the image's opacity counts: it is a template, drawn in the bar's own colour at 22 by 22 points.
  * Give at least 44 by 44 pixels, so that it is sharp on screens of twice the density.
  *
- * An SVG may have at most 1 MiB. Its text, filters, patterns and embedded images are left out, and it reads
+ * An SVG may have at most 256 KiB. Its text, filters, patterns and embedded images are left out, and it reads
  * no file and no network. Drawing it has no time limit: use only SVGs that you trust.
  *
  * An icon given before quill_tray_manager_create is stored but not put on the new item.

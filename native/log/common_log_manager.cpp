@@ -8,6 +8,9 @@
 
 namespace quill {
 
+/// What a waiting line takes beside its text, in bytes.
+constexpr std::size_t kJobSize = 256;
+
 const std::shared_ptr<CommonLogManager>& CommonLogManager::shared() {
   static NoDestructor<std::shared_ptr<CommonLogManager>> manager(make(Environment::current()));
   return manager.get();
@@ -37,8 +40,15 @@ std::optional<std::filesystem::path> CommonLogManager::getLogFileURL() {
 void CommonLogManager::log(std::string_view message, std::string_view level, std::string_view module) {
   LogLine line(environment_.now(), level, module, message);
   environment_.writeConsole(line.forConsole());
-  logQueue_->submit([self = shared_from_this(), text = std::move(line).forFile(),
-                     home = environment_.homeVariable()]() mutable { self->append(text, std::move(home)); });
+  auto text = std::move(line).forFile();
+  const auto size = kJobSize + text.size();
+  // Subtracts the line's size when the job is destroyed, also by a queue that had no memory for it.
+  const auto subtract = [self = shared_from_this(), size](void*) { self->waitingBytes_ -= size; };
+  const bool fits = (waitingBytes_ += size) <= kMaxWaitingBytes;
+  std::shared_ptr<void> waiting(nullptr, subtract);
+  if (!fits) return;
+  logQueue_->submit([self = shared_from_this(), text = std::move(text), home = environment_.homeVariable(),
+                     waiting = std::move(waiting)]() mutable { self->append(text, std::move(home)); });
 }
 
 void CommonLogManager::append(const std::string& line, std::string home) try {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -31,7 +33,10 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
   virtual std::optional<std::filesystem::path> getLogFileURL();
 
  public:
-  /// Accepts any text. Reports no failure to the caller.
+  /// The limit for the lines that wait for the file.
+  static constexpr std::size_t kMaxWaitingBytes = std::size_t{64} << 20U;
+
+  /// Accepts any text. Reports no failure to the caller. A line beyond the limit is on the console only.
   virtual void log(std::string_view message, std::string_view level = "INFO", std::string_view module = "Native");
 
  private:
@@ -40,6 +45,7 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
 
   Environment& environment_;
   const std::shared_ptr<SerialQueue> logQueue_;
+  std::atomic<std::size_t> waitingBytes_ = 0;
   std::string home_;  // HOME when the current line was logged; on the queue
 };
 

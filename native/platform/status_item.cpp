@@ -1,5 +1,6 @@
 #include "status_item.h"
 
+#include <new>
 #include <utility>
 
 namespace quill {
@@ -53,12 +54,17 @@ void StatusItem::announceMenu(std::shared_ptr<Menu> menu) {
 void StatusItem::changed() {
   if (presentPending_) return;
   presentPending_ = true;
-  queue_.post([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) {
-      self->presentPending_ = false;
-      self->presenter_->present(*self);
-    }
-  });
+  try {
+    queue_.post([weak = weak_from_this()] {
+      if (const auto self = weak.lock()) {
+        self->presentPending_ = false;
+        self->presenter_->present(*self);
+      }
+    });
+  } catch (const std::bad_alloc&) {
+    presentPending_ = false;
+    throw;
+  }
 }
 
 }  // namespace quill

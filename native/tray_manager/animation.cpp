@@ -1,3 +1,4 @@
+#include <new>
 #include <utility>
 
 #include "description.h"
@@ -40,17 +41,22 @@ void TrayManager::startAnimationSync() {
     isAnimating = false;
     return;
   }
-  target->showImageOnly();
-  target->setImage(animationFrames.front());
-  logDebug("[TrayManager] 设置动画第一帧，图像: " + animationFrames.front().description(), kLogModule);
-  target->setHidden(false);
-  target->setAlphaValue(1.0);
-  target->setNeedsDisplay(true);
-  logInfo("[TrayManager] 开始动画，总帧数: " + frames + "，直接更新按钮图像", kLogModule);
-  animationTimer = desktop_.mainQueue().repeat(
-      kTickInterval, [holder = shared_from_this(), tick = Action{selectors::kUpdateAnimation, weak_from_this()}] {
-        tick.send(nullptr);
-      });
+  try {
+    target->showImageOnly();
+    target->setImage(animationFrames.front());
+    logDebug("[TrayManager] 设置动画第一帧，图像: " + animationFrames.front().description(), kLogModule);
+    target->setHidden(false);
+    target->setAlphaValue(1.0);
+    target->setNeedsDisplay(true);
+    logInfo("[TrayManager] 开始动画，总帧数: " + frames + "，直接更新按钮图像", kLogModule);
+    animationTimer = desktop_.mainQueue().repeat(
+        kTickInterval, [holder = shared_from_this(), tick = Action{selectors::kUpdateAnimation, weak_from_this()}] {
+          tick.send(nullptr);
+        });
+  } catch (const std::bad_alloc&) {
+    isAnimating = false;
+    throw;
+  }
 }
 
 void TrayManager::stopAnimation() {

@@ -4,6 +4,7 @@
 
 #include <cstdlib>
 #include <exception>
+#include <new>
 #include <typeinfo>
 #include <utility>
 
@@ -95,6 +96,16 @@ void TrayManager::replaceMenu(std::shared_ptr<Menu> replacement) {
 
 void TrayManager::createTray() {
   logInfo("[TrayManager] 创建状态项，长度: NSStatusItem.squareLength", kLogModule);
+  const auto before = statusItem;
+  try {
+    makeStatusItem();
+  } catch (const std::bad_alloc&) {
+    statusItem = before;
+    throw;
+  }
+}
+
+void TrayManager::makeStatusItem() {
   statusItem = desktop_.makeStatusItem(kSquareStatusItemLength);
   if (!statusItem) {
     logError("[TrayManager] 状态项创建失败", kLogModule);
@@ -172,7 +183,8 @@ void TrayManager::callHost(const std::function<void()>& callback) {
     const char* const text = thrown.what();
     fault = text ? utf8Text(text) : readableName(typeid(thrown));
   } catch (...) {
-    const auto* const type = abi::__cxa_current_exception_type();  // null if another language threw
+    // For another language's exception the C++ runtime has no object but may still return a type.
+    const auto* const type = std::current_exception() ? abi::__cxa_current_exception_type() : nullptr;
     fault = type ? readableName(*type) : "unknown";
   }
   logError("[TrayManager] 宿主回调抛出异常: " + fault, kLogModule);

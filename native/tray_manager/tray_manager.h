@@ -159,6 +159,7 @@ class TrayManager : public Tray, public std::enable_shared_from_this<TrayManager
   void onMainThread(
       const std::function<void(TrayManager&)>& body, std::function<void()> afterwards = [] {});
   /// Changes `menu` and announces it to the bar.
+  void makeStatusItem();
   void replaceMenu(std::shared_ptr<Menu> replacement);
 
   /// Calls the host and logs an exception, because the C event loop that called the manager cannot handle one.

@@ -131,6 +131,23 @@ TEST_F(Freedesktop, HostIsCalledForOneChoiceATurnAndExcessiveCallsAreRejected) {
   EXPECT_EQ(panel->call(kMenu, "GetGroupProperties", names.c_str()), "error");
 }
 
+TEST_F(Freedesktop, ClickWaitsWhileAsManyCallbacksAsTheLimitRunAMainLoop) {
+  static int depth = 0, deepest = 0, clicks = 0;
+  constexpr int kClicks = 100;
+  showInPanel();
+  manager->setClickCallback([] {
+    ++clicks, deepest = std::max(deepest, ++depth);
+    while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
+    --depth;
+  });
+  for (int i = 0; i < kClicks; ++i) {
+    g_dbus_connection_call(panel->connection.get(), panel->itemName.c_str(), "/StatusNotifierItem", kItem, "Activate",
+                           g_variant_new("(ii)", 1, 2), nullptr, {}, -1, nullptr, nullptr, nullptr);
+  }
+  EXPECT_TRUE(runUntil([] { return clicks == kClicks; }));
+  EXPECT_THAT(deepest, AllOf(Gt(1), Le(HostCalls::kMaxDepth)));
+}
+
 TEST_F(Freedesktop, ChangedMenuSignalsTheLeastAndKeepsEntriesThatAPanelMayHaveOpen) {
   showInPanel();
   expectReplies("calls.txt");

@@ -4,11 +4,24 @@
 #include <sys/resource.h>
 
 #include <atomic>
+#include <climits>
+#include <cstdlib>
 #include <future>
+#include <new>
 #include <thread>
 
 #include "host_fixture.h"
 #include "typical_run.h"
+
+/// Of the process; the last one fails.
+static std::atomic<int> allocationsLeft = INT_MAX;
+
+void* operator new(std::size_t size) {
+  auto* const memory = --allocationsLeft == 0 ? nullptr : std::malloc(size);
+  return memory != nullptr ? memory : throw std::bad_alloc();
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace quill::tests {
 
@@ -23,10 +36,15 @@ TEST_F(HostTest, HostWithoutASessionBusKeepsMenuAndUrls) {
     quill_tray_manager_set_menu_ptr(menu);
     g_menu_remove_all(menu);
     while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
+    std::thread([] {
+      pthread_cancel(pthread_self());
+      quill_tray_manager_open_url(nullptr);
+      pthread_testcancel(), abort();
+    }).join();
     quill_tray_manager_open_url("nobody-opens:a");
   });
   EXPECT_THAT(logged, ElementsAre(_, "ERROR 状态项创建失败", "INFO 菜单已设置，菜单项数量: 1",
-                                  "INFO 已打开 URL: nobody-opens:a"));
+                                  "ERROR 打开 URL 失败：URL 字符串为空", "INFO 已打开 URL: nobody-opens:a"));
 }
 
 TEST_F(HostTest, TypicalRunLogsTheSameLinesOnEveryDesktop) {
@@ -213,6 +231,45 @@ TEST_F(HostTest, CallWithoutMemoryLogsAnErrorAndKeepsTheState) {
   });
   EXPECT_EQ(std::count(logged.begin(), logged.end(), "ERROR 内存不足"), 4);
   EXPECT_THAT(logged, Contains("INFO 已使用动态菜单数据创建菜单，菜单项数量: 1"));
+}
+
+TEST_F(HostTest, OutlivesEachAllocationThatFailsInItsThreadsAndInTheMainLoop) {
+  if (kIsSanitized) GTEST_SKIP() << "a sanitizer allocates, too";
+  bus.start();
+  constexpr int kRounds = 60;
+  const auto logged = run([] {
+    quill_tray_manager_create(), addFrame();
+    for (int failing = 1; failing <= kRounds; ++failing) {
+      const auto callWithout = [failing](const auto& call) {
+        allocationsLeft = failing, call(), allocationsLeft = INT_MAX;
+      };
+      quill_tray_manager_set_menu_items_json(R"([{"id": "a", "title": "A"}])");
+      quill_tray_manager_set_main_icon(kOnePixelGif, sizeof kOnePixelGif);
+      callWithout(quill_tray_manager_start_animation);
+      quill_tray_manager_start_animation(), quill_tray_manager_stop_animation();
+      quill_tray_manager_open_url("nobody-opens:a");
+      callWithout([] {
+        while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
+      });
+      quill_tray_manager_create();
+    }
+  });
+  EXPECT_GE(std::count(logged.begin(), logged.end(), "INFO 开始动画，总帧数: 1，直接更新按钮图像"), kRounds);
+  EXPECT_GT(std::count(logged.begin(), logged.end(), "ERROR 内存不足"), 20);
+}
+
+TEST_F(HostTest, SaysSoWhereThereIsNoDescriptorAndGoesOn) {
+  if (kIsSanitized) GTEST_SKIP() << "a sanitizer needs descriptors itself";
+  run([] {
+    rlimit files{};
+    getrlimit(RLIMIT_NOFILE, &files);
+    const rlimit none{0, files.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none), quill_tray_manager_create();
+    setrlimit(RLIMIT_NOFILE, &files), quill_tray_manager_create();
+    setrlimit(RLIMIT_NOFILE, &none), quill_tray_manager_open_url("nobody-opens:a");
+  });
+  for (const char* line : {"] 没有可用的文件描述符", "状态项创建成功", "没有可用的线程或文件描述符: nobody-opens:a"})
+    EXPECT_THAT(contents(console), HasSubstr(line));
 }
 
 }  // namespace quill::tests

@@ -1,5 +1,9 @@
 #include "manager_fixture.h"
 
+#include <unwind.h>
+
+#include <array>
+
 namespace quill::tests {
 
 // tests/support/typical_run.txt has the log lines of a typical run, in order. The tests below look at those of other
@@ -45,6 +49,9 @@ TEST_F(ManagerTest, RecordsWithoutItemOrButtonWaitForTheNextCreate) {
   desktop.application.reset();
   manager->hasMemory = false;
   EXPECT_THROW(manager->setMenuItems({}), std::bad_alloc);
+  const auto item = manager->statusItem;
+  EXPECT_THROW(manager->createTray(), std::bad_alloc);
+  EXPECT_EQ(manager->statusItem, item);
   manager->hasMemory = true;
   manager->createTray();
   EXPECT_THAT(takeLines(), Contains(fromRecords)) << "the records of before";
@@ -88,8 +95,17 @@ TEST_F(ManagerTest, LeftClickCallsTheHostAndRightClickOpensTheMenu) {
   MenuItem item;
   item.representedObject = std::string("a");
   manager->perform("handleMenuItemAction:", &item);
-  EXPECT_THAT(takeLines(), ElementsAre("ERROR 宿主回调抛出异常: host's \uFFFD'fault",
-                                       StartsWith("ERROR 宿主回调抛出异常: std::vector<std::")));
+  static struct {
+    std::array<std::uintptr_t, 16> before;  // where the C++ runtime keeps the type of its own exceptions
+    _Unwind_Exception exception;
+  } foreign{};
+  foreign.before.fill(1);
+  foreign.exception.exception_class = 1;
+  manager->setClickCallback([] { _Unwind_RaiseException(&foreign.exception); });
+  desktop.click();
+  EXPECT_THAT(takeLines(),
+              ElementsAre("ERROR 宿主回调抛出异常: host's \uFFFD'fault",
+                          StartsWith("ERROR 宿主回调抛出异常: std::vector<std::"), "ERROR 宿主回调抛出异常: unknown"));
 }
 
 TEST_F(ManagerTest, ChosenMenuItemReportsItsIdentifier) {

@@ -203,17 +203,8 @@ int DBusMenu::getProperty(sd_bus_message* call, sd_bus_error* error) {
 void DBusMenu::chooseLater(std::shared_ptr<const MenuItem> item) {
   auto token = takeToken_();  // also where nothing follows: it was for this choice alone
   if (!item) return;
-  choices_->items.push_back({std::move(item), std::move(token)});
-  if (choices_->items.size() == 1) postNext(choices_);
-}
-
-void DBusMenu::postNext(const std::shared_ptr<Choices>& choices) {
-  choices->queue.post([choices] {
-    const auto choice = std::move(choices->items.front());
-    choices->items.pop_front();
-    if (!choices->items.empty()) postNext(choices);  // first, since the host may run a main loop inside choose()
-    runWithActivationToken(choice.token, [&] { choice.item->choose(); });
-  });
+  hostCalls_->add(
+      [item = std::move(item), token = std::move(token)] { runWithActivationToken(token, [&] { item->choose(); }); });
 }
 
 int DBusMenu::event(sd_bus_message* call, sd_bus_error* error) {
@@ -222,7 +213,7 @@ int DBusMenu::event(sd_bus_message* call, sd_bus_error* error) {
   if (const int result = sd_bus_message_read(call, "is", &id, &name); result < 0) return result;
   auto found = history_.find(id);
   if (!found.isKnown) return refuseId(error, id);
-  if (!canTake(1)) return refuseSize(error);
+  if (!hostCalls_->canTake(1)) return refuseSize(error);
   const int result = sd_bus_reply_method_return(call, nullptr);
   if (std::string_view(name) == kClicked) chooseLater(std::move(found.item));
   return result;
@@ -252,7 +243,7 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
   }
   if (result < 0) return result;
   if (!anyKnown && !unknown.empty()) return refuseId(error, unknown.front());
-  if (!canTake(clicked.size())) return refuseSize(error);
+  if (!hostCalls_->canTake(clicked.size())) return refuseSize(error);
   result = reply(call, [&](MessageWriter& to) { to.append(unknown); });
   for (auto& item : clicked) chooseLater(std::move(item));
   return result;

@@ -1,13 +1,13 @@
 #pragma once
 
 #include <cstddef>
-#include <deque>
 #include <functional>
 #include <memory>
 #include <utility>
 
 #include "activation_token.h"
 #include "bus.h"
+#include "host_calls.h"
 #include "menu_layout.h"
 
 namespace quill::freedesktop {
@@ -18,13 +18,13 @@ class DBusMenu {
  public:
   static constexpr auto kPath = "/MenuBar";
 
-  /// The limit for the events of one call, and for the choices that wait. A call beyond the limit is rejected as a
-  /// whole, because a user makes one choice at a time.
-  static constexpr std::size_t kMaxChoices = 1024;
+  /// The limit for the events of one call. A call beyond the limit, or for which too many choices wait, is rejected as
+  /// a whole, because a user makes one choice at a time.
+  static constexpr std::size_t kMaxChoices = HostCalls::kMaxWaiting;
 
   /// `takeToken` gives the token that the panel sent for the choice that it reports.
-  DBusMenu(Bus& bus, GlibMainQueue& queue, std::function<ActivationToken()> takeToken)
-      : bus_(bus), takeToken_(std::move(takeToken)), choices_(std::make_shared<Choices>(Choices{{}, queue})) {}
+  DBusMenu(Bus& bus, std::shared_ptr<HostCalls> hostCalls, std::function<ActivationToken()> takeToken)
+      : bus_(bus), takeToken_(std::move(takeToken)), hostCalls_(std::move(hostCalls)) {}
   DBusMenu(const DBusMenu&) = delete;
   DBusMenu& operator=(const DBusMenu&) = delete;
 
@@ -49,24 +49,11 @@ class DBusMenu {
   bool needsUpdate(std::int32_t id) const { return id == MenuLayout::kRootId && !history_.isRead(); }
   /// `item` may be null, for an entry that does nothing.
   void chooseLater(std::shared_ptr<const MenuItem> item);
-  bool canTake(std::size_t choices) const { return choices_->items.size() + choices <= kMaxChoices; }
   void signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>& changes);
-
-  /// Choices for which the host has not been called yet. They outlive this object, because the host may replace its
-  /// status item in the meantime.
-  struct Choices {
-    struct Choice {
-      std::shared_ptr<const MenuItem> item;
-      ActivationToken token;
-    };
-    std::deque<Choice> items;
-    GlibMainQueue& queue;
-  };
-  static void postNext(const std::shared_ptr<Choices>& choices);
 
   Bus& bus_;
   std::function<ActivationToken()> takeToken_;
-  std::shared_ptr<Choices> choices_;
+  const std::shared_ptr<HostCalls> hostCalls_;
   MenuHistory history_;
   const Panel* panel_ = &kUnknownPanel;
 };

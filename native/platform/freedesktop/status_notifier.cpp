@@ -1,5 +1,7 @@
 #include "status_notifier.h"
 
+#include <utility>
+
 #include "activation_token.h"
 
 namespace quill::freedesktop {
@@ -7,7 +9,7 @@ namespace quill::freedesktop {
 StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, IconFolders& iconFolders,
                                const std::string& busAddress)
     : desktop_(desktop),
-      queue_(queue),
+      hostCalls_(std::make_shared<HostCalls>(queue)),
       bus_(queue, busAddress,
            {[this](sd_bus* bus) {
               item_.exportOn(bus);
@@ -21,7 +23,7 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Ic
               barColours_.leave();
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
-      menu_(bus_, queue, [this] { return item_.takeActivationToken(); }),
+      menu_(bus_, hostCalls_, [this] { return item_.takeActivationToken(); }),
       barColours_(bus_, queue, {[this] { item_.repaint(); }, [this](const Bar& bar) { item_.setBar(bar); }}),
       xembedTray_(queue, Item::kPath, [this] { item_.setBar({}); }),
       registration_(queue, Item::kPath, xembedTray_, [this, &iconFolders](const Panel& panel) {
@@ -39,7 +41,9 @@ void StatusNotifier::present(const StatusItem& item) {
 }
 
 void StatusNotifier::clicked(EventType type) {
-  queue_.post([&desktop = desktop_, presented = presented_, token = item_.takeActivationToken(), type] {
+  auto token = item_.takeActivationToken();
+  if (!hostCalls_->canTake(1)) return;
+  hostCalls_->add([&desktop = desktop_, presented = presented_, token = std::move(token), type] {
     const auto item = presented.lock();
     if (item) runWithActivationToken(token, [&] { desktop.deliver(type, *item); });
   });

@@ -7,6 +7,7 @@
 #include "bus.h"
 #include "dbusmenu.h"
 #include "desktop.h"
+#include "host_calls.h"
 #include "icon_folder.h"
 #include "item.h"
 #include "registration.h"
@@ -30,7 +31,7 @@ class StatusNotifier : public StatusItemPresenter {
   void clicked(EventType type);
 
   quill::Desktop& desktop_;
-  GlibMainQueue& queue_;
+  const std::shared_ptr<HostCalls> hostCalls_;
   std::weak_ptr<const StatusItem> presented_;
   Bus bus_;
   Item item_;

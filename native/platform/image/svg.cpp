@@ -4,8 +4,11 @@
 #include <sys/mman.h>
 
 #include <algorithm>
+#include <cfenv>
 #include <cmath>
 #include <cstring>
+#include <exception>
+#include <new>
 #include <string_view>
 
 #include "codecs.h"
@@ -17,10 +20,11 @@ namespace {
 
 /// Pixels of the longer side, whatever size the file names: enough for 22 points at four times the density.
 constexpr int kVectorSide = 88;
-constexpr std::size_t kMaxText = 1'048'576;  // bytes
-/// librsvg recurses into nested selectors and masks; the longest text can hold 200,000 of them. Only the used part of
+constexpr std::size_t kMaxText = 262'144;  // bytes
+/// librsvg recurses into nested selectors and masks: five bytes of text can take 10 KiB of stack. Only the used part of
 /// the stack takes memory.
-constexpr std::size_t kStackSize = std::size_t{2} * 1024 * 1024 * 1024;
+constexpr std::size_t kStackOfAnyText = std::size_t{8} << 20U;
+constexpr std::size_t kStackPerByte = 2048;
 
 /// Leaves out what could harm a host: filters start threads that stay and may never end, fonts print warnings, patterns
 /// and embedded images take any amount of memory.
@@ -104,13 +108,17 @@ class SvgReader : RsvgLibrary {
 /// A thread's stack that takes memory page by page as it is used.
 class LargeStack {
  public:
-  LargeStack()
-      : start_(mmap(nullptr, kStackSize, PROT_READ | PROT_WRITE,
-                    MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK | MAP_NORESERVE, -1, 0)) {}
+  explicit LargeStack(std::size_t size)
+      : size_(size),
+        start_(mmap(nullptr, size, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_STACK | MAP_NORESERVE, -1, 0)) {
+    if (start_ == MAP_FAILED) return;
+    munlock(start_, size_);  // otherwise a host that called mlockall(MCL_FUTURE) would get all of it in memory
+    mprotect(start_, size_, PROT_READ | PROT_WRITE);
+  }
   LargeStack(const LargeStack&) = delete;
   LargeStack& operator=(const LargeStack&) = delete;
   ~LargeStack() {
-    if (start_ != MAP_FAILED) munmap(start_, kStackSize);
+    if (start_ != MAP_FAILED) munmap(start_, size_);
   }
 
   /// Runs `function` on it and waits. False, and not run, if the stack or the thread cannot be had.
@@ -120,7 +128,7 @@ class LargeStack {
     pthread_t thread{};
     if (start_ == MAP_FAILED || pthread_attr_init(&attributes) != 0) return false;
     sigfillset(&signals);  // the host's handlers run on the host's threads
-    const bool isStarted = pthread_attr_setstack(&attributes, start_, kStackSize) == 0 &&
+    const bool isStarted = pthread_attr_setstack(&attributes, start_, size_) == 0 &&
                            pthread_attr_setsigmask_np(&attributes, &signals) == 0 &&
                            pthread_create(&thread, &attributes, function, argument) == 0;
     pthread_attr_destroy(&attributes);
@@ -128,6 +136,7 @@ class LargeStack {
   }
 
  private:
+  std::size_t size_;
   void* start_;
 };
 
@@ -137,15 +146,23 @@ std::optional<Image> decodeSvg(Bytes bytes) {
   struct {
     Bytes bytes;
     std::optional<Image> image;
-  } job{bytes, std::nullopt};
+    std::exception_ptr fault;
+  } job{bytes, std::nullopt, nullptr};
   if (bytes.size() > kMaxText) return std::nullopt;
-  LargeStack().run(
-      [](void* argument) -> void* {
-        auto& [text, image] = *static_cast<decltype(job)*>(argument);
-        image = SvgReader(text).read();
-        return nullptr;
-      },
-      &job);
+  LargeStack(kStackOfAnyText + bytes.size() * kStackPerByte)
+      .run(
+          [](void* argument) -> void* {
+            auto& [text, image, fault] = *static_cast<decltype(job)*>(argument);
+            std::fesetenv(FE_DFL_ENV);  // hosts in some languages trap the NaN that libxml2 computes
+            try {
+              image = SvgReader(text).read();
+            } catch (const std::bad_alloc&) {
+              fault = std::current_exception();
+            }
+            return nullptr;
+          },
+          &job);
+  if (job.fault) std::rethrow_exception(job.fault);
   return std::move(job.image);
 }
 

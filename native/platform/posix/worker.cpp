@@ -6,7 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <system_error>
+#include <cfenv>
+#include <exception>
 #include <thread>
 #include <utility>
 
@@ -97,12 +98,13 @@ bool Worker::ensureThread() {
   try {
     std::thread([self = shared_from_this()] { self->run(); }).detach();
     hasThread_ = true;
-  } catch (const std::system_error&) {  // the next job tries again
+  } catch (const std::exception&) {  // std::system_error or std::bad_alloc; the next job tries again
   }
   return hasThread_;
 }
 
 void Worker::run() {
+  std::fesetenv(FE_DFL_ENV);  // hosts in some languages trap floating-point exceptions, also of libraries
   nameThread(label_);
   if (priority_ == Priority::utility) becomeUtilityThread();
   std::unique_lock lock(mutex_);
@@ -113,10 +115,10 @@ void Worker::run() {
 
 // Takes the lock once for all jobs: others would wait for this thread, which runs at low priority.
 void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
-  auto jobs = std::exchange(waiting_, {});
+  running_.swap(waiting_);  // a new deque would need memory
   lock.unlock();
   isJobRunning = true;
-  for (auto& job : jobs) {
+  for (auto& job : running_) {
     std::exchange(job, nullptr)();
     ++done_;
     if (waitingThreads_ == 0) continue;
@@ -125,6 +127,7 @@ void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
     lock.unlock();
   }
   isJobRunning = false;
+  running_.clear();
   lock.lock();
 }
 

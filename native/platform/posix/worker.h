@@ -47,6 +47,7 @@ class Worker : public std::enable_shared_from_this<Worker> {
   std::condition_variable wake_;
   std::condition_variable jobDone_;
   std::deque<Job> waiting_;
+  std::deque<Job> running_;  // only touched by doWaiting, without the lock
   std::uint64_t added_ = 0;
   std::atomic<std::uint64_t> done_ = 0;
   std::atomic<std::uint64_t> awaited_ = 0;  // the count of jobs that drain waits for, or waited for

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "forked_child.h"
+#include "report.h"
 #include "sandbox.h"
 
 namespace quill::freedesktop {
@@ -13,6 +14,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kFirstDelay{100};
 constexpr std::chrono::milliseconds kMaxDelay{30'000};
+/// A connection that ends earlier does not start the delays anew: a bus may accept each one and close it.
+constexpr std::chrono::milliseconds kLasting{100};
 /// What one dispatch may handle, and how long it may take, before the host's own sources get their turn.
 constexpr int kMaxMessages = 32;
 constexpr std::chrono::milliseconds kMaxTurn{5};
@@ -32,7 +35,8 @@ GSourceFuncs Bus::sourceFunctions = {[](GSource* source, int*) -> gboolean {
                                      },
                                      nullptr,
                                      [](GSource* source, GSourceFunc, gpointer) -> gboolean {
-                                       reinterpret_cast<Source*>(source)->bus->process();
+                                       auto& bus = *reinterpret_cast<Source*>(source)->bus;
+                                       completes([&bus] { bus.process(); });
                                        return G_SOURCE_CONTINUE;
                                      },
                                      nullptr,
@@ -139,7 +143,7 @@ void Bus::process() {
     lose();
   } else if (!isOpen_ && sd_bus_is_ready(bus_.get()) > 0) {
     isOpen_ = true;
-    backoff_.reset();
+    openedAt_ = monotonicNow();
     handlers_.opened(bus_.get());
   }
 }
@@ -147,7 +151,10 @@ void Bus::process() {
 void Bus::lose() {
   wait(-1, 0);
   bus_.reset();
-  if (std::exchange(isOpen_, false)) handlers_.lost();
+  if (std::exchange(isOpen_, false)) {
+    if (monotonicNow() - openedAt_ >= kLasting) backoff_.reset();
+    handlers_.lost();
+  }
   reconnect_->setDueIn(backoff_.next());
 }
 

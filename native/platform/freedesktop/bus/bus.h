@@ -60,6 +60,7 @@ class Bus {
   std::optional<BusHandshake> handshake_;  // while there is no bus_ yet
   BusHandle bus_;
   bool isOpen_ = false;  // handlers_.opened was called for bus_
+  std::chrono::nanoseconds openedAt_{};
 };
 
 }  // namespace quill::freedesktop

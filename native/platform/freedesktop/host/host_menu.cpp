@@ -6,6 +6,8 @@
 #include "accelerator.h"
 #include "description.h"
 #include "glib_handles.h"
+#include "report.h"
+#include "text.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -23,7 +25,9 @@ constexpr std::string_view kActionGroupKey = "quill-tray-manager-action-group-";
 
 std::string stringAttribute(GMenuModel* model, int index, const char* attribute) {
   const VariantPointer value(g_menu_model_get_item_attribute_value(model, index, attribute, G_VARIANT_TYPE_STRING));
-  return value ? g_variant_get_string(value.get(), nullptr) : std::string();
+  // A model of the host's own class may return a value of another type.
+  if (!value || g_variant_is_of_type(value.get(), G_VARIANT_TYPE_STRING) == FALSE) return {};
+  return utf8Text(g_variant_get_string(value.get(), nullptr));
 }
 
 /// Splits a label into title and access key: "_" marks the character after it, "__" is one "_".
@@ -39,11 +43,14 @@ void setLabel(MenuItem& item, std::string_view label) {
 
 void setIcon(MenuItem& item, GMenuModel* model, int index) {
   const VariantPointer value(g_menu_model_get_item_attribute_value(model, index, G_MENU_ATTRIBUTE_ICON, nullptr));
-  if (!value) return;
+  if (!value || (g_variant_is_of_type(value.get(), G_VARIANT_TYPE_STRING) == FALSE &&
+                 g_variant_is_of_type(value.get(), G_VARIANT_TYPE("(sv)")) == FALSE)) {
+    return;
+  }
   const ObjectPointer<GIcon> icon(g_icon_deserialize(value.get()));
   if (!icon || !G_IS_THEMED_ICON(icon.get())) return;
   const char* const* names = g_themed_icon_get_names(G_THEMED_ICON(icon.get()));
-  if (names != nullptr && *names != nullptr) item.iconName = *names;
+  if (names != nullptr && *names != nullptr) item.iconName = utf8Text(*names);
 }
 
 /// A detailed action name for g_action_parse_detailed_name. GLib's own printer refuses names with an underscore, which
@@ -213,7 +220,7 @@ Menu::Items HostMenu::items() const {
 
 void HostMenu::changed(HostMenu* self) {
   if (std::exchange(self->isOutdated_, true)) return;
-  self->announceChange();
+  completes([self] { self->announceChange(); });
 }
 
 std::string HostMenu::description() const { return describeObject(G_OBJECT_TYPE_NAME(model_.get()), model_.get()); }

@@ -9,6 +9,7 @@
 
 #include "file_descriptor.h"
 #include "forked_child.h"
+#include "report.h"
 
 // GLib's lock hands a call from the thread that posts it to the one that runs it. The thread sanitizer cannot see into
 // GLib, so it is told.
@@ -45,7 +46,7 @@ SourceHandle attachSource(GlibMainQueue& queue, gint64 readyTime, gboolean after
         QUILL_TAKE_OVER(data);
         const auto& self = *static_cast<Call*>(data);
         self.mainThread->note();
-        self.call();
+        completes(self.call);
         return self.afterwards;
       },
       owned.release(),

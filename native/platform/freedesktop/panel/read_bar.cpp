@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "bar_source.h"
+#include "report.h"
 #include "worker_queue.h"
 
 namespace quill::freedesktop {
@@ -17,8 +18,10 @@ class ReadSource final : public BarSource {
     if (!read_) return;
     posix::WorkerQueue worker("quill.tray.panel", posix::Priority::utility);
     worker.submit([answered = std::weak_ptr(answered_), read = read_] {
-      GlibMainQueue().post([answered, reading = read()] {
-        if (const auto handler = answered.lock()) (*handler)(reading);
+      completes([&] {
+        GlibMainQueue().post([answered, reading = read()] {
+          if (const auto handler = answered.lock()) (*handler)(reading);
+        });
       });
     });
   }

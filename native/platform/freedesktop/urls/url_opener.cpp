@@ -20,6 +20,7 @@
 #include "sandbox.h"
 #include "sd_bus_handles.h"
 #include "session_bus_address.h"
+#include "spare_resources.h"
 #include "url_handler.h"
 
 namespace quill::freedesktop {
@@ -144,6 +145,11 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
       const auto bus = connectToBus(asker);
       if (bus && openByPortal(bus.get(), url, asker.token)) return;
     }
+    // GLib starts a thread at the first look for a handler.
+    if (!isGlibReady_ && !(hasSpareDescriptors() && hasSpareThread())) {
+      return reportError("打开 URL 失败：没有可用的线程或文件描述符: " + url.text);
+    }
+    isGlibReady_ = true;
     const auto handler = findUrlHandler(url);
     // The rest (a place that GVfs knows, a program in a terminal) is left to GIO's own program.
     auto program = handler && !handler->program.arguments.empty() ? handler->program
@@ -174,6 +180,7 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
     return queue;
   }
 
+  bool isGlibReady_ = false;
   std::mutex mutex_;                       // guards the next one
   std::weak_ptr<const Variables> latest_;  // one copy for all requests while the environment stays the same
   std::map<std::string, std::weak_ptr<posix::WorkerQueue>> queues_;  // by the application's name on the bus
