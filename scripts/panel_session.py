@@ -21,6 +21,7 @@ import subprocess
 import tempfile
 import threading
 
+from bars import BARS
 from desktops import DESKTOPS
 from panels import PANELS
 from PIL import Image
@@ -94,7 +95,7 @@ class PanelSession:
         """`has_neighbours`: some of the panel's own icons are beside the tray."""
         self.name = panel
         self.has_neighbours = has_neighbours
-        self.panel = {**PANELS, **DESKTOPS}[panel]
+        self.panel = {**PANELS, **DESKTOPS, **BARS}[panel]
         self.theme = self.look = theme or self.panel.themes[0]  # at first, and now
         self.size = size
         missing = [program for program in self.panel.programs if not shutil.which(program)]
@@ -169,6 +170,10 @@ class PanelSession:
         self.empty = self.settled()
 
     def _start_bus(self):
+        if self.panel.has_xembed_tray:
+            service = self.directory / "data/dbus-1/services/quill-tray-xembed.service"
+            service.parent.mkdir(parents=True)
+            service.write_text(f"[D-BUS Service]\nName=org.quill.TrayXEmbed\nExec={os.environ['TRAY_XEMBED']}\n")
         if self.panel.has_system_bus:
             _, self.environment["DBUS_SYSTEM_BUS_ADDRESS"] = start_bus(self.spawn)
         _, self.environment["DBUS_SESSION_BUS_ADDRESS"] = start_bus(self.spawn)
@@ -240,7 +245,8 @@ class PanelSession:
         bare = self.picture()
         self.panel_process = self.spawn([word.format(*self.size) for word in self.panel.command])
         self._panel_processes = [self.panel_process, *([self.spawn(self.panel.watcher)] if self.panel.watcher else [])]
-        wait_for(lambda: self.name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}", 3 * DEADLINE)
+        if not self.panel.has_xembed_tray:
+            wait_for(lambda: self.name_has_owner(WATCHER), f"watcher by {self.panel.command[0]}", 3 * DEADLINE)
         self.panel.started(self)
 
         def drawn():
@@ -251,10 +257,13 @@ class PanelSession:
 
     def kill_panel(self):
         """Ends the panel at once, as a crash would."""
+        before = self.picture()
         for process in self._panel_processes:
             process.kill()
             process.wait()
         wait_for(lambda: not self.name_has_owner(WATCHER), "end of the watcher")
+        if self.panel.has_xembed_tray:
+            wait_for(lambda: changed_box(before, self.picture(), self.bar), "end of the bar")
 
     def switch_theme(self, theme):
         """Gives the running panel another look and waits until its bar shows it."""

@@ -38,6 +38,7 @@ class Panel:
     started: Callable = lambda session: None  # what is left to do once the watcher is there
     refuses_root: bool = False
     menu_button: int = RIGHT  # opens the item's menu; where it is LEFT, no click reaches the host
+    has_xembed_tray: bool = False  # and no watcher
     has_system_bus: bool = False  # asks for one, and gets one on which there is nobody
 
     @property

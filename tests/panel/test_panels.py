@@ -179,7 +179,8 @@ class PanelTest(unittest.TestCase):
         panel_session.wait_for(lambda: "https://example.org/a?b#c" in log.read_text(), "line in the sandbox's log")
 
 
-if __name__ == "__main__":
+def run():
+    """Runs the main program's cases in a session of the panel that the command line names, and exits."""
     try:
         PanelTest.session = panel_session.PanelSession(*sys.argv[1:3])
     except panel_session.NotInstalled as missing:
@@ -189,3 +190,7 @@ if __name__ == "__main__":
     if result.wasSuccessful() and len(result.skipped) == result.testsRun:
         sys.exit(77)
     sys.exit(not result.wasSuccessful())
+
+
+if __name__ == "__main__":
+    run()
