@@ -122,7 +122,7 @@ void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
     std::exchange(job, nullptr)();
     ++done_;
     if (waitingThreads_ == 0) continue;
-    lock.lock();  // or the notice could come between drain's check and its wait
+    lock.lock();  // otherwise drain could miss the notification between its check and its wait
     jobDone_.notify_all();
     lock.unlock();
   }

@@ -12,7 +12,7 @@
 
 namespace quill::posix {
 
-/// Utility is below the host's threads, for work that nobody waits for.
+/// Utility is below the host's threads, for work without a waiting caller.
 enum class Priority { utility, ordinary };
 
 /// A queue of jobs and its thread, which is made for the first job and shares the ownership.
@@ -24,7 +24,7 @@ class Worker : public std::enable_shared_from_this<Worker> {
   Worker(std::string label, Priority priority) : label_(std::move(label)), priority_(priority) {}
 
   void add(Job job);
-  /// Waits until all jobs added before are done. Does them itself if no thread can be made. Returns false if all were
+  /// Waits until all jobs added so far are done. Runs them itself if no thread can be made. Returns false if all were
   /// done already.
   bool drain(Clock::time_point deadline);
   /// Whether a job of any worker runs on the calling thread.
@@ -36,7 +36,7 @@ class Worker : public std::enable_shared_from_this<Worker> {
   bool isDraining() const { return done_ + 1 < awaited_; }
 
  private:
-  /// False if no thread can be made now. Both need the lock, which doWaiting releases meanwhile.
+  /// Returns false if no thread can be made now. Both need the lock; doWaiting releases it while jobs run.
   bool ensureThread();
   void doWaiting(std::unique_lock<std::mutex>& lock);
   void run();

@@ -18,7 +18,7 @@ using Clock = Worker::Clock;
 
 constexpr std::chrono::seconds kExitTimeout{2};
 
-// A URL's job may add one for its application, to a new queue, and that one may log a line.
+// A URL's job may submit a job for its application to a new queue, and that job may log a line.
 constexpr int kRounds = 3;
 
 // Until when an exiting process waits for jobs; zero before it exits.

@@ -9,10 +9,10 @@
 
 namespace quill::posix {
 
-/// A serial queue with one thread, made for the first job and asleep without one.
+/// A serial queue with one thread. The first job makes the thread; the thread sleeps while there is no job.
 ///
-/// An orderly exit of the process does the remaining jobs first, also those that are submitted during the
-/// exit, for two seconds at most in all. A job that throws ends the process.
+/// An orderly exit of the process first runs the remaining jobs and those submitted during the exit, for at most two
+/// seconds in all. A job that throws ends the process.
 class WorkerQueue final : public SerialQueue {
  public:
   /// The thread's name is the beginning of `label`.
@@ -31,8 +31,8 @@ class WorkerQueue final : public SerialQueue {
   const std::shared_ptr<Worker> worker_;
 };
 
-/// Waits for the present jobs of all queues, for two seconds at most in all: for a process that is about to end
-/// without an orderly exit. Not from a queue's job.
+/// Waits for the present jobs of all queues, for at most two seconds in all. For a process that is about to end without
+/// an orderly exit. Never call it from a job.
 void drainQueues();
 
 }  // namespace quill::posix

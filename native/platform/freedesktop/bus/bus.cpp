@@ -49,8 +49,8 @@ Bus::Bus(GlibMainQueue& queue, std::string address, Handlers handlers)
 void Bus::start() {
   source_.reset(g_source_new(&sourceFunctions, sizeof(Source)));
   reinterpret_cast<Source*>(source_.get())->bus = this;
-  // A source that cannot recurse leaves the poll while it is dispatched, which wakes the main context twice for each
-  // message.
+  // GLib removes the descriptor of a source that cannot recurse from the poll during each dispatch. The removal wakes
+  // the main context twice for each message.
   g_source_set_can_recurse(source_.get(), TRUE);
   g_source_attach(source_.get(), nullptr);
   reconnect_.emplace(queue_, [this] { connect(); });
@@ -122,7 +122,7 @@ void Bus::wait(int descriptor, int events, gint64 readyTime) {
 }
 
 void Bus::process() {
-  queue_.mainThread()->note();
+  queue_.mainThread()->recordDispatch();
   int result = 1;
   if (handshake_) {
     result = handshake_->advance();

@@ -11,13 +11,13 @@
 
 namespace quill::freedesktop {
 
-/// A private connection to the session bus, driven by the default main context. It never waits, and connects again when
-/// a bus that was missing, refused or went away is there. Main thread.
+/// A private connection to the session bus. The default main context drives it. It never blocks. If the bus is missing,
+/// refuses or goes away, the connection is made again later. Main thread.
 class Bus {
  public:
   struct Handlers {
-    /// A new connection that has its name from the bus: xdg-dbus-proxy before its version 0.1.6 mixes up the answers to
-    /// what is sent earlier.
+    /// A new connection is open and has its unique name. Nothing is sent earlier, because xdg-dbus-proxy before 0.1.6
+    /// mixes up the replies to such messages.
     std::function<void(sd_bus*)> opened;
     /// That connection is closed; its slots are to be released.
     std::function<void()> lost;
@@ -43,8 +43,8 @@ class Bus {
   void prepare();
   void process();
   void lose();
-  /// Has process() called when `descriptor` has one of `events` (-1: none), or at a time of CLOCK_MONOTONIC in
-  /// microseconds.
+  /// Makes GLib call process() when `descriptor` has one of `events`, or at `readyTime`, in microseconds of
+  /// CLOCK_MONOTONIC. -1 stands for no descriptor.
   void wait(int descriptor, int events, gint64 readyTime = kNever);
 
   GlibMainQueue& queue_;

@@ -82,7 +82,7 @@ IconFolder::IconFolder(std::string path)
 IconFolder::~IconFolder() { remove(); }
 
 void IconFolder::remove() {
-  const std::unique_lock lock(mutex_, std::try_to_lock);  // an exit may come from inside another call
+  const std::unique_lock lock(mutex_, std::try_to_lock);  // the process may exit from inside another call
   if (lock && !std::exchange(isRemoved_, true)) removeFolder(path_);
 }
 
@@ -117,7 +117,7 @@ bool IconFolder::write(const std::string& fileName, std::string_view text) const
 void IconFolder::release(const std::string& name) {
   const std::lock_guard lock(mutex_);
   const auto known = files_.find(name);
-  if (isRemoved_ || known == files_.end() || !known->second.expired()) return;  // written again meanwhile
+  if (isRemoved_ || known == files_.end() || !known->second.expired()) return;  // written again in the meantime
   files_.erase(known);
   unlinkat(directory_.number(), (name + kSuffix).c_str(), 0);
 }
@@ -131,7 +131,7 @@ std::shared_ptr<IconFolder> IconFolders::open() {
 }
 
 void IconFolders::close() {
-  // A host may exit from inside another call here. What then stays is swept at the next start.
+  // A host may exit from inside another call here. The next start then removes the folder.
   const std::unique_lock lock(mutex_, std::try_to_lock);
   if (!lock) return;
   isClosed_ = true;

@@ -13,8 +13,8 @@ namespace quill::freedesktop {
 
 class IconFile;
 
-/// A folder for icons that a panel reads as files, removed with the object. Only this user can look into it. It lies in
-/// the user's runtime directory, which is in memory, so that writing waits for no disk. Any thread.
+/// A folder for icons that a panel reads as files. The destructor removes it. Only this user can read it. It lies in
+/// the user's runtime directory, which is in memory, so that a write waits for no disk. Any thread.
 class IconFolder : public std::enable_shared_from_this<IconFolder> {
  public:
   /// Null where there is no runtime directory, or one that panels do not see: a sandbox's own.
@@ -28,8 +28,8 @@ class IconFolder : public std::enable_shared_from_this<IconFolder> {
   ~IconFolder();
 
   const std::string& path() const { return path_; }
-  /// Writes `text`, or returns the file that has that name already: a name belongs to one text. Null where it cannot be
-  /// written.
+  /// Writes `text`, or returns the file that already has that name, because a name belongs to one text. Null if the
+  /// file cannot be written.
   std::shared_ptr<const IconFile> file(const std::string& name, std::string_view text);
   /// Removes the folder for good, unless another call is under way.
   void remove();

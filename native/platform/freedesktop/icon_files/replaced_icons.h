@@ -11,8 +11,8 @@
 
 namespace quill::freedesktop {
 
-/// Keeps the files of replaced icons for a second: a panel may have read an icon's name before it was replaced, and
-/// open the file after that. Main thread.
+/// Keeps the files of replaced icons for a second, because a panel may read an icon's name before the replacement and
+/// open the file after it. Main thread.
 class ReplacedIcons {
  public:
   explicit ReplacedIcons(GlibMainQueue& queue) : timer_(queue, [this] { dropDue(); }) {}

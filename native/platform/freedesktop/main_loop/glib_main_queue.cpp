@@ -11,8 +11,8 @@
 #include "forked_child.h"
 #include "report.h"
 
-// GLib's lock hands a call from the thread that posts it to the one that runs it. The thread sanitizer cannot see into
-// GLib, so it is told.
+// GLib's lock passes a call from the posting thread to the main thread. GLib is not built with the thread sanitizer, so
+// these macros report the transfer.
 #ifdef __SANITIZE_THREAD__
 #include <sanitizer/tsan_interface.h>
 #define QUILL_HAND_OVER(call) __tsan_release(call)
@@ -45,7 +45,7 @@ SourceHandle attachSource(GlibMainQueue& queue, gint64 readyTime, gboolean after
         if (isForkedChild()) return G_SOURCE_REMOVE;
         QUILL_TAKE_OVER(data);
         const auto& self = *static_cast<Call*>(data);
-        self.mainThread->note();
+        self.mainThread->recordDispatch();
         completes(self.call);
         return self.afterwards;
       },
@@ -59,87 +59,84 @@ SourceHandle attachSource(GlibMainQueue& queue, gint64 readyTime, gboolean after
   return source;
 }
 
-/// Collects what the calling thread posts while this lives, except from a main loop that runs inside.
-class Collected {
+/// Collects the work that the calling thread posts during its lifetime. A main loop that runs inside is excluded.
+class PostBatch {
  public:
-  Collected() : outer_(std::exchange(current_, this)) {}
-  Collected(const Collected&) = delete;
-  Collected& operator=(const Collected&) = delete;
-  ~Collected() { current_ = outer_; }
+  PostBatch() : outer_(std::exchange(current_, this)) {}
+  PostBatch(const PostBatch&) = delete;
+  PostBatch& operator=(const PostBatch&) = delete;
+  ~PostBatch() { current_ = outer_; }
 
-  /// Null where nothing is collected.
-  static Collected* here() { return current_ != nullptr && current_->depth_ == g_main_depth() ? current_ : nullptr; }
+  /// Null if nothing is collected.
+  static PostBatch* here() { return current_ != nullptr && current_->depth_ == g_main_depth() ? current_ : nullptr; }
   std::vector<std::function<void()>> work;
 
  private:
-  static inline thread_local Collected* current_ = nullptr;
-  Collected* outer_;
+  static inline thread_local PostBatch* current_ = nullptr;
+  PostBatch* outer_;
   int depth_ = g_main_depth();
 };
 
-/// Runs what a tick posts, to show a frame, right after it: another turn of the main context would cost more than the
-/// frame.
+/// Runs work that a tick posts right after the tick, because another iteration of the main context would cost more than
+/// the frame itself.
 void runTick(const std::function<void()>& tick) {
   std::vector<std::function<void()>> posted;
   {
-    Collected collected;
+    PostBatch batch;
     tick();
-    posted.swap(collected.work);
+    posted.swap(batch.work);
   }
   for (const auto& work : posted) work();
 }
 
-/// Driven by the kernel's timer, since the main context's own waits are whole milliseconds.
-class PreciseTimer : public Timer {
+/// Driven by a kernel timer, because the main context waits for whole milliseconds. The main context drives it if the
+/// process has no spare descriptor.
+class RepeatingTimer : public Timer {
  public:
-  PreciseTimer(GlibMainQueue& queue, std::chrono::nanoseconds period, std::function<void()> tick)
-      : file_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
-    const itimerspec setting{timespecOf(period), timespecOf(period)};
-    if (!file_.isOpen() || timerfd_settime(file_.number(), 0, &setting, nullptr) != 0) return;
+  RepeatingTimer(GlibMainQueue& queue, std::chrono::nanoseconds period, std::function<void()> tick)
+      : start_(monotonicNow()), period_(period), file_(timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK)) {
     source_ = attachSource(queue, kNever, G_SOURCE_CONTINUE, [this, tick = std::move(tick)] {
-      std::uint64_t ticks = 0;                                            // more than one: some were missed
-      if (read(file_.number(), &ticks, sizeof ticks) > 0) runTick(tick);  // may end this timer
+      std::uint64_t ticks = 0;  // more than one if some were missed
+      if (!file_.isOpen()) {
+        setNextDue();
+      } else if (read(file_.number(), &ticks, sizeof ticks) <= 0) {
+        return;
+      }
+      runTick(tick);  // may end this timer
     });
     g_source_set_can_recurse(source_.get(), TRUE);  // as for the bus
-    g_source_add_unix_fd(source_.get(), file_.number(), G_IO_IN);
+    if (file_.isOpen()) {
+      const itimerspec setting{timespecOf(period), timespecOf(period)};
+      timerfd_settime(file_.number(), 0, &setting, nullptr);
+      g_source_add_unix_fd(source_.get(), file_.number(), G_IO_IN);
+    } else {
+      setNextDue();
+    }
   }
 
   void invalidate() override { source_.reset(); }
-  bool isRunning() const { return source_ != nullptr; }
 
  private:
   static timespec timespecOf(std::chrono::nanoseconds duration) {
     const auto seconds = std::chrono::floor<std::chrono::seconds>(duration);
     return {static_cast<time_t>(seconds.count()), static_cast<long>((duration - seconds).count())};
   }
+  void setNextDue() {
+    const auto due = nextDue(start_, period_, monotonicNow());
+    g_source_set_ready_time(source_.get(), std::chrono::ceil<std::chrono::microseconds>(due).count());
+  }
 
+  const std::chrono::nanoseconds start_;
+  const std::chrono::nanoseconds period_;
   posix::FileDescriptor file_;
   SourceHandle source_;
-};
-
-/// For a process that has no descriptor to spare.
-class CoarseTimer : public Timer {
- public:
-  CoarseTimer(GlibMainQueue& queue, std::chrono::nanoseconds period, std::function<void()> tick)
-      : start_(monotonicNow()), period_(period), call_(queue, [this, tick = std::move(tick)] {
-          call_.setDue(nextDue(start_, period_, monotonicNow()));
-          tick();  // may end this timer
-        }) {
-    call_.setDue(start_ + period_);
-  }
-  void invalidate() override { call_.cancel(); }
-
- private:
-  std::chrono::nanoseconds start_;
-  std::chrono::nanoseconds period_;
-  OneShotTimer call_;
 };
 
 }  // namespace
 
 bool GlibMainQueue::isContextFree() const {
   auto* const context = g_main_context_default();
-  // The attempt itself keeps others out for a moment, so one thread makes it at a time.
+  // The attempt itself keeps other threads out for a moment. Therefore only one thread makes it at a time.
   const std::lock_guard lock(trial_);
   if (g_main_context_acquire(context) == FALSE) return false;
   g_main_context_release(context);
@@ -152,7 +149,7 @@ bool GlibMainQueue::isCurrent() const {
 }
 
 void GlibMainQueue::takeCallerForMainThread() {
-  if (isContextFree()) mainThread_->note();
+  if (isContextFree()) mainThread_->recordDispatch();
 }
 
 bool GlibMainQueue::isMainThreadKnown() const { return mainThread_->isKnown() || !isContextFree(); }
@@ -176,18 +173,16 @@ bool GlibMainQueue::MainThreadTracker::isExpectedHere() const {
 
 void GlibMainQueue::post(std::function<void()> work) {
   if (isForkedChild()) return;
-  if (auto* const collected = Collected::here()) {
-    collected->work.push_back(std::move(work));
+  if (auto* const batch = PostBatch::here()) {
+    batch->work.push_back(std::move(work));
     return;
   }
-  // The context keeps the source until it has run, so the reference alone is given back.
+  // The context holds the source until it has run. Therefore only the reference is released here.
   g_source_unref(attachSource(*this, 0, G_SOURCE_REMOVE, std::move(work)).release());
 }
 
 std::unique_ptr<Timer> GlibMainQueue::repeat(std::chrono::nanoseconds period, std::function<void()> tick) {
-  auto timer = std::make_unique<PreciseTimer>(*this, period, tick);
-  if (timer->isRunning()) return timer;
-  return std::make_unique<CoarseTimer>(*this, period, std::move(tick));
+  return std::make_unique<RepeatingTimer>(*this, period, std::move(tick));
 }
 
 OneShotTimer::OneShotTimer(GlibMainQueue& queue, std::function<void()> call) {

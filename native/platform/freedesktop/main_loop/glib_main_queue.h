@@ -11,18 +11,18 @@
 
 namespace quill::freedesktop {
 
-/// GLib's default main context as the main queue. What was posted runs also after the object is gone.
+/// GLib's default main context as the main queue. Posted work runs even after the object is destroyed.
 class GlibMainQueue : public MainQueue {
  public:
   bool isCurrent() const override;
   void post(std::function<void()> work) override;
   std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) override;
 
-  /// Remembers the main thread: the one that last dispatched one of our sources or made a call that the host makes on
-  /// the main thread alone.
+  /// Records the main thread: the thread that last dispatched one of our sources, or that last made a call that hosts
+  /// make on the main thread alone.
   class MainThreadTracker {
    public:
-    void note() { last_.store(callingThread(), std::memory_order_relaxed); }
+    void recordDispatch() { last_.store(callingThread(), std::memory_order_relaxed); }
     /// Whether the noted thread lives.
     bool isKnown() const;
     /// Whether the calling thread is the noted one or, where that does not live, the process's first.
@@ -51,7 +51,7 @@ class GlibMainQueue : public MainQueue {
   std::shared_ptr<MainThreadTracker> mainThread_ = std::make_shared<MainThreadTracker>();
 };
 
-/// A call on the default main context when its time has come. Main thread; may be destroyed inside its own call.
+/// A call on the default main context at a given time. Main thread; may be destroyed inside its own call.
 class OneShotTimer {
  public:
   OneShotTimer(GlibMainQueue& queue, std::function<void()> call);
