@@ -29,6 +29,6 @@ class Tray : public Responder {
 };
 
 /// Logs a failure of the platform as an error. `tray_manager` defines this function. Any thread.
-void reportFault(std::string_view what);
+void logPlatformException(std::string_view what);
 
 }  // namespace quill

@@ -37,7 +37,7 @@ const std::shared_ptr<TrayManager>& TrayManager::shared() {
 
 std::shared_ptr<Tray> Tray::shared() { return TrayManager::shared(); }
 
-void reportFault(std::string_view what) { reportError("平台抛出异常: " + std::string(what)); }
+void logPlatformException(std::string_view what) { reportError("平台抛出异常: " + std::string(what)); }
 
 TrayManager::TrayManager(Desktop& desktop)
     : animatedView(std::make_shared<View>(kInitialViewFrame)),

@@ -11,7 +11,7 @@
 #include "tray_manager.h"
 #import "tray_manager_object.h"
 #include "typical_run.h"
-#include "worker_queue.h"
+#include "process_queue.h"
 
 namespace quill::tests {
 

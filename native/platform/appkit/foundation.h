@@ -58,7 +58,7 @@ void guarded(Work work) {
     @try {
       work();
     } @catch (NSException* exception) {
-      reportFault(toString([exception name]) + ": " + toString([exception reason]));
+      logPlatformException(toString([exception name]) + ": " + toString([exception reason]));
     }
   }
 }

@@ -1,20 +1,16 @@
 #include <glib.h>
 
-#include <memory>
 #include <new>
 
 #include "freedesktop_desktop.h"
 #include "no_destructor.h"
+#include "process_queue.h"
 #include "report.h"
 #include "spare_resources.h"
 
 namespace quill {
 
 namespace {
-
-struct FileRemoval {
-  void operator()(freedesktop::Desktop* desktop) const { desktop->removeFiles(); }
-};
 
 /// GLib would end a process that has no descriptors for the main context.
 bool makeMainContext() {
@@ -28,8 +24,7 @@ bool makeMainContext() {
 Desktop& Desktop::current() {
   [[maybe_unused]] static const bool hasMainContext = makeMainContext();
   static NoDestructor<freedesktop::Desktop> desktop;
-  // When the process exits in an orderly way.
-  static const std::unique_ptr<freedesktop::Desktop, FileRemoval> removal(&desktop.get());
+  posix::cleanUpAtExit([] { desktop.get().removeFiles(); });
   return desktop.get();
 }
 

@@ -4,7 +4,7 @@
 
 #include "icon_rendering.h"
 #include "session_bus_address.h"
-#include "status_notifier.h"
+#include "status_notifier_presenter.h"
 
 namespace quill::freedesktop {
 
@@ -13,7 +13,7 @@ std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
   if (!address) return nullptr;
   iconFolders_.sweepOnce();
   return StatusItem::make(length, mainQueue_,
-                          std::make_unique<StatusNotifier>(*this, mainQueue_, iconFolders_, *address));
+                          std::make_unique<StatusNotifierPresenter>(*this, mainQueue_, iconFolders_, *address));
 }
 
 void Desktop::prepare(Image& image) {

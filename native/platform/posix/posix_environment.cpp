@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <vector>
 
-#include "worker_queue.h"
+#include "process_queue.h"
 
 namespace quill::posix {
 
@@ -39,7 +39,7 @@ std::string Environment::homeVariable() {
 }
 
 std::shared_ptr<SerialQueue> Environment::makeSerialQueue(std::string label) {
-  return std::make_shared<WorkerQueue>(std::move(label), Priority::utility);
+  return std::make_shared<ProcessQueue>(std::move(label), Priority::utility);
 }
 
 std::optional<std::filesystem::path> Environment::userDirectory(const std::string& home) {

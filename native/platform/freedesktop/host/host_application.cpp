@@ -10,7 +10,7 @@
 
 #include "glib_handles.h"
 #include "no_destructor.h"
-#include "worker_queue.h"
+#include "process_queue.h"
 
 namespace quill::freedesktop {
 namespace {

@@ -2,8 +2,8 @@
 #include <utility>
 
 #include "bar_source.h"
+#include "process_queue.h"
 #include "report.h"
-#include "worker_queue.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -16,8 +16,8 @@ class ReadSource final : public BarSource {
   /// The thread ends with the answer.
   void ask() override {
     if (!read_) return;
-    posix::WorkerQueue worker("quill.tray.panel", posix::Priority::utility);
-    worker.submit([answered = std::weak_ptr(answered_), read = read_] {
+    posix::ProcessQueue queue("quill.tray.panel", posix::Priority::utility);
+    queue.submit([answered = std::weak_ptr(answered_), read = read_] {
       completes([&] {
         GlibMainQueue().post([answered, reading = read()] {
           if (const auto handler = answered.lock()) (*handler)(reading);

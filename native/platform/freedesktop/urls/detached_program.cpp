@@ -61,8 +61,8 @@ void closeOthersOnExec() {
 
 }  // namespace
 
-Inheritance Inheritance::now(std::shared_ptr<const Variables> latest) {
-  Inheritance now;
+ProcessAttributes ProcessAttributes::now(std::shared_ptr<const Variables> latest) {
+  ProcessAttributes now;
   pthread_sigmask(SIG_SETMASK, nullptr, &now.signalMask);
   std::vector<const char*> variables;
   for (char** next = environ; next != nullptr && *next != nullptr; ++next) {
@@ -73,9 +73,9 @@ Inheritance Inheritance::now(std::shared_ptr<const Variables> latest) {
   return now;
 }
 
-bool startDetached(const Program& program, const Inheritance& inheritance) {
+bool startDetached(const Program& program, const ProcessAttributes& attributes) {
   const auto arguments = terminated(program.arguments);
-  auto environment = terminated(*inheritance.environment);
+  auto environment = terminated(*attributes.environment);
   // An intermediate process ends at once and leaves the program an orphan. Without an exit signal, the host's SIGCHLD
   // handler and waitpid(-1) do not see it; posix_spawn(3) would show the host a child.
   auto middle = static_cast<pid_t>(syscall(SYS_clone, 0, nullptr, nullptr, nullptr, nullptr));
@@ -83,7 +83,7 @@ bool startDetached(const Program& program, const Inheritance& inheritance) {
   if (middle < 0) middle = _Fork();
   if (middle == 0) {
     const pid_t started = _Fork();
-    if (started == 0) become(program, arguments.data(), environment.data(), inheritance.signalMask);
+    if (started == 0) become(program, arguments.data(), environment.data(), attributes.signalMask);
     _exit(started > 0 ? EXIT_SUCCESS : EXIT_FAILURE);
   }
   int status = 0;

@@ -12,9 +12,9 @@ using Variables = std::vector<std::string>;
 
 /// The attributes that a child of the calling thread would inherit now; the host may change them before the child
 /// starts. The variable of an activation token is left out, because another thread may be writing it.
-struct Inheritance {
+struct ProcessAttributes {
   /// Uses `latest`, a copy of the environment or null, if nothing changed since.
-  static Inheritance now(std::shared_ptr<const Variables> latest);
+  static ProcessAttributes now(std::shared_ptr<const Variables> latest);
   std::shared_ptr<const Variables> environment;
   sigset_t signalMask{};
 };
@@ -29,6 +29,6 @@ struct Program {
 /// its own, reads nothing from standard input and inherits only standard output and error. Returns false if the system
 /// refuses a process. A program that cannot be executed is no failure. Any thread; meant for a thread that blocks all
 /// signals.
-bool startDetached(const Program& program, const Inheritance& inheritance);
+bool startDetached(const Program& program, const ProcessAttributes& attributes);
 
 }  // namespace quill::freedesktop

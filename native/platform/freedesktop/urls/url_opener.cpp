@@ -26,8 +26,8 @@
 namespace quill::freedesktop {
 
 /// What is taken from the thread that asks for a URL.
-struct Asker {
-  Inheritance inheritance;
+struct CallerContext {
+  ProcessAttributes attributes;
   std::optional<std::string> busAddress;
   bool isSandboxed = false;
   ActivationToken token;  // of the event that the thread handles
@@ -56,17 +56,17 @@ int appendToken(sd_bus_message* call, const ActivationToken& token, std::initial
 }
 
 /// A connection for one URL, which waits for answers; null where there is no bus.
-BusHandle connectToBus(const Asker& asker) {
+BusHandle connectToBus(const CallerContext& caller) {
   sd_bus* bus = nullptr;
-  if (!asker.busAddress || sd_bus_new(&bus) < 0) return nullptr;
+  if (!caller.busAddress || sd_bus_new(&bus) < 0) return nullptr;
   BusHandle connection(bus);
   int result = sd_bus_set_bus_client(bus, 1);
-  if (asker.isSandboxed) {
-    BusHandshake handshake(*asker.busAddress);
+  if (caller.isSandboxed) {
+    BusHandshake handshake(*caller.busAddress);
     if (handshake.isConnected()) result = handshake.finish(kTimeout);
     if (result > 0) return handshake.start(bus) >= 0 ? std::move(connection) : nullptr;
   }
-  if (result >= 0) result = sd_bus_set_address(bus, asker.busAddress->c_str());
+  if (result >= 0) result = sd_bus_set_address(bus, caller.busAddress->c_str());
   if (result >= 0) result = sd_bus_start(bus);
   return result >= 0 ? std::move(connection) : nullptr;
 }
@@ -118,7 +118,7 @@ bool openByPortal(sd_bus* bus, const Url& url, const ActivationToken& token) {
 /// A URL that waits to be opened.
 struct UrlOpener::Request {
   Url url;
-  Asker asker;
+  CallerContext caller;
   std::shared_ptr<Requests> all;
 };
 
@@ -129,21 +129,21 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
   std::shared_ptr<Request> make(const Url& url) {
     const std::lock_guard lock(mutex_);
     if (static_cast<std::size_t>(weak_from_this().use_count()) > kMaxWaiting) return nullptr;  // one is the opener's
-    auto inheritance = Inheritance::now(latest_.lock());
-    latest_ = inheritance.environment;
+    auto attributes = ProcessAttributes::now(latest_.lock());
+    latest_ = attributes.environment;
     auto token = ActivationToken::current();
-    if (!token.isEmpty()) inheritance.environment = withToken(*inheritance.environment, token);
+    if (!token.isEmpty()) attributes.environment = withToken(*attributes.environment, token);
     return std::make_shared<Request>(Request{
-        url, {std::move(inheritance), sessionBusAddress(), isSandboxed(), std::move(token)}, shared_from_this()});
+        url, {std::move(attributes), sessionBusAddress(), isSandboxed(), std::move(token)}, shared_from_this()});
   }
 
   /// On the opener's thread.
   void handle(const std::shared_ptr<Request>& request) {
-    const auto& [url, asker, _] = *request;
+    const auto& [url, caller, _] = *request;
     if (!GCharPointer(g_uri_parse_scheme(url.text.c_str()))) return;  // a relative reference
-    if (asker.isSandboxed) {
-      const auto bus = connectToBus(asker);
-      if (bus && openByPortal(bus.get(), url, asker.token)) return;
+    if (caller.isSandboxed) {
+      const auto bus = connectToBus(caller);
+      if (bus && openByPortal(bus.get(), url, caller.token)) return;
     }
     // GLib starts a thread at the first look for a handler.
     if (!isGlibReady_ && !(hasSpareDescriptors() && hasSpareThread())) {
@@ -158,24 +158,24 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
     const auto queue = queueOf(handler->busName);
     queue->submit([queue, request, program = std::move(program), name = handler->busName] {
       completes([&] {
-        const auto bus = connectToBus(request->asker);
-        if (!bus || !openOverBus(bus.get(), name, request->url, request->asker.token)) start(program, *request);
+        const auto bus = connectToBus(request->caller);
+        if (!bus || !openOverBus(bus.get(), name, request->url, request->caller.token)) start(program, *request);
       });
     });
   }
 
  private:
   static void start(const Program& program, const Request& request) {
-    if (!startDetached(program, request.asker.inheritance)) {
+    if (!startDetached(program, request.caller.attributes)) {
       reportError("打开 URL 失败：无法启动处理程序: " + request.url.text);
     }
   }
 
   /// Only its jobs keep it, so its thread ends when the application has all its URLs.
-  std::shared_ptr<posix::WorkerQueue> queueOf(const std::string& application) {
+  std::shared_ptr<posix::ProcessQueue> queueOf(const std::string& application) {
     auto& known = queues_[application];
     auto queue = known.lock();
-    if (!queue) queue = std::make_shared<posix::WorkerQueue>("open-url", posix::Priority::ordinary);
+    if (!queue) queue = std::make_shared<posix::ProcessQueue>("open-url", posix::Priority::ordinary);
     known = queue;
     return queue;
   }
@@ -183,7 +183,7 @@ class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
   bool isGlibReady_ = false;
   std::mutex mutex_;                       // guards the next one
   std::weak_ptr<const Variables> latest_;  // one copy for all requests while the environment stays the same
-  std::map<std::string, std::weak_ptr<posix::WorkerQueue>> queues_;  // by the application's name on the bus
+  std::map<std::string, std::weak_ptr<posix::ProcessQueue>> queues_;  // by the application's name on the bus
 };
 
 UrlOpener::UrlOpener() : requests_(std::make_shared<Requests>()) {}

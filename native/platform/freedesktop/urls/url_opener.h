@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <memory>
 
+#include "process_queue.h"
 #include "url.h"
-#include "worker_queue.h"
 
 namespace quill::freedesktop {
 
@@ -25,7 +25,7 @@ class UrlOpener {
   class Requests;
 
   std::shared_ptr<Requests> requests_;
-  posix::WorkerQueue queue_{"open-url", posix::Priority::ordinary};  // handlers inherit the priority
+  posix::ProcessQueue queue_{"open-url", posix::Priority::ordinary};  // handlers inherit the priority
 };
 
 }  // namespace quill::freedesktop

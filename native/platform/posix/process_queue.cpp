@@ -1,4 +1,4 @@
-#include "worker_queue.h"
+#include "process_queue.h"
 
 #include <atomic>
 #include <chrono>
@@ -14,17 +14,17 @@ namespace quill::posix {
 
 namespace {
 
-using Clock = Worker::Clock;
+using Clock = JobQueue::Clock;
 
 constexpr std::chrono::seconds kExitTimeout{2};
 
 // A URL's job may submit a job for its application to a new queue, and that job may log a line.
 constexpr int kRounds = 3;
 
-// Until when an exiting process waits for jobs; zero before it exits.
+// The time up to which an exiting process waits for jobs; zero before it exits.
 std::atomic<Clock::rep> exitDeadline{0};
 
-}  // namespace
+std::atomic<void (*)()> cleanUp{nullptr};
 
 /// All queues of the process, for its exit.
 class QueueRegistry {
@@ -34,41 +34,39 @@ class QueueRegistry {
     return registry.get();
   }
 
-  void add(WorkerQueue& queue) {
+  void add(const std::shared_ptr<JobQueue>& jobs) {
     const std::lock_guard lock(mutex_);
-    queues_.push_back(&queue);
-  }
-
-  void remove(WorkerQueue& queue) {
-    const std::lock_guard lock(mutex_);
-    std::erase(queues_, &queue);
+    std::erase_if(queues_, [](const auto& known) { return known.expired(); });
+    queues_.push_back(jobs);
   }
 
   void drain(Clock::time_point deadline) {
     bool isBusy = true;
     for (int round = 0; isBusy && round < kRounds; ++round) {
       isBusy = false;
-      for (const auto& worker : workers()) isBusy |= worker->drain(deadline);
+      for (const auto& jobs : jobQueues()) isBusy |= jobs->drain(deadline);
     }
   }
 
  private:
-  std::vector<std::shared_ptr<Worker>> workers() {
+  std::vector<std::shared_ptr<JobQueue>> jobQueues() {
     const std::lock_guard lock(mutex_);
-    std::vector<std::shared_ptr<Worker>> workers;
-    for (const auto* queue : queues_) workers.push_back(queue->worker_);
-    return workers;
+    std::vector<std::shared_ptr<JobQueue>> all;
+    for (const auto& known : queues_) {
+      if (auto jobs = known.lock()) all.push_back(std::move(jobs));
+    }
+    return all;
   }
 
   std::mutex mutex_;
-  std::vector<WorkerQueue*> queues_;
+  std::vector<std::weak_ptr<JobQueue>> queues_;
 };
 
-namespace {
-
-// After the host's exit handlers and static destructors, which may still log.
-[[gnu::destructor]] void drainAtExit() {
+/// All that an orderly exit of the process does. It follows the host's exit handlers and static destructors, which may
+/// still log.
+[[gnu::destructor]] void leaveProcess() {
   if (isForkedChild()) return;
+  if (auto* const work = cleanUp.load()) work();
   const auto deadline = Clock::now() + kExitTimeout;
   exitDeadline = deadline.time_since_epoch().count();
   QueueRegistry::get().drain(deadline);
@@ -76,31 +74,30 @@ namespace {
 
 }  // namespace
 
-WorkerQueue::WorkerQueue(std::string label, Priority priority)
-    : worker_(std::make_shared<Worker>(std::move(label), priority)) {
-  QueueRegistry::get().add(*this);
+ProcessQueue::ProcessQueue(std::string label, Priority priority)
+    : jobs_(std::make_shared<JobQueue>(std::move(label), priority)) {
+  QueueRegistry::get().add(jobs_);
 }
 
-WorkerQueue::~WorkerQueue() {
-  QueueRegistry::get().remove(*this);
-  worker_->close();
-}
+ProcessQueue::~ProcessQueue() { jobs_->close(); }
 
-void WorkerQueue::submit(std::function<void()> job) {
+void ProcessQueue::submit(std::function<void()> job) {
   const ErrnoSaver saver;
-  worker_->add(std::move(job));
+  jobs_->add(std::move(job));
   const auto deadline = exitDeadline.load(std::memory_order_relaxed);
   // A job does not wait: the thread that waits for the job waits for this one as well.
-  if (deadline == 0 || Worker::isInJob()) return;
+  if (deadline == 0 || JobQueue::isInJob()) return;
   QueueRegistry::get().drain(Clock::time_point(Clock::duration(deadline)));
 }
 
-bool WorkerQueue::isDraining() const {
-  if (worker_->isDraining()) return true;
+bool ProcessQueue::isDraining() const {
+  if (jobs_->isDraining()) return true;
   // Late in an exit there may be no time for flushing.
   const Clock::time_point deadline(Clock::duration(exitDeadline.load(std::memory_order_relaxed)));
   return deadline != Clock::time_point() && Clock::now() > deadline - kExitTimeout / 2;
 }
+
+void cleanUpAtExit(void (*work)()) { cleanUp = work; }
 
 void drainQueues() { QueueRegistry::get().drain(Clock::now() + kExitTimeout); }
 

@@ -1,4 +1,4 @@
-#include "item.h"
+#include "status_notifier_item.h"
 
 #include <string_view>
 #include <utility>
@@ -31,30 +31,30 @@ void appendItemIsMenu(MessageWriter& to) { to.append(false); }
 
 }  // namespace
 
-const sd_bus_vtable Item::kVtable[] = {
+const sd_bus_vtable StatusNotifierItem::kVtable[] = {
     SD_BUS_VTABLE_START(0),
-    SD_BUS_METHOD("ContextMenu", "ii", "", call<&Item::contextMenu>, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD("Activate", "ii", "", call<&Item::activate>, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD("SecondaryActivate", "ii", "", call<&Item::ignore>, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD("Scroll", "is", "", call<&Item::ignore>, SD_BUS_VTABLE_UNPRIVILEGED),
-    SD_BUS_METHOD("ProvideXdgActivationToken", "s", "", call<&Item::provideXdgActivationToken>,
+    SD_BUS_METHOD("ContextMenu", "ii", "", call<&StatusNotifierItem::contextMenu>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("Activate", "ii", "", call<&StatusNotifierItem::activate>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("SecondaryActivate", "ii", "", call<&StatusNotifierItem::ignore>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("Scroll", "is", "", call<&StatusNotifierItem::ignore>, SD_BUS_VTABLE_UNPRIVILEGED),
+    SD_BUS_METHOD("ProvideXdgActivationToken", "s", "", call<&StatusNotifierItem::provideXdgActivationToken>,
                   SD_BUS_VTABLE_UNPRIVILEGED),
     SD_BUS_PROPERTY("Category", "s", get<appendCategory>, 0, 0),
-    SD_BUS_PROPERTY("Id", "s", get<&Item::id_>, 0, 0),
-    SD_BUS_PROPERTY("Title", "s", get<&Item::name_>, 0, 0),
-    SD_BUS_PROPERTY("Status", "s", get<&Item::appendStatus>, 0, 0),
+    SD_BUS_PROPERTY("Id", "s", get<&StatusNotifierItem::id_>, 0, 0),
+    SD_BUS_PROPERTY("Title", "s", get<&StatusNotifierItem::name_>, 0, 0),
+    SD_BUS_PROPERTY("Status", "s", get<&StatusNotifierItem::appendStatus>, 0, 0),
     SD_BUS_PROPERTY("WindowId", "i", get<appendWindowId>, 0, 0),
-    SD_BUS_PROPERTY("IconName", "s", get<&Item::appendIconName>, 0, 0),
-    SD_BUS_PROPERTY("IconPixmap", "a(iiay)", get<&Item::appendIcon>, 0, 0),
-    SD_BUS_PROPERTY("IconAccessibleDesc", "s", get<&Item::name_>, 0, 0),
+    SD_BUS_PROPERTY("IconName", "s", get<&StatusNotifierItem::appendIconName>, 0, 0),
+    SD_BUS_PROPERTY("IconPixmap", "a(iiay)", get<&StatusNotifierItem::appendIcon>, 0, 0),
+    SD_BUS_PROPERTY("IconAccessibleDesc", "s", get<&StatusNotifierItem::name_>, 0, 0),
     SD_BUS_PROPERTY("OverlayIconName", "s", get<appendEmpty>, 0, 0),
     SD_BUS_PROPERTY("OverlayIconPixmap", "a(iiay)", get<appendNoPixels>, 0, 0),
     SD_BUS_PROPERTY("AttentionIconName", "s", get<appendEmpty>, 0, 0),
     SD_BUS_PROPERTY("AttentionIconPixmap", "a(iiay)", get<appendNoPixels>, 0, 0),
     SD_BUS_PROPERTY("AttentionMovieName", "s", get<appendEmpty>, 0, 0),
     SD_BUS_PROPERTY("AttentionAccessibleDesc", "s", get<appendEmpty>, 0, 0),
-    SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", get<&Item::appendToolTip>, 0, 0),
-    SD_BUS_PROPERTY("IconThemePath", "s", get<&Item::appendIconThemePath>, 0, 0),
+    SD_BUS_PROPERTY("ToolTip", "(sa(iiay)ss)", get<&StatusNotifierItem::appendToolTip>, 0, 0),
+    SD_BUS_PROPERTY("IconThemePath", "s", get<&StatusNotifierItem::appendIconThemePath>, 0, 0),
     SD_BUS_PROPERTY("Menu", "o", get<appendMenuPath>, 0, 0),
     SD_BUS_PROPERTY("ItemIsMenu", "b", get<appendItemIsMenu>, 0, 0),
     SD_BUS_SIGNAL("NewTitle", "", 0),
@@ -67,16 +67,18 @@ const sd_bus_vtable Item::kVtable[] = {
     SD_BUS_SIGNAL("NewMenu", "", 0),
     SD_BUS_VTABLE_END};
 
-Item::Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
+StatusNotifierItem::StatusNotifierItem(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
     : bus_(bus), clicked_(std::move(clicked)), replaced_(queue), rest_(queue, [this] {
         isMoving_ = false;
         writeFile();
         signal("NewIcon");
       }) {}
 
-void Item::exportOn(sd_bus* bus) { sd_bus_add_object_vtable(bus, nullptr, kPath, kItemInterface, kVtable, this); }
+void StatusNotifierItem::exportOn(sd_bus* bus) {
+  sd_bus_add_object_vtable(bus, nullptr, kPath, kItemInterface, kVtable, this);
+}
 
-void Item::show(const StatusItem& item) {
+void StatusNotifierItem::show(const StatusItem& item) {
   if (id_.empty()) id_ = hostId();
   if (auto name = hostName(); name != name_) {
     name_ = std::move(name);
@@ -101,7 +103,7 @@ void Item::show(const StatusItem& item) {
   signal("NewIcon");
 }
 
-bool Item::isMoving(const std::shared_ptr<const IconRendering>& next) {
+bool StatusNotifierItem::isMoving(const std::shared_ptr<const IconRendering>& next) {
   const auto now = monotonicNow();
   const bool isSoon = now - std::exchange(shownAt_, now) < kRest;
   if (!isSoon) atRest_ = icon_;
@@ -113,7 +115,7 @@ bool Item::isMoving(const std::shared_ptr<const IconRendering>& next) {
   return true;
 }
 
-void Item::setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder) {
+void StatusNotifierItem::setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder) {
   panel_ = &panel;
   bar_ = {panel.tone};
   if (!folder && !folder_) return;
@@ -124,65 +126,65 @@ void Item::setPanel(const Panel& panel, std::shared_ptr<IconFolder> folder) {
   signal("NewIcon");
 }
 
-void Item::setBar(const Bar& bar) {
+void StatusNotifierItem::setBar(const Bar& bar) {
   if (bar == bar_) return;
   bar_ = bar;
   writeFile();
   signal("NewIcon");
 }
 
-void Item::repaint() {
+void StatusNotifierItem::repaint() {
   if (!file_) return;
   hasLongPath_ = panel_->keepsPaintedIcon && !hasLongPath_;
   signal("NewIcon");
 }
 
-void Item::writeFile() {
+void StatusNotifierItem::writeFile() {
   replaced_.keep(std::exchange(file_, nullptr));
   if (!folder_ || !icon_ || isMoving_ || bar_.isOfOtherColours) return;
   const auto svg = symbolicSvg(icon_->shape(), *panel_);
   if (!svg.empty()) file_ = folder_->file(symbolicName(svg), svg);
 }
 
-void Item::signal(const char* member, const char* argument) {
+void StatusNotifierItem::signal(const char* member, const char* argument) {
   sd_bus* const bus = bus_.connection();
   if (bus != nullptr)
     sd_bus_emit_signal(bus, kPath, kItemInterface, member, argument != nullptr ? "s" : nullptr, argument);
 }
 
-int Item::click(sd_bus_message* call, EventType type) {
+int StatusNotifierItem::click(sd_bus_message* call, EventType type) {
   const int result = sd_bus_reply_method_return(call, nullptr);
   clicked_(type);
   return result;
 }
 
-int Item::ignore(sd_bus_message* call, sd_bus_error*) {
+int StatusNotifierItem::ignore(sd_bus_message* call, sd_bus_error*) {
   takeActivationToken();  // it was for this event alone
   return sd_bus_reply_method_return(call, nullptr);
 }
 
-int Item::provideXdgActivationToken(sd_bus_message* call, sd_bus_error*) {
+int StatusNotifierItem::provideXdgActivationToken(sd_bus_message* call, sd_bus_error*) {
   const char* token = nullptr;
   if (const int result = sd_bus_message_read(call, "s", &token); result < 0) return result;
   if (auto given = ActivationToken::parse(token)) activationToken_ = *std::move(given);
   return sd_bus_reply_method_return(call, nullptr);
 }
 
-void Item::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
+void StatusNotifierItem::appendStatus(MessageWriter& to) const { to.append(statusName(isActive_)); }
 
-std::string Item::themePath() const {
+std::string StatusNotifierItem::themePath() const {
   if (!folder_ || panel_->icon == IconForm::file) return {};
   return folder_->path() + (hasLongPath_ ? "/" : "");
 }
 
-void Item::appendIconName(MessageWriter& to) const {
+void StatusNotifierItem::appendIconName(MessageWriter& to) const {
   if (!file_) return appendEmpty(to);
   to.append(panel_->icon == IconForm::file ? folder_->path() + '/' + file_->name() + ".svg" : file_->name());
 }
 
-void Item::appendIconThemePath(MessageWriter& to) const { to.append(themePath()); }
+void StatusNotifierItem::appendIconThemePath(MessageWriter& to) const { to.append(themePath()); }
 
-void Item::appendIcon(MessageWriter& to) const {
+void StatusNotifierItem::appendIcon(MessageWriter& to) const {
   to.container('a', "(iiay)", [&] {
     if (!icon_) return;
     for (const auto& pixels : icon_->sizes()) {
@@ -197,7 +199,7 @@ void Item::appendIcon(MessageWriter& to) const {
   });
 }
 
-void Item::appendToolTip(MessageWriter& to) const {
+void StatusNotifierItem::appendToolTip(MessageWriter& to) const {
   to.container('r', "sa(iiay)ss", [&] {
     appendEmpty(to);
     appendNoPixels(to);

@@ -1,4 +1,4 @@
-#include "status_notifier.h"
+#include "status_notifier_presenter.h"
 
 #include <utility>
 
@@ -6,8 +6,8 @@
 
 namespace quill::freedesktop {
 
-StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, IconFolders& iconFolders,
-                               const std::string& busAddress)
+StatusNotifierPresenter::StatusNotifierPresenter(quill::Desktop& desktop, GlibMainQueue& queue,
+                                                 IconFolders& iconFolders, const std::string& busAddress)
     : desktop_(desktop),
       hostCalls_(std::make_shared<HostCalls>(queue)),
       bus_(queue, busAddress,
@@ -25,14 +25,14 @@ StatusNotifier::StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, Ic
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, hostCalls_, [this] { return item_.takeActivationToken(); }),
       barColours_(bus_, queue, {[this] { item_.repaint(); }, [this](const Bar& bar) { item_.setBar(bar); }}),
-      xembedTray_(queue, Item::kPath, [this] { item_.setBar({}); }),
-      registration_(queue, Item::kPath, xembedTray_, [this, &iconFolders](const Panel& panel) {
+      xembedTray_(queue, StatusNotifierItem::kPath, [this] { item_.setBar({}); }),
+      registration_(queue, StatusNotifierItem::kPath, xembedTray_, [this, &iconFolders](const Panel& panel) {
         item_.setPanel(panel, panel.icon != IconForm::pixels ? iconFolders.open() : nullptr);
         menu_.setPanel(panel);
         barColours_.follow(panel);
       }) {}
 
-void StatusNotifier::present(const StatusItem& item) {
+void StatusNotifierPresenter::present(const StatusItem& item) {
   presented_ = item.weak_from_this();
   item_.show(item);
   if (!bus_.isStarted()) bus_.start();
@@ -40,7 +40,7 @@ void StatusNotifier::present(const StatusItem& item) {
   menu_.show(menu.get());
 }
 
-void StatusNotifier::clicked(EventType type) {
+void StatusNotifierPresenter::clicked(EventType type) {
   auto token = item_.takeActivationToken();
   if (!hostCalls_->canTake(1)) return;
   hostCalls_->add([&desktop = desktop_, presented = presented_, token = std::move(token), type] {

@@ -9,19 +9,19 @@
 #include "desktop.h"
 #include "host_calls.h"
 #include "icon_folder.h"
-#include "item.h"
 #include "registration.h"
 #include "status_item.h"
+#include "status_notifier_item.h"
 #include "xembed_tray.h"
 
 namespace quill::freedesktop {
 
 /// One status item on a connection of its own. Main thread.
-class StatusNotifier : public StatusItemPresenter {
+class StatusNotifierPresenter : public StatusItemPresenter {
  public:
   /// Connects at the first present(), so that the bus is only touched from the main loop.
-  StatusNotifier(quill::Desktop& desktop, GlibMainQueue& queue, IconFolders& iconFolders,
-                 const std::string& busAddress);
+  StatusNotifierPresenter(quill::Desktop& desktop, GlibMainQueue& queue, IconFolders& iconFolders,
+                          const std::string& busAddress);
 
   void present(const StatusItem& item) override;
   /// Nothing to do: the panel shows the announced menu itself.
@@ -34,7 +34,7 @@ class StatusNotifier : public StatusItemPresenter {
   const std::shared_ptr<HostCalls> hostCalls_;
   std::weak_ptr<const StatusItem> presented_;
   Bus bus_;
-  Item item_;
+  StatusNotifierItem item_;
   DBusMenu menu_;
   BarColours barColours_;
   XEmbedTray xembedTray_;

@@ -1,4 +1,4 @@
-#include "worker.h"
+#include "job_queue.h"
 
 #include <pthread.h>
 #include <sched.h>
@@ -51,9 +51,9 @@ thread_local bool isJobRunning = false;
 
 }  // namespace
 
-bool Worker::isInJob() { return isJobRunning; }
+bool JobQueue::isInJob() { return isJobRunning; }
 
-void Worker::add(Job job) {
+void JobQueue::add(Job job) {
   {
     const std::lock_guard lock(mutex_);
     waiting_.push_back(std::move(job));
@@ -63,7 +63,7 @@ void Worker::add(Job job) {
   wake_.notify_one();
 }
 
-bool Worker::drain(Clock::time_point deadline) {
+bool JobQueue::drain(Clock::time_point deadline) {
   // Not lock(): when the process exits, the lock may be held by a thread that never runs again.
   std::unique_lock lock(mutex_, std::defer_lock);
   while (!lock.try_lock()) {
@@ -83,7 +83,7 @@ bool Worker::drain(Clock::time_point deadline) {
   return true;
 }
 
-void Worker::close() {
+void JobQueue::close() {
   {
     const std::lock_guard lock(mutex_);
     isClosed_ = true;
@@ -92,7 +92,7 @@ void Worker::close() {
   wake_.notify_one();
 }
 
-bool Worker::ensureThread() {
+bool JobQueue::ensureThread() {
   if (hasThread_) return true;
   const SignalMask mask(SIG_SETMASK, hostSignals());  // inherited by the thread
   try {
@@ -103,7 +103,7 @@ bool Worker::ensureThread() {
   return hasThread_;
 }
 
-void Worker::run() {
+void JobQueue::run() {
   std::fesetenv(FE_DFL_ENV);  // hosts in some languages trap floating-point exceptions, also of libraries
   nameThread(label_);
   if (priority_ == Priority::utility) becomeUtilityThread();
@@ -114,7 +114,7 @@ void Worker::run() {
 }
 
 // Takes the lock once for all jobs: others would wait for this thread, which runs at low priority.
-void Worker::doWaiting(std::unique_lock<std::mutex>& lock) {
+void JobQueue::doWaiting(std::unique_lock<std::mutex>& lock) {
   running_.swap(waiting_);  // a new deque would need memory
   lock.unlock();
   isJobRunning = true;

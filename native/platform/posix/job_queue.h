@@ -16,18 +16,18 @@ namespace quill::posix {
 enum class Priority { utility, ordinary };
 
 /// A queue of jobs and its thread, which is made for the first job and shares the ownership.
-class Worker : public std::enable_shared_from_this<Worker> {
+class JobQueue : public std::enable_shared_from_this<JobQueue> {
  public:
   using Clock = std::chrono::steady_clock;
   using Job = std::function<void()>;
 
-  Worker(std::string label, Priority priority) : label_(std::move(label)), priority_(priority) {}
+  JobQueue(std::string label, Priority priority) : label_(std::move(label)), priority_(priority) {}
 
   void add(Job job);
   /// Waits until all jobs added so far are done. Runs them itself if no thread can be made. Returns false if all were
   /// done already.
   bool drain(Clock::time_point deadline);
-  /// Whether a job of any worker runs on the calling thread.
+  /// Whether a job of any queue runs on the calling thread.
   static bool isInJob();
   /// Lets the thread end once all jobs are done.
   void close();

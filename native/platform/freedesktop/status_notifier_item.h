@@ -21,14 +21,14 @@ namespace quill::freedesktop {
 class MessageWriter;
 
 /// org.kde.StatusNotifierItem: what a panel shows of a status item. Main thread.
-class Item {
+class StatusNotifierItem {
  public:
   static constexpr auto kPath = "/StatusNotifierItem";
 
   /// `clicked` is called from within the bus's dispatch, after the panel has its answer.
-  Item(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked);
-  Item(const Item&) = delete;
-  Item& operator=(const Item&) = delete;
+  StatusNotifierItem(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked);
+  StatusNotifierItem(const StatusNotifierItem&) = delete;
+  StatusNotifierItem& operator=(const StatusNotifierItem&) = delete;
 
   /// Copies what `item` shows, and signals what changed.
   void show(const StatusItem& item);
