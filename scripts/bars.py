@@ -70,10 +70,11 @@ def bar(command, configure, height, is_at_top=False, **options):
 
 TRAYER = "trayer --edge bottom --widthtype percent --width 100 --height 24 --transparent true --alpha 0 --tint 0x222222"
 I3BAR = ["sh", "-c", "until i3-msg reload; do sleep 0.1; done; exec i3bar --bar_id=bar"]
+OPENBOX = (["openbox"],)
 BARS = {
     "i3bar": bar(I3BAR, configure_i3bar, 20, companions=(["i3"],), themes=("dark", "light")),
-    "polybar": bar(["polybar", "bar"], configure_polybar, 21, True, companions=(["openbox"],), themes=("dark", "light")),
-    "tint2": bar(["tint2"], configure_tint2, 30, companions=(["openbox"],), themes=("dark", "light")),
+    "polybar": bar(["polybar", "bar"], configure_polybar, 21, True, companions=OPENBOX, themes=("dark", "light")),
+    "tint2": bar(["tint2"], configure_tint2, 30, companions=OPENBOX, themes=("dark", "light")),
     "trayer": bar(TRAYER.split(), lambda _: None, 23),
     "icewm": bar(["icewm"], configure_icewm, 24),
     "lxpanel": bar(["lxpanel", "--profile", "bar"], configure_lxpanel, 24),

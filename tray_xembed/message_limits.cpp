@@ -1,6 +1,5 @@
 #include "message_limits.h"
 
-#include <cstddef>
 #include <string_view>
 
 namespace quill::xembed {

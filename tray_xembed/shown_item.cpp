@@ -20,6 +20,16 @@ std::string text(GVariant* properties, const char* name, const char* type = "s")
   return value != nullptr ? g_variant_get_string(value, nullptr) : "";
 }
 
+/// Writes the property without a change, so that the tray reads it again. polybar 3.6 at times misses that an icon maps
+/// itself while being embedded; one start in ten then shows no GtkStatusIcon.
+void touchXEmbedInfo(GtkStatusIcon* icon) {
+  const auto atom = gdk_x11_get_xatom_by_name("_XEMBED_INFO");
+  const auto window = gtk_status_icon_get_x11_window_id(icon);
+  gdk_error_trap_push();  // the tray or the window may have gone
+  XChangeProperty(gdk_x11_get_default_xdisplay(), window, atom, atom, 32, PropModeAppend, nullptr, 0);
+  gdk_error_trap_pop_ignored();
+}
+
 }  // namespace
 
 ShownItem::ShownItem(GDBusConnection* bus, std::string sender, std::string path, std::function<void()> ended)
@@ -31,19 +41,17 @@ ShownItem::ShownItem(GDBusConnection* bus, std::string sender, std::string path,
       icon_(gtk_status_icon_new()) {
   gtk_status_icon_set_visible(icon_.get(), FALSE);
   const auto changed = +[](ShownItem* self) -> gboolean { return self->show(), TRUE; };
-  const auto clicked = +[](ShownItem* self) { self->activate(); };
-  const auto rightClicked = +[](ShownItem* self) { self->openMenu(); };
+  g_signal_connect(icon_.get(), "notify::embedded", G_CALLBACK(touchXEmbedInfo), nullptr);
   g_signal_connect_swapped(icon_.get(), "notify::embedded", G_CALLBACK(changed), this);
   g_signal_connect_swapped(icon_.get(), "size-changed", G_CALLBACK(changed), this);
-  g_signal_connect_swapped(icon_.get(), "activate", G_CALLBACK(clicked), this);
-  g_signal_connect_swapped(icon_.get(), "popup-menu", G_CALLBACK(rightClicked), this);
+  g_signal_connect_swapped(icon_.get(), "activate", G_CALLBACK(+[](ShownItem* self) { self->activate(); }), this);
+  g_signal_connect_swapped(icon_.get(), "popup-menu", G_CALLBACK(+[](ShownItem* self) { self->openMenu(); }), this);
   gdk_window_add_filter(nullptr, onXEvent, this);
   signals_ = g_dbus_connection_signal_subscribe(
       bus_, sender_.c_str(), kItem, nullptr, path_.c_str(), nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
       [](auto, auto, auto, auto, auto, auto, gpointer self) { static_cast<ShownItem*>(self)->read(); }, this, nullptr);
-  watch_ = g_bus_watch_name_on_connection(
-      bus_, sender_.c_str(), G_BUS_NAME_WATCHER_FLAGS_NONE, nullptr,
-      [](auto, auto, gpointer self) { static_cast<ShownItem*>(self)->ended_(); }, this, nullptr);
+  const auto left = [](auto, auto, gpointer self) { static_cast<ShownItem*>(self)->ended_(); };
+  watch_ = g_bus_watch_name_on_connection(bus_, sender_.c_str(), {}, nullptr, left, this, nullptr);
   read();
 }
 
@@ -95,8 +103,7 @@ void ShownItem::onProperties(GVariant* properties) {
   gtk_status_icon_set_title(icon_.get(), title);
   gtk_status_icon_set_tooltip_text(icon_.get(), title);
   if (auto path = text(properties, "Menu", "o"); !menu_ && !path.empty()) {
-    auto sender = sender_;
-    auto* const menu = dbusmenu_gtkmenu_new(sender.data(), path.data());
+    auto* const menu = dbusmenu_gtkmenu_new(sender_.data(), path.data());
     menu_.reset(GTK_WIDGET(g_object_ref_sink(menu)));
     // libdbusmenu shows shortcuts only with a group. No window has this group, so that no key is bound.
     const freedesktop::ObjectPointer<GtkAccelGroup> shortcuts(gtk_accel_group_new());

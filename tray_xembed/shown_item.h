@@ -14,8 +14,6 @@ class ShownItem {
  public:
   /// `sender` is the unique name of the item's process; `ended` is called when the process leaves the bus.
   ShownItem(GDBusConnection* bus, std::string sender, std::string path, std::function<void()> ended);
-  ShownItem(const ShownItem&) = delete;
-  ShownItem& operator=(const ShownItem&) = delete;
   ~ShownItem();
 
  private:
@@ -28,7 +26,7 @@ class ShownItem {
   void openMenu();
 
   GDBusConnection* bus_;  // not owned
-  const std::string sender_;
+  std::string sender_;
   const std::string path_;
   std::function<void()> ended_;
   freedesktop::ObjectPointer<GCancellable> calls_;

@@ -41,13 +41,12 @@ std::optional<Colour> trayInk() {
   auto* const display = gdk_x11_get_default_xdisplay();
   const auto tray = "_NET_SYSTEM_TRAY_S" + std::to_string(gdk_x11_get_default_screen());
   const auto owner = XGetSelectionOwner(display, gdk_x11_get_xatom_by_name(tray.c_str()));
-  if (owner == None) return std::nullopt;
   constexpr unsigned long kValues = 12;  // 16 bits each: text, error, warning, success
   Atom type = None;
   int format = 0;
   unsigned long count = 0, left = 0;
   unsigned char* data = nullptr;
-  gdk_error_trap_push();  // the tray may have gone
+  gdk_error_trap_push();  // there may be no tray
   XGetWindowProperty(display, owner, gdk_x11_get_xatom_by_name(kTrayColours), 0, kValues, False, XA_CARDINAL, &type,
                      &format, &count, &left, &data);
   gdk_error_trap_pop_ignored();
