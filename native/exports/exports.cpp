@@ -21,8 +21,8 @@ using namespace quill;
 
 namespace {
 
-/// Keeps the calling thread from being cancelled during a call. Cancellation unwinds the stack, which noexcept would
-/// turn into the end of the process.
+/// Disables cancellation of the calling thread during a call. Cancellation unwinds the stack, and noexcept would turn
+/// the unwinding into the end of the process.
 class Uncancelled {
  public:
   Uncancelled() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before_); }

@@ -11,9 +11,9 @@ constexpr int kMaxDepth = 512;  // of nested arrays and objects
 
 using Json = nlohmann::json;
 
-/// `json` without the digits that can take a number out of double's range: the parser would refuse the whole text for
-/// one, even in a field that is ignored. At least one digit of a run stays, so that valid text stays valid, and invalid
-/// text invalid.
+/// Returns `json` without the digits that exceed double's range, because the parser would reject the whole text for one
+/// such number, even in an ignored field. A run keeps at least one digit, so that valid text stays valid and invalid
+/// text stays invalid.
 std::string withShortNumbers(std::string_view json) {
   constexpr std::size_t kMaxDigits = 100, kMaxExponentDigits = 2;
   std::string shortened;

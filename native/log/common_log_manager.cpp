@@ -8,7 +8,7 @@
 
 namespace quill {
 
-/// What a waiting line takes beside its text, in bytes.
+/// The memory of a waiting line beside its text, in bytes.
 constexpr std::size_t kJobSize = 256;
 
 const std::shared_ptr<CommonLogManager>& CommonLogManager::shared() {

@@ -25,14 +25,15 @@ class MainQueue {
   /// Calls `tick` every `period` (see nextDue), first one period from now, also while a menu is open. Main thread.
   virtual std::unique_ptr<Timer> repeat(std::chrono::nanoseconds period, std::function<void()> tick) = 0;
 
-  /// Takes the calling thread for the main thread, unless another thread runs the main loop, and runs what the caller
-  /// left to the main thread. The host's promise to make some calls on the main thread alone is the reason.
+  /// Treats the calling thread as the main thread, unless another thread runs the main loop, and runs the work that the
+  /// caller left to the main thread. Some functions may be called on the main thread alone, so such a call identifies
+  /// it.
   void enter();
-  /// Runs `work` on the main thread, then `afterwards` on the calling thread, and returns. Any thread. What they throw
-  /// is thrown here.
+  /// Runs `work` on the main thread, then `afterwards` on the calling thread, and returns. Throws what they throw. Any
+  /// thread.
   ///
-  /// While no thread is known to be the main thread, the caller may be about to run the main loop. So it does not wait:
-  /// both run on the main thread later, and before anything else that the caller does there.
+  /// While no main thread is known, the caller may be about to run the main loop, so this function does not wait. Both
+  /// then run on the main thread later, before anything else that the caller does there.
   void run(std::function<void()> work, std::function<void()> afterwards);
 
  protected:

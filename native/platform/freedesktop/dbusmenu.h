@@ -18,8 +18,8 @@ class DBusMenu {
  public:
   static constexpr auto kPath = "/MenuBar";
 
-  /// The limit for the events of one call. A call beyond the limit, or for which too many choices wait, is rejected as
-  /// a whole, because a user makes one choice at a time.
+  /// The limit for the events of one call. A call is rejected as a whole if it has more events or if too many choices
+  /// wait, because a user makes one choice at a time.
   static constexpr std::size_t kMaxChoices = HostCalls::kMaxWaiting;
 
   /// `takeToken` gives the token that the panel sent for the choice that it reports.

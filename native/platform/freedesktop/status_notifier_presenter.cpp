@@ -36,7 +36,7 @@ void StatusNotifierPresenter::present(const StatusItem& item) {
   presented_ = item.weak_from_this();
   item_.show(item);
   if (!bus_.isStarted()) bus_.start();
-  const auto menu = item.announcedMenu();  // kept, since reading it may call the host, which may announce another
+  const auto menu = item.announcedMenu();  // held, because reading it may call the host, which may announce another
   menu_.show(menu.get());
 }
 

@@ -26,8 +26,8 @@ constexpr std::size_t kMaxText = 262'144;  // bytes
 constexpr std::size_t kStackOfAnyText = std::size_t{8} << 20U;
 constexpr std::size_t kStackPerByte = 2048;
 
-/// Leaves out what could harm a host: filters start threads that stay and may never end, fonts print warnings, patterns
-/// and embedded images take any amount of memory.
+/// Leaves out what could harm a host: filters start threads that may never end, fonts print warnings, patterns and
+/// embedded images use any amount of memory.
 constexpr std::string_view kLeftOut =
     "*{filter:none!important}"
     "image,text,pattern>*{display:none!important}";
@@ -105,7 +105,7 @@ class SvgReader : RsvgLibrary {
   RsvgHandle* svg_ = nullptr;
 };
 
-/// A thread's stack that takes memory page by page as it is used.
+/// A thread's stack that occupies memory page by page as it is used.
 class LargeStack {
  public:
   explicit LargeStack(std::size_t size)

@@ -113,7 +113,7 @@ void JobQueue::run() {
   }
 }
 
-// Takes the lock once for all jobs: others would wait for this thread, which runs at low priority.
+// Takes the lock once for all jobs, because other threads would wait for this thread, which has a low priority.
 void JobQueue::doWaiting(std::unique_lock<std::mutex>& lock) {
   running_.swap(waiting_);  // a new deque would need memory
   lock.unlock();

@@ -29,7 +29,7 @@ class JobQueue : public std::enable_shared_from_this<JobQueue> {
   bool drain(Clock::time_point deadline);
   /// Whether a job of any queue runs on the calling thread.
   static bool isInJob();
-  /// Lets the thread end once all jobs are done.
+  /// Ends the thread after the last job.
   void close();
 
   /// See SerialQueue::isDraining.

@@ -56,7 +56,7 @@ void placeVariable() {
 
 void setActivationVariable(std::string_view token) {
   if (!token.empty()) placeVariable();
-  // A reader finds no value, or the whole one, since the first byte is written last.
+  // A reader finds no value or the whole value, because the first byte is written last.
   const std::span<char> value(tokenVariable.begin() + kName.size(), ActivationToken::kMaxSize);
   const std::atomic_ref<char> first(value.front());
   first.store('\0');

@@ -14,12 +14,12 @@ namespace {
 
 constexpr std::chrono::milliseconds kFirstDelay{100};
 constexpr std::chrono::milliseconds kMaxDelay{30'000};
-/// A connection that ends earlier does not start the delays anew: a bus may accept each one and close it.
+/// A connection that ends earlier does not reset the delays, because a bus may accept and close every connection.
 constexpr std::chrono::milliseconds kLasting{100};
 /// What one dispatch may handle, and how long it may take, before the host's own sources get their turn.
 constexpr int kMaxMessages = 32;
 constexpr std::chrono::milliseconds kMaxTurn{5};
-/// Messages that the bus may leave unread before the connection is given up and made anew.
+/// The limit for messages that the bus leaves unread. Beyond it the connection is closed and made again.
 constexpr std::uint64_t kMaxUnsentMessages = 1024;
 
 }  // namespace

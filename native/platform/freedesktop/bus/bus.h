@@ -27,7 +27,7 @@ class Bus {
   Bus(const Bus&) = delete;
   Bus& operator=(const Bus&) = delete;
 
-  /// Connects, and keeps the connection up from then on. To be called once.
+  /// Connects, and connects again whenever the connection is lost. Call it once.
   void start();
   bool isStarted() const { return source_ != nullptr; }
   /// The connection; null while nothing can be sent on it.

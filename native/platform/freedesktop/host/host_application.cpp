@@ -31,7 +31,7 @@ const std::string& executableName() {
   return name.get();
 }
 
-/// What the host calls itself, since an interpreter's executable is that of many hosts.
+/// The name that the host gives itself, because many hosts share an interpreter's executable.
 std::string programName() {
   const char* name = g_get_prgname();
   return name != nullptr && *name != '\0' ? wellFormed(name) : executableName();
@@ -62,7 +62,7 @@ void terminateHost() {
       return;
     }
   }
-  posix::drainQueues();  // whoever does not handle the signal ends at once
+  posix::drainQueues();  // a host without a handler for the signal ends immediately
   kill(getpid(), SIGTERM);
 }
 

@@ -53,8 +53,8 @@ void setIcon(MenuItem& item, GMenuModel* model, int index) {
   if (names != nullptr && *names != nullptr) item.iconName = utf8Text(*names);
 }
 
-/// A detailed action name for g_action_parse_detailed_name. GLib's own printer refuses names with an underscore, which
-/// hosts use.
+/// A detailed action name for g_action_parse_detailed_name(). GLib's own printer rejects names with an underscore,
+/// which hosts use.
 std::string detailedName(const std::string& action, GVariant* target) {
   return target == nullptr ? action : action + "(" + GCharPointer(g_variant_print(target, TRUE)).get() + ")";
 }
@@ -102,7 +102,7 @@ class Reading {
 
 }  // namespace
 
-/// Reads the model once. The results are its own until it is done.
+/// Reads the model once, into a list of its own.
 class HostMenu::Builder {
  public:
   explicit Builder(HostMenu& menu) : menu_(menu) { addTo(entries, menu_.model_.get(), 0); }

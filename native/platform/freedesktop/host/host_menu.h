@@ -17,7 +17,7 @@ namespace quill::freedesktop {
 /// Guards against recursion: while the library queries a host's menu, the host may trigger another read. Main thread.
 struct HostMenuReads {
   int depth = 0;
-  int total = 0;  ///< since the outermost one began
+  int total = 0;  ///< since the outermost read began
 };
 
 /// A host's GMenuModel as a tray menu. It holds a reference to the model, follows the model and its actions, and

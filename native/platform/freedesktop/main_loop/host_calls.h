@@ -9,8 +9,8 @@
 
 namespace quill::freedesktop {
 
-/// Waiting calls of the host's callbacks. The main loop makes one of them in each turn. They outlive the status item
-/// that caused them, because the host may replace it in the meantime. Main thread.
+/// Calls of the host's callbacks that wait. The main loop makes one call in each iteration. The calls outlive the
+/// status item that caused them, because the host may replace the item in the meantime. Main thread.
 class HostCalls : public std::enable_shared_from_this<HostCalls> {
  public:
   /// The limit for waiting calls, because a user causes one at a time.

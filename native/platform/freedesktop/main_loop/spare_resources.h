@@ -2,7 +2,7 @@
 
 namespace quill::freedesktop {
 
-// What GLib ends the process without, where it needs them. Tried beforehand, so that the log gets an error line
+// Resources whose lack makes GLib end the process. Callers check them first, so that the log gets an error line
 // instead. Any thread.
 
 /// Whether two more files can be open.

@@ -13,10 +13,10 @@ constexpr Panel kPanels[] = {
     // gnome-shell-extension-appindicator paints names that end in "-symbolic" in the bar's colour. dbusMenu.js replaces
     // /_([^_])/ by the character, once for each label; all other underscores are shown.
     {.names = {{{"org.gnome.Shell"}}}, .icon = IconForm::symbolic, .underscores = Underscores::first},
-    // Plasma's icon loader fills the class ColorScheme-Text of an SVG. Plasma 5 takes the application's palette, which
-    // may be as dark as the bar, for a file outside of the user's icon themes; hence the outline. A new colour scheme
-    // is announced by KGlobalSettings; the icon is painted in it when it is read again. A tick of an animation costs
-    // the session 1.9 ms of CPU by a name, 1.5 by pixels.
+    // Plasma's icon loader fills the class ColorScheme-Text of an SVG. For a file outside the user's icon themes,
+    // Plasma 5 takes the application's palette, which may be as dark as the bar. The outline keeps such an icon
+    // visible. KGlobalSettings announces a new colour scheme, and a panel that reads the icon again paints it in that
+    // scheme. A tick of an animation costs the session 1.9 ms of CPU by a name, 1.5 by pixels.
     {.names = {{{"org.kde.kded5"}, {"org.kde.kded6"}}},
      .icon = IconForm::symbolicWithOutline,
      .animatesPixels = true,
@@ -26,9 +26,10 @@ constexpr Panel kPanels[] = {
                       "member='notifyChange'"},
      .repaints = {200ms}},
     // xfce4-panel's systray plugin (4.18 and 4.20; sn-icon-box.c) paints names that end in "-symbolic" in the bar's
-    // colour, and again only when its name or path differs. Painted right after a switch of the theme, an icon has the
-    // old colour; 100 ms later it may have one from the middle of a theme's transition, which is 400 ms in mate-themes.
-    // For each name the plugin makes an icon theme anew, 4.8 ms of CPU; pixels take 0.9 ms.
+    // colour. It paints an icon again only if the icon's name or path differs. An icon painted right after a switch of
+    // the theme has the old colour. An icon painted 100 ms later may have a colour from the middle of the theme's
+    // transition, which is 400 ms in mate-themes. For each name the plugin builds an icon theme, which costs 4.8 ms of
+    // CPU; pixels cost 0.9 ms.
     {.program = "wrapper-2.0",
      .icon = IconForm::symbolic,
      .animatesPixels = true,
@@ -45,8 +46,8 @@ constexpr Panel kPanels[] = {
     // lxqt-panel's bar depends on its own theme; Debian's is dark.
     {.program = "lxqt-panel", .toneSource = ToneSource::lxqtTheme},
     // ayatana-indicator-application 22.2 is the watcher of bars that show indicators. It forwards IconName and
-    // IconThemePath, and no pixels. The bars find a new file in a theme folder late or never, but load a path. The
-    // service owns its own name on another connection than the watcher's.
+    // IconThemePath, but no pixels. The bars find a new file in a theme folder late or never, but load a path. The
+    // service owns its own name on another connection than the watcher's name.
     {.names = {{{"org.ayatana.indicator.application", true}}}, .icon = IconForm::file},
 };
 

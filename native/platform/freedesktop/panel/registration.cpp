@@ -201,7 +201,7 @@ void Registration::registerItem() {
   sd_bus_message* created = nullptr;
   if (sd_bus_message_new_method_call(bus_, &created, kWatcher, kWatcherPath, kWatcher, "RegisterStatusNotifierItem") <
       0) {
-    return;  // the connection is closed, and the next one asks again
+    return;  // the connection is closed, and the next one queries again
   }
   const MessageHandle request(created);
   sd_bus_slot* slot = nullptr;

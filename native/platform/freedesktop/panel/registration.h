@@ -16,8 +16,8 @@
 namespace quill::freedesktop {
 
 /// Registers an object as a status item with each new owner of the watcher's name. Retries a few times if the owner
-/// replies with an error. A panel shows the item if the watcher accepts the registration and does not deny that it has a
-/// host: outside of Plasma, kded owns the name without an object or without a host. Main thread.
+/// replies with an error. A panel shows the item if the watcher accepts the registration and does not report that it
+/// has no host. Outside Plasma, kded owns the name without an object or without a host. Main thread.
 class Registration {
  public:
   /// `path` is the object's, a string literal. Calls `found` with the panel that the watcher belongs to, before

@@ -9,8 +9,8 @@
 
 namespace quill::freedesktop {
 
-/// While no panel shows an item, asks the program quill-tray-xembed, if it is installed, to show the item in a tray
-/// that knows XEmbed only. The session bus starts the program. Main thread.
+/// Asks the program quill-tray-xembed, if it is installed, to show the item in an XEmbed tray while no panel shows the
+/// item. The session bus starts the program. Main thread.
 class XEmbedTray {
  public:
   /// `path` is the item's, a string literal. `beforeShow` is called before each call of Show.

@@ -13,7 +13,7 @@ using Variables = std::vector<std::string>;
 /// The attributes that a child of the calling thread would inherit now; the host may change them before the child
 /// starts. The variable of an activation token is left out, because another thread may be writing it.
 struct ProcessAttributes {
-  /// Uses `latest`, a copy of the environment or null, if nothing changed since.
+  /// Reuses `latest`, a copy of the environment or null, if the environment is unchanged.
   static ProcessAttributes now(std::shared_ptr<const Variables> latest);
   std::shared_ptr<const Variables> environment;
   sigset_t signalMask{};

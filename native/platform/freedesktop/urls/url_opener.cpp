@@ -25,7 +25,7 @@
 
 namespace quill::freedesktop {
 
-/// What is taken from the thread that asks for a URL.
+/// The context of the thread that opens a URL.
 struct CallerContext {
   ProcessAttributes attributes;
   std::optional<std::string> busAddress;
@@ -46,7 +46,7 @@ std::shared_ptr<const Variables> withToken(Variables variables, const Activation
   return std::make_shared<const Variables>(std::move(variables));
 }
 
-/// Appends a dictionary with `token` under each of the keys, or an empty one where there is no token.
+/// Appends a dictionary with `token` under each of the keys, or an empty one without a token.
 int appendToken(sd_bus_message* call, const ActivationToken& token, std::initializer_list<const char*> keys) {
   int result = sd_bus_message_open_container(call, 'a', "{sv}");
   for (const auto* const key : keys) {
@@ -55,7 +55,7 @@ int appendToken(sd_bus_message* call, const ActivationToken& token, std::initial
   return result >= 0 ? sd_bus_message_close_container(call) : result;
 }
 
-/// A connection for one URL, which waits for answers; null where there is no bus.
+/// Returns a blocking connection for one URL, or null if there is no bus.
 BusHandle connectToBus(const CallerContext& caller) {
   sd_bus* bus = nullptr;
   if (!caller.busAddress || sd_bus_new(&bus) < 0) return nullptr;
@@ -78,7 +78,7 @@ MessageHandle methodCall(sd_bus* bus, const std::string& name, const std::string
   return MessageHandle(call);
 }
 
-/// True once the URL is sure to reach the application. Its answer may take a while and is not waited for.
+/// Returns true if the URL is sure to reach the application. Does not wait for the application's reply.
 bool openOverBus(sd_bus* bus, const std::string& name, const Url& url, const ActivationToken& token) {
   const auto askBus = [bus](const char* method, const char* types, auto... arguments) {
     return sd_bus_call_method(bus, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus", method,
@@ -122,7 +122,7 @@ struct UrlOpener::Request {
   std::shared_ptr<Requests> all;
 };
 
-/// What the requests of one opener share. The jobs hold it, since they may outlive the opener.
+/// The state that an opener's requests share. The jobs hold it, because they may outlive the opener.
 class UrlOpener::Requests : public std::enable_shared_from_this<Requests> {
  public:
   /// Null if too many wait. Any thread.
