@@ -16,7 +16,7 @@ from panels import PANELS
 from PIL import Image
 from pictures import draw_shapes, icon_contrast, wanted_contrast
 
-AFTER_SWITCH = 1.0  # seconds in which an icon may take on the new theme
+AFTER_SWITCH = 2.0  # seconds in which an icon may take on the new theme
 ZOOM = 6
 
 

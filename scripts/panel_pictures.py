@@ -1,12 +1,16 @@
-"""Makes the pictures of panels in docs/pictures: panel_pictures.py BUILD_DIRECTORY PICTURE_DIRECTORY"""
+"""Makes the pictures of panels in docs/pictures: panel_pictures.py BUILD_DIRECTORY PICTURE_DIRECTORY [beside]
+
+With "beside" it makes only the picture of icons beside the panels' own, which each Debian has.
+"""
 
 import pathlib
+import platform
 import sys
 import tempfile
 import time
 
 import gi
-from panel_session import PanelSession
+from panel_session import NotInstalled, PanelSession
 from PIL import Image, ImageDraw, ImageFont
 from pictures import Box, changed_box
 from private_demo import Demo
@@ -17,7 +21,9 @@ from gi.repository import GdkPixbuf  # noqa: E402
 ICONS = pathlib.Path("/usr/share/icons/Adwaita")
 MENUS = (("xfce4-panel", "dark"), ("xfce4-panel", "light"), ("waybar",), ("lxqt-panel",), ("mate-panel",))
 PLASMA = (("plasma", "breeze"), ("plasma", "breezedark"), ("plasma", "breezetwilight"))
-BESIDE = (*MENUS, *PLASMA, ("gnome",), ("cinnamon",))
+BESIDE = (*MENUS[:3], ("lxqt-panel", "default"), ("lxqt-panel", "Clearlooks"), ("mate-panel", "default"))
+BESIDE += (("mate-panel", "BlackMATE"), *PLASMA, ("gnome",), ("cinnamon",), ("budgie",))
+DEBIAN = platform.freedesktop_os_release().get("VERSION_ID")
 FONT = "/usr/share/fonts/truetype/wqy/wqy-microhei.ttc"
 LABELS = 200  # pixels of a row that holds a piece of a bar
 PIECE = 290
@@ -113,16 +119,24 @@ def main():
         picture.save(directory / f"{name}.png", optimize=True)
         print(f"panels: {directory / name}.png", flush=True)
 
-    with tempfile.TemporaryDirectory() as demo, PanelSession("xfce4-panel", "dark", size=(480, 270)) as session:
-        steps = Demo(session, build, pathlib.Path(demo))
-        steps.with_items()
-        steps.animated()
-        for name in ("menu", "animation"):
-            save(name, Image.open(next(pathlib.Path(demo).glob(f"*-{name}.png"))))
-    for look in MENUS:
-        save("-".join(("panel", *look)), menu(build, *look))
-    save("sharpness", stacked([sharpness(scale, build) for scale in (1, 2)], gap=0))
-    save("beside_panels", stacked([beside(build, *look) for look in BESIDE]))
+    if sys.argv[3:] != ["beside"]:
+        with tempfile.TemporaryDirectory() as demo, PanelSession("xfce4-panel", "dark", size=(480, 270)) as session:
+            steps = Demo(session, build, pathlib.Path(demo))
+            steps.with_items()
+            steps.animated()
+            for name in ("menu", "animation"):
+                save(name, Image.open(next(pathlib.Path(demo).glob(f"*-{name}.png"))))
+        for look in MENUS:
+            save("-".join(("panel", *look)), menu(build, *look))
+        save("sharpness", stacked([sharpness(scale, build) for scale in (1, 2)], gap=0))
+    name = "beside_panels" if DEBIAN == "12" else f"beside_panels_debian{DEBIAN}"
+    rows = []
+    for look in BESIDE:
+        try:
+            rows.append(beside(build, *look))
+        except NotInstalled as missing:
+            print(f"panels: no {look[0]} here, not installed: {missing}", file=sys.stderr)
+    save(name, stacked(rows))
 
 
 if __name__ == "__main__":

@@ -1,6 +1,7 @@
 """The panels that a session can have, and how each is brought up with a tray in it and nothing else that moves."""
 
 import signal
+import time
 from dataclasses import dataclass, field
 from typing import Callable
 
@@ -9,7 +10,7 @@ from screens import LEFT, RIGHT, SwayScreen, XScreen
 from xfce_settings import XFCE_LOOKS, XFSETTINGSD, configure_xfce, configure_xsettings, set_xfconf, switch_xfce
 from xfce_settings import wait_for_xsettings
 
-MATE_LOOKS = {"default": ("Menta", "none"), "BlackMATE": ("BlackMATE", "none"), "dark": ("Menta", "color")}
+MATE_LOOKS = {"default": ("Menta", "none"), "BlackMATE": ("BlackMATE", "none"), "light": ("BlackMATE", "color")}
 INDICATORS = "/usr/libexec/ayatana-indicator-application/ayatana-indicator-application-service"
 
 
@@ -36,6 +37,7 @@ class Panel:
     alike: tuple = ()  # the themes whose bars are of one colour
     own_colour: Callable = None  # (bar): boxes with its own text and with an icon, if it paints both in one colour
     started: Callable = lambda session: None  # what is left to do once the watcher is there
+    also_needs: tuple = ()  # further programs
     refuses_root: bool = False
     menu_button: int = RIGHT  # opens the item's menu; where it is LEFT, no click reaches the host
     has_xembed_tray: bool = False  # and no watcher
@@ -44,7 +46,7 @@ class Panel:
     @property
     def programs(self):
         commands = (self.command, *self.companions, *filter(None, [self.watcher]))
-        return (*self.screen.programs, "dbus-daemon", *(words[0] for words in commands))
+        return (*self.screen.programs, "dbus-daemon", *self.also_needs, *(words[0] for words in commands))
 
 
 def gtk_settings(session, theme, icons="Adwaita"):
@@ -130,12 +132,14 @@ def configure_mate(session):
 
 def switch_mate(session, look):
     theme, background = MATE_LOOKS[look]
-    set_xfconf(session, "xsettings", "/Net/ThemeName", "string", theme)
+    time.sleep(1)  # GLib 2.84 misses a change of a settings file within 0.8 s after another one
     write_mate(session, background)
+    # Last, because mate-panel 1.27.1 paints the theme's background again only after a switch of the theme.
+    set_xfconf(session, "xsettings", "/Net/ThemeName", "string", theme)
 
 
 def write_mate(session, background):
-    """`background`: none for the theme's, color for a dark one."""
+    """`background`: none for the theme's, color for a light one."""
     objects = ["WnckletFactory::ShowDesktopApplet"] if session.has_neighbours else []
     objects += ["NotificationAreaAppletFactory::NotificationArea"]
     objects += ["ClockAppletFactory::ClockApplet"] if session.has_neighbours else []
@@ -164,7 +168,7 @@ size=26
 {settings}
 [org/mate/panel/toplevels/bar/background]
 type='{background}'
-color='rgb(24,24,28)'
+color='rgb(240,240,236)'
 """,
     )
 
@@ -221,7 +225,7 @@ PANELS = {
         command=["mate-panel"],
         configure=configure_mate,
         themes=("default", "BlackMATE"),
-        colours=("dark",),
+        colours=("light",),
         switch_theme=switch_mate,
         has_accessible_icons=True,
         bar=lambda width, height: Box(0, 0, width, 26),
