@@ -7,49 +7,20 @@ as figures.json.
 import json
 import os
 import pathlib
-import platform
 import shutil
-import statistics
 import subprocess
 import sys
 import time
 from collections import defaultdict
-from dataclasses import dataclass
 
-from PIL import Image, ImageDraw
-from session import PanelSession, Session, task_files
+from icons import make_icons
+from rows import against, at_most, column, machine, medians, only, table
+from session import PanelSession, Session, cpu
 
 OURS, BARE, QT, WRITE = "ours", "bare sd-bus", "Qt 6", "write(2) alone"
 ITEMS = {OURS: "quill", BARE: "bare", QT: "qt"}
 LOGS = {OURS: "quill_log_calls", WRITE: "write_calls"}
 TICK = 35_000_000  # ns
-
-
-@dataclass
-class Row:
-    figure: str
-    ours: float
-    peers: dict
-    goal: str
-    reached: bool
-    ratio: float | None = None
-
-
-def against(figure, ours, peers, most):
-    """A row whose goal is a ratio to the best of its peers; none where no peer is here."""
-    if not peers:
-        return []
-    ratio = ours / min(peers.values())
-    return [Row(figure, ours, peers, f"≤ {most:g} ×", ratio <= most, ratio)]
-
-
-def at_most(figure, ours, peers, most):
-    """A row whose goal is an amount."""
-    return [Row(figure, ours, peers, f"≤ {most:,}", ours <= most)]
-
-
-def only(values, *names):
-    return {name: values[name] for name in names if name in values}
 
 
 class Benchmark:
@@ -278,79 +249,9 @@ class Clock:
         self.error = errors[len(errors) * 99 // 100] / 1e3  # µs
 
 
-def cpu(process):
-    """Of its threads, in nanoseconds."""
-    return sum(int(text.split()[0]) for text in task_files(process, "schedstat"))
-
-
-def column(values, index):
-    return {name: row[index] for name, row in values.items()}
-
-
-def medians(values):
-    """Of numbers, or of lists of numbers one by one."""
-    if isinstance(values[0], (list, tuple)):
-        return [statistics.median(same) for same in zip(*values)]
-    return statistics.median(values)
-
-
 def remove_logs(home):
     for log in home.rglob("*.log"):
         log.unlink()
-
-
-def draw_icon(side, hole):
-    """A disc or a ring with a soft edge."""
-    scale = 8
-    alpha = Image.new("L", (side * scale, side * scale))
-    for radius, level in ((0.45, 255), (0.25, 0)) if hole else ((0.45, 255),):
-        reach = radius * side * scale
-        middle = side * scale / 2
-        ImageDraw.Draw(alpha).ellipse((middle - reach, middle - reach, middle + reach, middle + reach), fill=level)
-    icon = Image.new("RGBA", (side, side), (40, 70, 110))
-    icon.putalpha(alpha.resize((side, side), Image.Resampling.BOX))
-    return icon
-
-
-def make_icons(directory):
-    directory.mkdir(parents=True, exist_ok=True)
-    for side in (22, 44, 64):
-        for index in (0, 1):
-            draw_icon(side, hole=index == 1).save(directory / f"{side}-{index}.png")
-
-
-def amount(value):
-    if value == int(value) or abs(value) >= 100:
-        return f"{value:,.0f}"
-    return f"{value:.3g}"
-
-
-def table(rows):
-    """In Markdown, and readable as it is."""
-    cells = [["figure", "ours", "peers", "ratio", "goal", "reached"]]
-    for row in rows:
-        peers = ", ".join(f"{name} {amount(value)}" for name, value in row.peers.items())
-        ratio = "" if row.ratio is None else f"{row.ratio:.2f}"
-        cells.append([row.figure, amount(row.ours), peers, ratio, row.goal, "yes" if row.reached else "**no**"])
-    widths = [max(len(line[i]) for line in cells) for i in range(len(cells[0]))]
-    lines = ["| " + " | ".join(cell.ljust(width) for cell, width in zip(line, widths)) + " |" for line in cells]
-    lines.insert(1, "|" + "|".join("-" * (width + 2) for width in widths) + "|")
-    return "\n".join(lines)
-
-
-def machine():
-    processor = "unknown"
-    for line in pathlib.Path("/proc/cpuinfo").read_text().splitlines():
-        if line.startswith("model name"):
-            processor = line.split(":", 1)[1].strip()
-            break
-    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
-    return {
-        "cores": os.cpu_count(),
-        "processor": processor,
-        "memory_gib": round(memory, 1),
-        "kernel": platform.release(),
-    }
 
 
 FIGURES = {

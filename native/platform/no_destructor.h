@@ -21,7 +21,7 @@ class NoDestructor {
   Object& get() { return *std::launder(reinterpret_cast<Object*>(storage_)); }
 
  private:
-  alignas(Object) std::byte storage_[sizeof(Object)];
+  alignas(Object) std::byte storage_[sizeof(Object)]{};
 };
 
 }  // namespace quill

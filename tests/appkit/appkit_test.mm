@@ -8,10 +8,10 @@
 #include "decode_image.h"
 #include "forked_host.h"
 #include "main_loop.h"
+#include "process_queue.h"
 #include "tray_manager.h"
 #import "tray_manager_object.h"
 #include "typical_run.h"
-#include "process_queue.h"
 
 namespace quill::tests {
 

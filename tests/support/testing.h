@@ -42,8 +42,7 @@ inline std::string contents(const fs::path& file) {
 
 /// Descriptions of objects without their addresses: "<StatusItem>".
 inline std::string withoutAddresses(std::string text) {
-  for (std::size_t at = 0; (at = text.find(": 0x", at)) != std::string::npos;)
-    text.erase(at, text.find('>', at) - at);
+  for (std::size_t at = 0; (at = text.find(": 0x", at)) != std::string::npos;) text.erase(at, text.find('>', at) - at);
   return text;
 }
 

@@ -36,7 +36,8 @@ void StatusNotifierPresenter::present(const StatusItem& item) {
   presented_ = item.weak_from_this();
   item_.show(item);
   if (!bus_.isStarted()) bus_.start();
-  const auto menu = item.announcedMenu();  // held, because reading it may call the host, which may announce another
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): held, because the host may announce another menu
+  const auto menu = item.announcedMenu();
   menu_.show(menu.get());
 }
 

@@ -39,7 +39,9 @@ class Painter {
   }
 
  private:
-  std::size_t index(int x, int y) const { return static_cast<std::size_t>(y * side_ + x); }
+  std::size_t index(int x, int y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(side_) + static_cast<std::size_t>(x);
+  }
   double radius() const { return kOutlineWidth * side_ / kSmallSide; }
 
   /// Gives each pixel the strongest of what lies under a disc with a soft rim around it.
@@ -58,8 +60,8 @@ class Painter {
     const int from = std::max(0, -dx);
     const int to = std::min(side_, side_ - dx);
     for (int y = std::max(0, -dy); y < std::min(side_, side_ - dy); ++y) {
-      const std::uint8_t* const below = below_.data() + y * side_;
-      std::uint8_t* const outline = outline_.data() + (y + dy) * side_ + dx;
+      const std::uint8_t* const below = below_.data() + index(0, y);
+      std::uint8_t* const outline = outline_.data() + index(0, y + dy) + dx;
       for (int x = from; x < to; ++x) {
         const std::uint8_t strength = below[x] < strongest ? below[x] : strongest;
         outline[x] = outline[x] < strength ? strength : outline[x];
