@@ -36,7 +36,8 @@ std::vector<std::string> settingsFiles(std::string_view name) {
   return files;
 }
 
-/// The value of a key in a group, which has its brackets, from the first file that has it; empty if no file has it.
+/// Returns the value of a key from the first file that holds the key. `group` includes its brackets. Returns an empty
+/// text if no file holds the key.
 std::string setting(const std::vector<std::string>& files, std::string_view group, std::string_view key) {
   for (const auto& file : files) {
     std::ifstream settings(file);

@@ -90,7 +90,7 @@ class TrayColours : XcbLibrary {
     return reply ? reply->atom : xcb_atom_t{XCB_ATOM_NONE};
   }
 
-  /// The tone of the text is the one that is seen on its bar.
+  /// The bar's text is legible, so its tone is the right tone for the icon.
   std::optional<Tone> tone() const {
     const auto tray =
         own(xcb_get_selection_owner_reply(connection_, xcb_get_selection_owner(connection_, tray_), nullptr));
