@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <regex>
 #include <thread>
 
 #include "activation_token.h"
@@ -48,16 +49,15 @@ TEST_F(Activation, TokenIsVisibleInOneEventsCallbackAlone) {
       {"close", {kMenu, "Event", "(0, 'closed', <0>, uint32 0)"}},
       {"root", {kMenu, "Event", "(0, 'clicked', <0>, uint32 0)"}},
       {"group", {kMenu, "EventGroup", "([(1, 'clicked', <0>, uint32 0), (1, 'clicked', <0>, 0)],)"}}};
-  const std::string longest(ActivationToken::kMaxSize, 'x');
-  const auto withLongest = [&](std::string text) {
-    for (std::size_t at = 0; (at = text.find("LONGEST")) != std::string::npos;) text.replace(at, 7, longest);
-    return text;
+  const auto filled = [](const std::string& text) {
+    const auto step = std::regex_replace(text, std::regex("LONGEST"), std::string(ActivationToken::kMaxSize, 'x'));
+    return std::regex_replace(step, std::regex("MEBIBYTE"), std::string(1024 * 1024, 'x'));
   };
   const auto provide = [&](const std::string& token) {
     panel->call(kItem, "ProvideXdgActivationToken", ("('" + token + "',)").c_str());
   };
   for (const auto& [steps, expected] : casesIn(CASES "tokens.txt")) {
-    std::istringstream words(withLongest(steps));
+    std::istringstream words(filled(steps));
     for (std::string word; words >> word;) {
       if (word.starts_with("token:")) {
         provide(word.substr(6));
@@ -69,7 +69,7 @@ TEST_F(Activation, TokenIsVisibleInOneEventsCallbackAlone) {
     panel->takeSignals();
     std::string seen;
     for (const auto& call : std::exchange(told, {})) seen += (seen.empty() ? "" : ", ") + call;
-    EXPECT_EQ(seen, withLongest(expected)) << steps;
+    EXPECT_EQ(seen, filled(expected)) << steps;
   }
   for (int i = 0; i < 1000; ++i) provide("many" + std::to_string(i));
   panel->call(kItem, "Activate", "(1, 2)");
