@@ -12,10 +12,13 @@
  *   the built-in menu are in Chinese. ~ is $HOME on Linux and the directory that the system names on macOS; if macOS
  *   names none, there is no file. The application's umask decides who may read the file: with the usual 022, everybody.
  * - The functions may be called in any order. None of them removes the icon, which exists until the process ends.
- * - The main thread on Linux is the thread that runs GLib's default main context. While no thread runs it, the main
- *   thread is the last thread that called quill_tray_manager_create, quill_tray_manager_set_main_icon or a function
- *   that sets a menu. Before such a call it is the process's first thread. On macOS it is always the first thread,
- *   which runs NSApplication.
+ * - The main thread on macOS is the process's first thread. On Linux it is the first of these threads that exists:
+ *
+ *     1. the thread that runs GLib's default main context;
+ *     2. the last thread that ran this context, or that called quill_tray_manager_create,
+ *        quill_tray_manager_set_main_icon or a function that sets a menu;
+ *     3. the process's first thread.
+ *
  * - The application runs that thread's main loop. AppKit, GTK, Qt, Electron and Flutter do so already. Every other
  *   application on Linux calls `g_main_context_iteration(NULL, FALSE);` in each turn of its own loop, or runs
  *   `g_main_loop_run` on a thread of its own (docs/hosts.md). If the loop is not run, the log says that the item was
@@ -23,15 +26,16 @@
  * - No function waits for the disk. On Linux no function waits for a panel or for the session bus.
  * - Strings and bytes are read during the call only. The library holds a reference to a menu, and the address of a
  *   callback, until another call replaces it.
- * - Callbacks run on the main thread, from its loop, and may call every function. A GMenuModel and its action groups
- *   may also call every function, at any time. If a callback throws a C++ exception of the system's C++ runtime, the
- *   library catches it and logs an error.
- * - On Linux a Wayland compositor raises a window only for a token, so present the window inside the callback. While
- *   the callback runs, the environment variable XDG_ACTIVATION_TOKEN holds the panel's token. Afterwards the variable
- *   is empty or unset. The library changes no other variable.
- * - After a fork, the child of a process that has called a function has nothing of the library until it executes
- *   another program: each function returns at once, and the first one writes a line to standard output. If a process
- *   forks before its first call, as a daemon does, the child has the whole library.
+ * - Callbacks run on the main thread, from its loop, and may call every function. The methods and signal handlers of an
+ *   application's own GMenuModel and GActionGroup classes may also call every function, at any time.
+ * - If a callback throws a C++ exception by the system's C++ runtime, the library catches it and logs an error.
+ * - A Wayland compositor raises a window only if the window's program presents an activation token, which the panel
+ *   receives for the user's click. So present the window inside the callback. While the callback runs, the environment
+ *   variable XDG_ACTIVATION_TOKEN holds this token. Afterwards the variable is empty or unset. The library changes no
+ *   other variable.
+ * - The child of a fork cannot use the library if its parent has called a function. In such a child each function
+ *   returns at once, and the child's first call writes a line to standard output. A program that the child executes can
+ *   use the library. If a process forks before its first call, as a daemon does, the child can use every function.
  * - No function is async-signal-safe: a call in a signal handler may hang. If a thread is cancelled during a call, the
  *   thread ends after the call.
  * - If a call runs out of memory, the log gets an error line and the state remains what it was. Exception: an icon or
@@ -84,13 +88,16 @@ typedef void (*quill_tray_manager_menu_item_callback)(const char* identifier);
  * The item shows an icon once quill_tray_manager_set_main_icon is called after this function. The item's menu is the
  * first of these that exists:
  *
- * 1. the items set as JSON, even if quill_tray_manager_set_menu_ptr was called after them;
+ * 1. the items set as JSON, even if quill_tray_manager_set_menu_ptr replaced their menu later;
  * 2. the menu from quill_tray_manager_set_menu_ptr, or the menu of an earlier item;
  * 3. the built-in menu, with a disabled entry for settings and an entry Quit.
  *
- * Quit activates the action "quit" of the default GApplication if it has one, and otherwise calls g_application_quit
- * if the GApplication is registered. Otherwise Quit raises SIGTERM once the log is on the disk. Such an application
- * handles SIGTERM, for instance by g_unix_signal_add(SIGTERM, …), so that it ends in an orderly way.
+ * Quit does the first of these that is possible:
+ *
+ * 1. It activates the action "quit" of the default GApplication.
+ * 2. It calls g_application_quit for the default GApplication, if that is registered.
+ * 3. It raises SIGTERM once the log is on the disk. An application without a GApplication handles SIGTERM, for instance
+ *    by g_unix_signal_add(SIGTERM, …), so that it ends in an orderly way.
  *
  * Tooltips and screen readers show the name from g_set_application_name, and panels remember the item by the name
  * from g_set_prgname or by the GApplication's id. Set both before this call (docs/hosts.md).
@@ -113,9 +120,10 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_create(void);
  * tones, white and black (docs/panels.md). Give at least 44 by 44 pixels, so that the icon is sharp on screens of twice
  * the density.
  *
- * An SVG has at most 256 KiB. Its text, filters, patterns and embedded images are left out. It reads no file and no
- * network. Drawing it has no time limit, so use only SVGs that you trust. A JPEG has at most 32 scans, a BMP is not
- * compressed, and a TIFF is compressed by LZW, PackBits or deflate or not at all.
+ * Unsupported are an SVG of more than 256 KiB, a JPEG of more than 32 scans, a compressed BMP, and a TIFF with another
+ * compression than LZW, PackBits or deflate. The library does not draw an SVG's text, filters, patterns and embedded
+ * images, and reads no file and no address that the SVG names. Drawing an SVG has no time limit, so use only SVGs that
+ * you trust.
  *
  * An icon set before quill_tray_manager_create is stored and not shown. Call this function again after
  * quill_tray_manager_create.
@@ -131,13 +139,13 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* icon
  *
  * A running animation plays the new frame, too.
  *
- * If this function or one of the three functions below is called on another thread than the main thread, it returns
- * once the main thread has done the work. So the main thread must not wait for the caller, and must run its loop.
+ * This function and the three functions below may be called on any thread. On another thread than the main thread, a
+ * call returns once the main thread has done the work. So the main thread must not wait for the caller, and must run
+ * its loop.
  *
- * Until a thread runs the loop, or calls a function for the main thread alone, only the process's first thread counts
- * as the main thread. On all other threads these four functions then return at once. If such a caller turns out to be
- * the main thread, its next call of a function for the main thread does the work first. Otherwise the main loop does
- * the work.
+ * While no thread has run the loop or called a function for the main thread alone, a call on another thread than the
+ * process's first returns at once. The main loop does the work later. If the caller itself becomes the main thread, its
+ * next call of a function for the main thread does the work first.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength);
 
@@ -203,12 +211,14 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_ptr(const void* menuPtr)
 
 /**
  * quill_tray_manager_set_click_callback:
- * @clickCallback: (scope forever) (nullable): must remain callable until another call replaces it, otherwise for ever.
+ * @clickCallback: (scope forever) (nullable): must remain callable until another call replaces it. If no call does, it
+ * must remain callable until the process ends.
  *
- * Sets the function that is called on a left click; null removes it. Main thread; before there is an item, any thread.
+ * Sets the function that is called on a left click; null removes it. Call it on the main thread. Before
+ * quill_tray_manager_create any thread may call it.
  *
- * GNOME opens the menu on a left click and calls the function on a double click only, so give the menu an item for
- * what a click does. Bars that show indicators never call the function.
+ * GNOME opens the menu on a left click, and calls the function on a double click only. Bars with an indicator applet
+ * never call the function (docs/panels.md). So give the menu an item for what a click does.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback clickCallback);
 
@@ -231,10 +241,11 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_items_json(const char* j
 
 /**
  * quill_tray_manager_set_menu_item_callback:
- * @itemCallback: (scope forever) (nullable): must remain callable until another call replaces it, otherwise for ever.
+ * @itemCallback: (scope forever) (nullable): must remain callable until another call replaces it. If no call does, it
+ * must remain callable until the process ends.
  *
- * Sets the function that is called when an item set as JSON is chosen; null removes it. Main thread; before there is
- * an item, any thread.
+ * Sets the function that is called when an item set as JSON is chosen; null removes it. Call it on the main thread.
+ * Before quill_tray_manager_create any thread may call it.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(
     quill_tray_manager_menu_item_callback itemCallback);
@@ -243,14 +254,14 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(
  * quill_tray_manager_open_url:
  * @urlString: NUL-terminated UTF-8. Characters that a URL may not hold, such as blanks and quotes, are
  * percent-encoded; all others reach the opened program byte for byte. For null, an empty text and a malformed URL the
- * log gets an error line and nothing is opened. Malformed are also a port above 65535 and a host part whose escaped
- * bytes are not UTF-8.
+ * log gets an error line and nothing is opened. A port above 65535, or a host part whose escaped bytes are not UTF-8,
+ * makes a URL malformed.
  *
  * Opens a URL in the user's default program for its scheme, without waiting for it. Any thread, with or without a
  * main loop.
  *
- * The log gets the whole URL, with any secret in its query. It reports success even if no program is registered for
- * the scheme.
+ * The log gets the whole URL, with any secret in its query. The log line reports success even if no program is
+ * registered for the scheme.
  *
  * The program gets the environment, signal mask and ignored signals that the calling thread has at the call, and a
  * session of its own. In a callback it also gets the activation token, so that its window comes to the front. It is
@@ -259,9 +270,11 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(
  *
  * At most 256 URLs wait; for a further one the log gets an error line and it is not opened.
  *
- * An application in a bundle that sets LD_LIBRARY_PATH for itself resets it before this call, because the program
- * would load the bundle's libraries (docs/distributions.md). From the first call on the process has two more sleeping
- * threads, the library's and GLib's "gmain", and two descriptors, with which GLib watches the installed programs.
+ * An application in a bundle that sets LD_LIBRARY_PATH for itself resets it before this call. Otherwise the program
+ * would load the bundle's libraries (docs/distributions.md).
+ *
+ * After its first call the process has two more sleeping threads, the library's and GLib's "gmain". It also has two
+ * more descriptors, with which GLib watches the installed programs.
  *
  * A URL given right before the process exits is still opened. If its program has to be started over the bus, the exit
  * then takes up to two seconds longer.
