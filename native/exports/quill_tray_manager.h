@@ -9,8 +9,9 @@
  *       [TrayManager] [TrayManager] 已设置菜单项数据，数量: 2
  *
  *   and with a timestamp to the end of ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Messages and
- *   the built-in menu are in Chinese. ~ is $HOME on Linux and the directory that the system names on macOS; if macOS
- *   names none, there is no file. The application's umask decides who may read the file: with the usual 022, everybody.
+ *   the built-in menu are in Chinese. ~ is $HOME on Linux (otherwise the home directory of the user database) and the
+ * directory that the system names on macOS; if macOS names none, there is no file. The application's umask decides who
+ * may read the file: with the usual 022, everybody.
  * - The functions may be called in any order. None of them removes the icon, which exists until the process ends.
  * - The main thread on macOS is the process's first thread. On Linux it is the first of these threads that exists:
  *
@@ -88,7 +89,8 @@ typedef void (*quill_tray_manager_menu_item_callback)(const char* identifier);
  * The item shows an icon once quill_tray_manager_set_main_icon is called after this function. The item's menu is the
  * first of these that exists:
  *
- * 1. the items set as JSON, even if quill_tray_manager_set_menu_ptr replaced their menu later;
+ * 1. the items set as JSON. They stay stored when quill_tray_manager_set_menu_ptr replaces their menu, so this function
+ *    shows them again;
  * 2. the menu from quill_tray_manager_set_menu_ptr, or the menu of an earlier item;
  * 3. the built-in menu, with a disabled entry for settings and an entry Quit.
  *
@@ -143,9 +145,10 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_main_icon(const uint8_t* icon
  * call returns once the main thread has done the work. So the main thread must not wait for the caller, and must run
  * its loop.
  *
- * While no thread has run the loop or called a function for the main thread alone, a call on another thread than the
- * process's first returns at once. The main loop does the work later. If the caller itself becomes the main thread, its
- * next call of a function for the main thread does the work first.
+ * Exception: if no living thread has run the loop, and none has called quill_tray_manager_create,
+ * quill_tray_manager_set_main_icon or a function that sets a menu, a call returns at once. On the process's first
+ * thread the call has done its work by then. On another thread the main loop does the work later. If the caller itself
+ * becomes the main thread, its next call of one of the functions just named does the work first.
  */
 QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength);
 
@@ -153,6 +156,9 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_add_animation_frame(const uint8_t
  * quill_tray_manager_start_animation:
  *
  * Plays the frames once, 35 milliseconds apart, then shows the main icon again. Any thread.
+ *
+ * The first of several frames is shown for 70 milliseconds. The main icon replaces the last of several frames at once.
+ * If there is no main icon, the last frame remains.
  *
  * If there are no frames, there is no item, or an animation is already running, the log gets a warning and nothing
  * else happens. The frames are kept: the next start plays them again.
@@ -263,15 +269,16 @@ QUILL_TRAY_MANAGER_API void quill_tray_manager_set_menu_item_callback(
  * The log gets the whole URL, with any secret in its query. The log line reports success even if no program is
  * registered for the scheme.
  *
- * The program gets the environment, signal mask and ignored signals that the calling thread has at the call, and a
- * session of its own. In a callback it also gets the activation token, so that its window comes to the front. It is
- * not a child of the process, so there is nothing to wait for and no SIGCHLD. Exception: a process that is a subreaper
- * or process 1 gets the program as a child. In a sandbox the desktop's portal opens the URL.
+ * The program gets the environment and the signal mask that the calling thread has at the call, the process's ignored
+ * signals, and a session of its own. A program that the session bus starts gets these from the bus. In a callback it
+ * also gets the activation token, so that its window comes to the front. It is not a child of the process, so there is
+ * nothing to wait for and no SIGCHLD. Exception: a process that is a subreaper or process 1 gets the program as a
+ * child. In a sandbox the desktop's portal opens the URL.
  *
  * At most 256 URLs wait; for a further one the log gets an error line and it is not opened.
  *
- * An application in a bundle that sets LD_LIBRARY_PATH for itself resets it before this call. Otherwise the program
- * would load the bundle's libraries (docs/distributions.md).
+ * If an application sets LD_LIBRARY_PATH so that it finds the libraries of its bundle, it must reset the variable
+ * before this call. Otherwise the program loads the bundle's libraries (docs/distributions.md).
  *
  * After its first call the process has two more sleeping threads, the library's and GLib's "gmain". It also has two
  * more descriptors, with which GLib watches the installed programs.
