@@ -65,6 +65,29 @@ class KWinScreen:
             self.client.stdout.close()
 
 
+# A pointer in the shell itself, which lets nobody but portals make an input device. A press ends with the frame that
+# handles its releases. Otherwise the shell would give the click to what is under the pointer's next place.
+POINTER = """const {Clutter, GLib} = imports.gi;
+if (!global.quill) {
+  const quill = global.quill = {queued: 0, handled: 0};
+  const {POINTER_DEVICE} = Clutter.InputDeviceType;
+  quill.pointer = Clutter.get_default_backend().get_default_seat().create_virtual_device(POINTER_DEVICE);
+  Clutter.Event.add_filter(global.stage, event => {
+    quill.queued += event.type() === Clutter.EventType.BUTTON_RELEASE;
+    return Clutter.EVENT_PROPAGATE;
+  });
+  global.stage.connect('after-update', () => { quill.handled = quill.queued; });
+}
+const now = () => GLib.get_monotonic_time();
+const move = (x, y) => global.quill.pointer.notify_absolute_motion(now(), x, y);
+const press = (button, times) => {
+  const handled = global.quill.handled + times;
+  for (let state = 2 * times; state-- > 0;) global.quill.pointer.notify_button(now(), button, state % 2);
+  while (global.quill.handled < handled) GLib.MainContext.default().iteration(true);
+};
+"""
+
+
 class ShellScreen:
     """GNOME's shell, which is compositor and panel in one, so that there is no screen without the panel."""
 
@@ -94,26 +117,18 @@ class ShellScreen:
         with Image.open(file) as picture:
             return picture.convert("RGB")
 
-    def _point(self, *steps):
-        """Runs steps in the shell itself, which lets nobody but portals make an input device."""
-        device = (
-            "global.quillPointer ??= imports.gi.Clutter.get_default_backend().get_default_seat()"
-            ".create_virtual_device(imports.gi.Clutter.InputDeviceType.POINTER_DEVICE)"
-        )
-        now = "imports.gi.GLib.get_monotonic_time()"
-        script = "; ".join([device, *(f"global.quillPointer.{step.format(now=now)}" for step in steps), "1"])
-        answer = self._call("org.gnome.Shell", "/org/gnome/Shell", "Eval", script)
+    def _point(self, step):
+        answer = self._call("org.gnome.Shell", "/org/gnome/Shell", "Eval", f"{POINTER} {step}; 1")
         if not answer.startswith("(true"):
             raise RuntimeError(f"the shell refuses: {answer}")
 
     def move(self, x, y):
         if self._is_up():
-            self._point(f"notify_absolute_motion({{now}}, {x}, {y})")
+            self._point(f"move({x}, {y})")
 
     def press(self, button, times=1):
         name = {0x110: "PRIMARY", 0x111: "SECONDARY"}[BUTTONS[button]]
-        press, release = (f"notify_button({{now}}, imports.gi.Clutter.BUTTON_{name}, {state})" for state in (1, 0))
-        self._point(*[press, release] * times)
+        self._point(f"press(Clutter.BUTTON_{name}, {times})")
 
     def stop(self):
         pass
