@@ -1,4 +1,4 @@
-// The least a program can do to show an icon: sd-bus, a poll loop and pixels made ready before. It knows no menu.
+// The least a program can do to show an icon: sd-bus, a poll loop and pixels that are ready. It has no menu.
 #include <poll.h>
 #include <stddef.h>
 #include <stdint.h>
@@ -9,10 +9,11 @@
 
 enum { kSmall = 22, kLarge = 44 };
 
-struct Frame {
+struct Icon {
   uint8_t small[kSmall * kSmall * 4];
   uint8_t large[kLarge * kLarge * 4];
 };
+static struct Icon icons[kIcons];
 
 static const char kItem[] = "org.kde.StatusNotifierItem";
 static const char kPath[] = "/StatusNotifierItem";
@@ -25,15 +26,15 @@ struct Item {
   const char* iconName;
   const char* menu;
   int isMenu;
-  int size;
-  const struct Frame* frame;
+  const struct Icon* icon;
 };
 static struct Item item = {.category = "ApplicationStatus",
                            .id = "bare",
                            .title = "bare",
                            .status = "Active",
                            .iconName = "",
-                           .menu = "/MenuBar"};
+                           .menu = "/MenuBar",
+                           .icon = &icons[0]};
 
 static void require(int result, const char* what) {
   if (result >= 0) return;
@@ -52,8 +53,8 @@ static int getIcon(sd_bus* bus, const char* path, const char* interface, const c
                    void* data, sd_bus_error* error) {
   (void)bus, (void)path, (void)interface, (void)property, (void)data, (void)error;
   int result = sd_bus_message_open_container(reply, 'a', "(iiay)");
-  if (result >= 0) result = appendPicture(reply, kSmall, item.frame->small);
-  if (result >= 0 && item.size == kLarge) result = appendPicture(reply, kLarge, item.frame->large);
+  if (result >= 0) result = appendPicture(reply, kSmall, item.icon->small);
+  if (result >= 0) result = appendPicture(reply, kLarge, item.icon->large);
   return result < 0 ? result : sd_bus_message_close_container(reply);
 }
 
@@ -76,24 +77,14 @@ static const sd_bus_vtable kVtable[] = {SD_BUS_VTABLE_START(0),
                                         SD_BUS_SIGNAL("NewIcon", "", 0),
                                         SD_BUS_VTABLE_END};
 
-static struct Frame* makeFrames(int count) {
-  struct Frame* const frames = (struct Frame*)malloc((size_t)count * sizeof *frames);
-  if (frames == NULL) exit(1);
-  for (int i = 0; i < count; ++i) memset(&frames[i], i, sizeof *frames);
-  return frames;
-}
-
 static void setTimer(int timer, long milliseconds) {
   const struct timespec period = {0, milliseconds * 1000000};
   const struct itimerspec setting = {period, period};
   require(timerfd_settime(timer, 0, &setting, NULL), "timer");
 }
 
-int main(int count, char** arguments) {
-  if (count != 3) return 2;
-  item.size = atoi(arguments[1]);
-  item.frame = makeFrames(1);
-
+int main(void) {
+  for (int i = 0; i < kIcons; ++i) memset(&icons[i], i, sizeof icons[i]);
   sd_bus* bus = NULL;
   require(sd_bus_open_user(&bus), "bus");
   require(sd_bus_add_object_vtable(bus, NULL, kPath, kItem, kVtable, &item), "object");
@@ -103,9 +94,7 @@ int main(int count, char** arguments) {
       "registration");
 
   const int timer = timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-  const struct Frame* frames = NULL;
-  int ticks = 0;
-  int counted = 0;
+  int left = 0;
   for (;;) {
     int result = 1;
     while (result > 0) require(result = sd_bus_process(bus, NULL), "bus");
@@ -115,23 +104,17 @@ int main(int count, char** arguments) {
     if (files[1].revents != 0) {
       uint64_t expirations = 0;
       if (read(timer, &expirations, sizeof expirations) < 0) return 1;
-      ++ticks;
-      if (ticks == kTicksBefore || ticks == kTicksBefore + counted) report();
-      item.frame = &frames[ticks - 1];
+      item.icon = &icons[--left % kIcons];
       require(sd_bus_emit_signal(bus, kPath, kItem, "NewIcon", NULL), "signal");
-      if (ticks == kTicksBefore + counted + kTicksAfter) {
+      if (left == 0) {
         setTimer(timer, 0);
         done();
       }
     }
     if (files[2].revents != 0) {
       const struct Command command = readCommand();
-      if (isNamed(&command, "report")) {
-        report();
-      } else if (isNamed(&command, "change")) {
-        counted = command.count;
-        ticks = 0;
-        frames = makeFrames(kTicksBefore + counted + kTicksAfter);
+      if (isNamed(&command, "change")) {
+        left = atoi(command.argument);
         setTimer(timer, kTick);
       }
     }

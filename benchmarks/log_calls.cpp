@@ -1,6 +1,9 @@
-// What one log call takes at its caller: log_calls THREADS CALLS. Calls without a pause from all threads at once; says
-// "calls" and the median and the 99th percentile in nanoseconds. What is then still to be written is dropped.
+// What one log line takes at its caller: log_calls PROGRAM THREADS CALLS, where PROGRAM is "ours" or "write". All
+// threads call at once and without a pause. A line "calls" has the median in nanoseconds. Lines in the log's queue are
+// dropped.
+#include <quill_tray_manager.h>
 #include <unistd.h>
+
 #include <algorithm>
 #include <barrier>
 #include <chrono>
@@ -11,56 +14,44 @@
 #include <thread>
 #include <vector>
 
-#ifndef WITH_WRITE
-#include <quill_tray_manager.h>
-#endif
-
 namespace {
 
-#ifdef WITH_WRITE
+/// Logs one line and does nothing else, on any thread.
+void logOurs() { quill_tray_manager_open_url(nullptr); }
 
-// The line on standard output, by the one system call that it takes.
-void logOnce() {
+/// The same line on standard output, by one system call.
+void logByWrite() {
   constexpr std::string_view line = "[TrayManager] [TrayManager] 打开 URL 失败：URL 字符串为空\n";
   if (write(STDOUT_FILENO, line.data(), line.size()) < 0) _exit(1);
 }
 
-#else
-
-// Logs one line and does nothing else, on any thread.
-void logOnce() { quill_tray_manager_open_url(nullptr); }
-
-#endif
-
-using Clock = std::chrono::steady_clock;
-
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count != 3) return 2;
-  const int threads = std::atoi(arguments[1]);
-  const auto calls = static_cast<std::size_t>(std::atoi(arguments[2]));
-  logOnce();
+  if (count != 4) return 2;
+  const auto log = arguments[1] == std::string_view("ours") ? logOurs : logByWrite;
+  const auto threads = std::atoi(arguments[2]);
+  const auto calls = static_cast<std::size_t>(std::atoi(arguments[3]));
+  log();
 
-  std::vector<std::vector<std::int64_t>> times(static_cast<std::size_t>(threads), std::vector<std::int64_t>(calls));
+  std::vector<std::int64_t> times(static_cast<std::size_t>(threads) * calls);
   std::barrier start(threads);
-  std::vector<std::thread> running;
-  for (auto& mine : times) {
-    running.emplace_back([&start, &mine] {
+  std::vector<std::jthread> running;
+  for (auto first = times.begin(); first != times.end(); first += static_cast<std::ptrdiff_t>(calls)) {
+    running.emplace_back([&start, log, calls, first] {
+      using Clock = std::chrono::steady_clock;
       start.arrive_and_wait();
-      for (auto& time : mine) {
+      std::generate_n(first, calls, [log] {
         const auto before = Clock::now();
-        logOnce();
-        time = (Clock::now() - before).count();
-      }
+        log();
+        return (Clock::now() - before).count();
+      });
     });
   }
-  for (auto& thread : running) thread.join();
+  running.clear();  // joins them
 
-  std::vector<std::int64_t> all;
-  for (const auto& some : times) all.insert(all.end(), some.begin(), some.end());
-  std::ranges::sort(all);
-  std::fprintf(stderr, "calls %lld %lld\n", static_cast<long long>(all[all.size() / 2]),
-               static_cast<long long>(all[all.size() * 99 / 100]));
+  const auto median = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+  std::ranges::nth_element(times, median);
+  std::fprintf(stderr, "calls %lld\n", static_cast<long long>(*median));
   _exit(0);
 }

@@ -1,6 +1,7 @@
 // The same item by Qt's QSystemTrayIcon.
 #include <QAction>
 #include <QApplication>
+#include <QFile>
 #include <QIcon>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -9,7 +10,7 @@
 #include <QSocketNotifier>
 #include <QSystemTrayIcon>
 #include <QTimer>
-#include <vector>
+#include <array>
 
 #include "item.h"
 
@@ -17,13 +18,15 @@ namespace {
 
 class Item {
  public:
-  Item(int size, const char* directory)
-      : size_(size), directory_(directory), input_(STDIN_FILENO, QSocketNotifier::Read) {
-    addFrames(1);
+  explicit Item(char** files) : input_(STDIN_FILENO, QSocketNotifier::Read) {
+    for (std::size_t i = 0; i < kIcons; ++i) {
+      for (const char* const file : {files[i], files[kIcons + i]})
+        icons_[i].addPixmap(QPixmap(QString::fromUtf8(file)));
+    }
     first_.addAction(QStringLiteral("Quit"));
-    icon_.setContextMenu(&first_);
-    icon_.setIcon(frames_[0]);
-    icon_.show();
+    item_.setContextMenu(&first_);
+    item_.setIcon(icons_[0]);
+    item_.show();
     timer_.setTimerType(Qt::PreciseTimer);
     timer_.setInterval(kTick);
     QObject::connect(&timer_, &QTimer::timeout, [this] { tick(); });
@@ -31,46 +34,29 @@ class Item {
   }
 
  private:
-  void addFrames(std::size_t count) {
-    while (frames_.size() < count) {
-      QIcon& frame = frames_.emplace_back();
-      for (const int side : {22, 44}) {
-        char path[512];
-        framePath(path, sizeof path, directory_, side, static_cast<int>(frames_.size() % 2));
-        if (side <= size_) frame.addPixmap(QPixmap(QString::fromUtf8(path)));
-      }
-    }
-  }
-
   void obey(const Command& command) {
-    if (isNamed(&command, "report")) report();
     if (isNamed(&command, "change")) {
-      counted_ = command.count;
-      ticks_ = 0;
-      addFrames(static_cast<std::size_t>(kTicksBefore + counted_ + kTicksAfter + 1));
+      left_ = static_cast<std::size_t>(std::atoi(command.argument));
       timer_.start();
     }
-    if (isNamed(&command, "menu") || isNamed(&command, "keys")) {
-      char* const json = menuJson(command.count, isNamed(&command, "keys"));
-      report();
-      showMenu(json);
-      std::free(json);
+    if (isNamed(&command, "menu")) {
+      showMenu(QString::fromUtf8(command.argument));
       QTimer::singleShot(0, done);
     }
   }
 
   void tick() {
-    ++ticks_;
-    if (ticks_ == kTicksBefore || ticks_ == kTicksBefore + counted_) report();
-    icon_.setIcon(frames_[static_cast<std::size_t>(ticks_)]);
-    if (ticks_ < kTicksBefore + counted_ + kTicksAfter) return;
+    item_.setIcon(icons_[--left_ % kIcons]);
+    if (left_ > 0) return;
     timer_.stop();
     done();
   }
 
-  void showMenu(const char* json) {
+  void showMenu(const QString& path) {
     auto* const menu = new QMenu;
-    const auto items = QJsonDocument::fromJson(QByteArray::fromRawData(json, qsizetype(std::strlen(json)))).array();
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) std::exit(2);
+    const auto items = QJsonDocument::fromJson(file.readAll()).array();
     for (const auto& value : items) {
       const auto item = value.toObject();
       auto* const action = menu->addAction(item[QLatin1String("title")].toString());
@@ -79,26 +65,23 @@ class Item {
         action->setShortcut(QKeySequence(QStringLiteral("Ctrl+Shift+K")));
       QObject::connect(action, &QAction::triggered, [id = item[QLatin1String("id")].toString()] { qInfo() << id; });
     }
-    icon_.setContextMenu(menu);
+    item_.setContextMenu(menu);
   }
 
-  int size_;
-  const char* directory_;
-  std::vector<QIcon> frames_;  // the first is the one on show
+  std::array<QIcon, kIcons> icons_;
   QMenu first_;
-  QSystemTrayIcon icon_;
+  QSystemTrayIcon item_;
   QTimer timer_;
   QSocketNotifier input_;
-  int counted_ = 0;
-  int ticks_ = 0;
+  std::size_t left_ = 0;
 };
 
 }  // namespace
 
 int main(int count, char** arguments) {
-  if (count != 3) return 2;
+  if (count != 1 + 2 * kIcons) return 2;
   QApplication application(count, arguments);
   QApplication::setQuitOnLastWindowClosed(false);
-  const Item item(std::atoi(arguments[1]), arguments[2]);
+  const Item item(arguments + 1);
   return QApplication::exec();
 }

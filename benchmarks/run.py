@@ -1,294 +1,312 @@
 """Measures the library beside what a host would use instead: run.py BUILD_DIRECTORY RESULT_DIRECTORY [FIGURE...]
 
-Every figure is the median of several rounds in which all programs take their turns. Prints one table, and writes it
-as figures.json.
+Each figure is the median of several rounds in which all programs take turns. Prints one table, and writes it as
+figures.json.
 """
 
+import ctypes
 import json
 import os
 import pathlib
-import shutil
+import platform
+import statistics
 import subprocess
 import sys
 import time
 from collections import defaultdict
+from typing import NamedTuple
 
-from icons import make_icons
-from rows import against, at_most, column, machine, medians, only, table
-from session import PanelSession, Session, cpu
+from PIL import Image, ImageDraw
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "scripts"))
+from panel_session import PanelSession  # noqa: E402
+from private_session import PrivateSession  # noqa: E402
+from servers import start_display, wait_for  # noqa: E402
 
 OURS, BARE, QT, WRITE = "ours", "bare sd-bus", "Qt 6", "write(2) alone"
 ITEMS = {OURS: "quill", BARE: "bare", QT: "qt"}
-LOGS = {OURS: "quill_log_calls", WRITE: "write_calls"}
-TICK = 35_000_000  # ns
+LOGS = {OURS: "ours", WRITE: "write"}
+TICK = 0.035  # seconds
+REST = 0.25  # seconds without a wakeup after which a process counts as at rest
+FEW, MANY = 5, 10_000
+
+
+class Row(NamedTuple):
+    figure: str
+    ours: float
+    peers: dict
+
+
+class Session(PrivateSession):
+    """A private session with a display for Qt, whose processes start as they do on a desktop."""
+
+    runner = ()
+
+    def start(self):
+        super().start()
+        _, display = start_display(self.spawn, 640, 480)
+        self.environment.update(DISPLAY=display, GDK_BACKEND="x11", QT_QPA_PLATFORM="xcb")
+
+
+def cpu(pid):
+    """The CPU time of all its threads so far, in nanoseconds."""
+    clock = ctypes.c_int()
+    if ctypes.CDLL(None).clock_getcpuclockid(pid, ctypes.byref(clock)):
+        raise ProcessLookupError(pid)
+    return time.clock_gettime_ns(clock.value)
+
+
+def wakeups(program):
+    """How often its threads have gone to sleep or were made to, up to now."""
+    lines = [line.split() for status in program.tasks("status") for line in status.splitlines()]
+    return sum(int(words[1]) for words in lines if words[0].endswith("voluntary_ctxt_switches:"))
+
+
+def wait_for_rest(program):
+    def is_at_rest():
+        before = wakeups(program)
+        time.sleep(REST)
+        return wakeups(program) == before
+
+    wait_for(is_at_rest, "process at rest", 60)
+
+
+def make_icons(directory):
+    """SIDE-INDEX.png, a disc and a ring for each of three sides; returns the four files that an item program gets."""
+    directory.mkdir()
+    for index in (0, 1):
+        icon = Image.new("RGBA", (512, 512))
+        ImageDraw.Draw(icon).ellipse((26, 26, 486, 486), fill=(40, 70, 110))
+        if index == 1:
+            ImageDraw.Draw(icon).ellipse((128, 128, 384, 384), fill=(0, 0, 0, 0))
+        for side in (22, 44, 64):
+            icon.resize((side, side), Image.Resampling.BOX).save(directory / f"{side}-{index}.png")
+    return [directory / f"{side}-{index}.png" for side in (22, 44) for index in (0, 1)]
+
+
+def rows(figures, found):
+    """A row for each figure, from the numbers that each program has for all of them."""
+    return [Row(figure, *split({name: values[i] for name, values in found.items()})) for i, figure in enumerate(figures)]
+
+
+def split(values):
+    return values[OURS], {name: value for name, value in values.items() if name != OURS}
 
 
 class Benchmark:
-    def __init__(self, session, icons):
+    def __init__(self, session, build, directory):
         self.session = session
-        self.icons = icons
-        if not session.has(ITEMS[QT]):
+        self.build = build
+        self.icons = make_icons(directory)
+        self.items = {name: program for name, program in ITEMS.items() if (build / program).exists()}
+        if QT not in self.items:
             print("benchmark: Qt is not installed: left out", flush=True)
-        self.items = {name: program for name, program in ITEMS.items() if session.has(program)}
+        self.with_menu = [name for name in self.items if name != BARE]
 
-    def item(self, name, size=44):
-        return self.session.start(self.items[name], size, self.icons)
+    def start(self, program, *arguments, session=None):
+        """A program that answers on standard error; its log goes to a file."""
+        return (session or self.session).start_host([self.build / program, *arguments], lines="stderr")
 
-    def rounds(self, count, measure, names=None):
-        """The median of what `measure(name)` gives for each item program: a number, or a list of them."""
+    def start_item(self, name, session=None):
+        return self.start(self.items[name], *self.icons, session=session)
+
+    @staticmethod
+    def rounds(count, measure, names):
+        """For each program the medians of the numbers that `measure(name)` returns."""
         found = defaultdict(list)
         for _ in range(count):
-            for name in self.items:
-                if names is None or name in names:
-                    found[name].append(measure(name))
-        return {name: medians(values) for name, values in found.items()}
+            for name in names:
+                found[name].append(measure(name))
+        return {name: [statistics.median(same) for same in zip(*values)] for name, values in found.items()}
+
+    @staticmethod
+    def cost_of_change(item, count, cost):
+        """What one of `count` icon changes adds to `cost()`; read halfway between two changes."""
+        wait_for_rest(item)
+        item.say(f"change {count + 2 * FEW}")
+        time.sleep((FEW + 0.5) * TICK)
+        before = cost()
+        time.sleep(count * TICK)
+        after = cost()
+        item.hear("done")
+        return (after - before) / count
 
     # --- the figures ------------------------------------------------------------------------------------------
 
     def icon_change(self):
-        """CPU of an icon change that a panel reads: every 35 ms, with frames made ready before."""
+        """An icon change that a panel reads, with icons that are ready."""
         count = 50
-        rows = []
-        for size, figure in ((22, "22"), (44, "22 and 44")):
 
-            def measure(name):
-                with self.session.panel() as panel, self.item(name, size) as item:
-                    panel.hear("read")
-                    item.rest()
-                    panel.count("read")
-                    item.tell(f"change {count}")
-                    begin, end = item.hear_report(), item.hear_report()
-                    item.hear("done")
-                    item.rest()
-                    if panel.count("read") < count:
-                        raise RuntimeError(f"{name}: not every icon was read")
-                    return (end.cpu - begin.cpu_after) / count / 1e3
+        def measure(name):
+            with self.session.start_watcher() as watcher, self.start_item(name) as item:
+                watcher.hear("read")
+                spent = self.cost_of_change(item, count, lambda: cpu(item.process.pid))
+                if watcher.said.count("read") < count:
+                    raise RuntimeError(f"{name}: not every icon was read")
+                return [spent / 1e3]
 
-            cost = self.rounds(3, measure)
-            text = f"icon change, {figure} px: CPU, µs"
-            rows += against(text, cost[OURS], only(cost, BARE), 1.25)
-            rows += against(text, cost[OURS], only(cost, QT), 0.35)
-        return rows
+        cost = self.rounds(3, measure, self.items)
+        return rows(["icon change that a panel reads, 22 and 44 px: CPU of the host, µs"], cost)
 
     def animation(self):
-        """CPU of host, bus, panel and display for a tick of an animation in xfce4-panel."""
-        count = 280
+        """A tick of an animation: the CPU time of all processes of a session."""
 
         def measure(name):
-            with self.session.start(self.items[name], 44, self.icons, environment=panel.environment) as item:
+            with self.start_item(name, panel) as item:
                 panel.wait_for_icon()
-                item.rest()
-                item.tell(f"change {count}")
-                spent = []
-                for _ in range(2):
-                    item.hear_report()
-                    spent.append(sum(cpu(process) for process in [*panel.processes(), item.process.pid]))
-                item.hear("done")
+                spent = self.cost_of_change(item, 280, lambda: sum(map(cpu, panel.processes())))
             panel.wait_for_no_icon()
-            return (spent[1] - spent[0]) / count / 1e6
+            return [spent / 1e6]
 
         with PanelSession("xfce4-panel") as panel:
-            cost = self.rounds(3, measure, (OURS, QT))
-        return against("animation in xfce4-panel: CPU of the session a tick, ms", cost[OURS], only(cost, QT), 1)
+            cost = self.rounds(3, measure, self.with_menu)
+        return rows(["tick of an animation in xfce4-panel: CPU of host, bus, panel and display, ms"], cost)
 
-    def start(self):
-        """From the start of a process until a panel has read its item; memory and threads once it is at rest."""
+    def start_up(self):
+        """From the start of a process until a panel has read its item; then what an icon and an animation leave."""
+        with self.start("empty") as empty:
+            wait_for_rest(empty)
+            nothing = empty.private_memory()
 
         def measure(name):
-            with self.session.panel() as panel, self.item(name) as item:
-                panel.hear("read")
-                shown = item.report()
-                item.rest()
-                rest = item.report()
-                return [shown.cpu / 1e6, rest.memory, rest.threads]
+            with self.session.start_watcher() as watcher, self.start_item(name) as item:
+                watcher.hear("read")
+                spent = cpu(item.process.pid)
+                wait_for_rest(item)
+                memory = item.private_memory() - nothing
+                item.say("change 3")
+                item.hear("done")
+                wait_for_rest(item)
+                threads = item.tasks("children")
+                stray = sum(len(f"{line}\n".encode()) for line in item.said + item.log if line != "done")
+                return [spent / 1e6, memory / 1024, len(threads), len(" ".join(threads).split()), stray]
 
-        found = self.rounds(5, measure)
-        with self.session.start("empty") as empty:
-            nothing = empty.report().memory
-        cpu, threads = column(found, 0), column(found, 2)
-        memory = {name: (kibibytes - nothing) / 1024 for name, kibibytes in column(found, 1).items()}
-        text = "process start to item shown: CPU, ms"
-        return [
-            *at_most(text, cpu[OURS], only(cpu, BARE), 8),
-            *against(text, cpu[OURS], only(cpu, QT), 0.3),
-            *against("private memory beyond an empty process, MiB", memory[OURS], only(memory, QT), 0.3),
-            *at_most("threads, the log's among them", threads[OURS], only(threads, BARE, QT), 2),
-        ]
-
-    def guest(self):
-        """What a host has besides itself after an icon and an animation."""
-        with self.session.panel() as panel, self.item(OURS) as item:
-            panel.hear("read")
-            item.tell("change 3")
-            item.hear("done")
-            item.rest()
-            threads = len(item.tasks("stat"))
-            children = sum(len(text.split()) for text in item.tasks("children"))
-            stray = item.stray("report", "done")
-        return [
-            *at_most("after an icon and an animation: threads", threads, {}, 2),
-            *at_most("the same: child processes", children, {}, 0),
-            *at_most("the same: bytes on standard error", stray, {}, 0),
-        ]
+        figures = (
+            "process start to item shown: CPU, ms",
+            "private memory beyond an empty process, MiB",
+            "after an icon and an animation: threads",
+            "the same: child processes",
+            "the same: bytes on standard error",
+        )
+        return rows(figures, self.rounds(5, measure, self.items))
 
     def menu(self):
-        """From the menu's JSON text to the reply to the first GetLayout."""
+        """From a menu's JSON file to the reply to GetLayout."""
 
-        def layout(panel, item, command, count):
-            item.tell(f"{command} {count}")
-            begin = item.hear_report()
-            item.hear("done")
-            panel.tell("layout")
-            if int(panel.hear("layout")[0]) != count:
-                raise RuntimeError(f"{item.name}: not the whole menu was read")
-            end = item.report()
-            return (end.cpu - begin.cpu_after) / 1e6, (end.memory - begin.memory) / 1024
+        def cost(item):
+            return cpu(item.process.pid) / 1e6, item.private_memory() / 1024
 
-        def measure(command, count, repeated=1):
-            def run(name):
-                with self.session.panel() as panel, self.item(name) as item:
-                    panel.hear("read")
-                    item.rest()
-                    return medians([layout(panel, item, command, count) for _ in range(repeated)])
+        def measure(name):
+            with self.session.start_watcher() as watcher, self.start_item(name) as item:
+                watcher.hear("layout")
+                wait_for_rest(item)
+                before = cost(item)
+                item.say(f"menu {file}")
+                item.hear("done")
+                watcher.say("")
+                if watcher.hear("layout") != [str(MANY)]:
+                    raise RuntimeError(f"{name}: not the whole menu was read")
+                return [after - earlier for earlier, after in zip(before, cost(item))]
 
-            return run
-
-        many = 10_000
-        found = self.rounds(3, measure("menu", many), (OURS, QT))
-        keys = self.rounds(3, measure("keys", many), (OURS, QT))
-        each = [self.rounds(3, measure("menu", n, 9), (OURS,))[OURS][0] / n for n in (10, 1000)]
-        cpu, memory = column(found, 0), column(found, 1)
-        keyed = column(keys, 0)
-        per_item = cpu[OURS] / many
+        file = self.session.directory / "menu.json"
+        found = []
+        for keys in ({}, {"keyEquivalent": "Cmd+Shift+K"}):
+            menu = [{"id": f"item-{i}", "title": f"Item {i}", "enabled": True, **keys} for i in range(MANY)]
+            file.write_text(json.dumps(menu))
+            found.append(self.rounds(3, measure, self.with_menu))
+        with_keys = {name: values[:1] for name, values in found[1].items()}
         return [
-            *against("menu of 10,000, JSON to layout: CPU, ms", cpu[OURS], only(cpu, QT), 0.25),
-            *against("the same: private memory, MiB", memory[OURS], only(memory, QT), 0.45),
-            *against("the same, a shortcut and so a log line each: CPU, ms", keyed[OURS], only(keyed, QT), 0.25),
-            *against("an item of 10,000: CPU, µs", per_item * 1e3, {"of 10": each[0] * 1e3}, 1.5),
-            *against("an item of 10,000: CPU, µs", per_item * 1e3, {"of 1,000": each[1] * 1e3}, 1.5),
+            *rows(["menu of 10,000 items, JSON to layout: CPU, ms", "the same: private memory, MiB"], found[0]),
+            *rows(["the same with 10,000 shortcuts, each a log line: CPU, ms"], with_keys),
         ]
 
     def log_call(self):
-        """One log call at its caller, flat out, console to a file."""
-        rows = []
-        for threads, calls, text in ((1, 100_000, "1 thread"), (8, 25_000, "8 threads")):
-            found = defaultdict(list)
-            for _ in range(5):
-                for name, program in LOGS.items():
-                    with self.session.start(program, threads, calls) as running:
-                        found[name].append([int(word) / 1e3 for word in running.hear("calls")])
-                    remove_logs(self.session.directory / "home" / program)
-            values = {name: medians(times) for name, times in found.items()}
-            for index, kind in enumerate(("median", "99th percentile")[: 1 if threads == 1 else 2]):
-                time = column(values, index)
-                figure = f"log call, {text}: {kind}, µs"
-                rows += against(figure, time[OURS], only(time, WRITE), 1.5)
-        return rows
+        """A log call at its caller, without a pause."""
+        found = []
+        for threads, calls in ((1, 100_000), (8, 25_000)):
+
+            def measure(name):
+                with self.start("log_calls", LOGS[name], threads, calls) as running:
+                    median = int(running.hear("calls")[0])
+                for log in self.session.directory.rglob("*.log"):
+                    log.unlink()
+                return [median / 1e3]
+
+            text = f"{threads} thread" if threads == 1 else f"{threads} threads at once"
+            found += rows([f"log call, {text}: median, µs"], self.rounds(5, measure, LOGS))
+        return found
 
     def set_icon(self):
-        """set_main_icon against the decoding that it needs."""
-        with self.session.panel(), self.session.start("icon_calls", self.icons / "64-0.png", 300) as running:
-            ours, decoding = (int(time) / 1e3 for time in running.hear("icons"))
-        return against("set_main_icon, 64 px PNG: CPU at the caller, µs", ours, {"libpng alone": decoding}, 1.5)
-
-    def tick(self):
-        """The animation's clock beside a bare timerfd's, idle and with every core busy."""
-        count = 1001
-        frames = [self.icons / f"22-{index}.png" for index in (0, 1)]
-        rows = []
-        for text, busy, most in (("idle", 0, 1), ("all cores busy", os.cpu_count(), 10)):
-            with (
-                self.session.panel() as panel,
-                self.session.start("quill_ticks", count, *frames) as ours,
-                self.session.start("timerfd_ticks", count) as timer,
-            ):
-                panel.hear("read")
-                ours.rest()
-                spinning = [subprocess.Popen([sys.executable, "-c", "while True: pass"]) for _ in range(busy)]
-                try:
-                    ours.tell("start")
-                    time.sleep(TICK / 2 / 1e9)  # so that they don't stand in each other's way
-                    timer.tell("start")
-                    clock, beside = (Clock(program.hear("ticks")) for program in (ours, timer))
-                finally:
-                    for process in spinning:
-                        process.kill()
-                        process.wait()
-            figure = f"1,000 ticks of 35 ms, {text}"
-            rows += at_most(f"{figure}: drift, ms", clock.drift, {"timerfd": beside.drift}, most)
-            rows += against(f"{figure}: period error, 99th percentile, µs", clock.error, {"timerfd": beside.error}, 1.2)
-        return rows
+        """set_main_icon beside the decoding that it needs."""
+        count = 300
+        with self.session.start_watcher(), self.start("icon_calls", self.icons[0].with_name("64-0.png"), count) as running:
+            calls = [[int(word) / 1e3 for word in running.hear("call")] for _ in range(count)]
+        ours, decoding = map(statistics.median, zip(*calls))
+        return [Row("set_main_icon, 64 px PNG: CPU at the caller, µs", ours, {"libpng alone": decoding})]
 
     def idle(self):
         """Wakeups while nothing happens."""
         seconds = 10
-        with self.session.panel() as panel:
-            running = {}
-            try:
-                for name in self.items:
-                    running[name] = self.item(name)
-                    panel.hear("read")
-                for item in running.values():
-                    item.rest()
-                before = {name: item.switches() for name, item in running.items()}
+
+        def measure(name):
+            with self.session.start_watcher() as watcher, self.start_item(name) as item:
+                watcher.hear("read")
+                wait_for_rest(item)
+                before = wakeups(item)
                 time.sleep(seconds)
-                woken = {name: item.switches() - before[name] for name, item in running.items()}
-            finally:
-                for item in running.values():
-                    item.__exit__()
-        return at_most("wakeups in 10 s, item on show", woken.pop(OURS), woken, 0)
+                return [wakeups(item) - before]
 
-
-class Clock:
-    """What a row of tick times says of its clock."""
-
-    def __init__(self, words):
-        times = [int(word) for word in words]
-        errors = sorted(abs(after - before - TICK) for before, after in zip(times, times[1:]))
-        self.drift = abs(times[-1] - times[0] - TICK * (len(times) - 1)) / 1e6  # ms
-        self.error = errors[len(errors) * 99 // 100] / 1e3  # µs
-
-
-def remove_logs(home):
-    for log in home.rglob("*.log"):
-        log.unlink()
+        return rows([f"wakeups in {seconds} s while the item is shown"], self.rounds(1, measure, self.items))
 
 
 FIGURES = {
+    "start": Benchmark.start_up,
+    "idle": Benchmark.idle,
     "icon-change": Benchmark.icon_change,
     "animation": Benchmark.animation,
-    "start": Benchmark.start,
-    "guest": Benchmark.guest,
+    "set-icon": Benchmark.set_icon,
     "menu": Benchmark.menu,
     "log-call": Benchmark.log_call,
-    "set-icon": Benchmark.set_icon,
-    "tick": Benchmark.tick,
-    "idle": Benchmark.idle,
 }
+
+
+def amount(value):
+    return f"{value:,.0f}" if value == int(value) or value >= 100 else f"{value:.3g}"
+
+
+def table(found):
+    """In Markdown, and readable as it is."""
+    lines = [("Figure", "Ours", "Peers"), ("---", "---", "---")]
+    for row in found:
+        peers = ", ".join(f"{name} {amount(value)}" for name, value in row.peers.items())
+        lines.append((row.figure, amount(row.ours), peers))
+    widths = [max(map(len, column)) for column in zip(*lines)]
+    return "\n".join("| " + " | ".join(map(str.ljust, line, widths)) + " |" for line in lines)
+
+
+def machine():
+    processor = subprocess.run("lscpu | sed -n 's/^Model name: *//p'", shell=True, stdout=subprocess.PIPE, text=True).stdout
+    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
+    return f"{os.cpu_count()} cores ({processor.strip()}), {memory:.1f} GiB, Linux {platform.release()}"
 
 
 def main():
     build, results = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
     chosen = sys.argv[3:] or list(FIGURES)
-    for name in chosen:
-        if name not in FIGURES:
-            sys.exit(f"benchmark: no figure {name}; there are " + ", ".join(FIGURES))
-    shutil.rmtree(results, ignore_errors=True)
-    make_icons(results / "icons")
-    rows = []
-    with Session(build / "benchmarks", results) as session:
-        benchmark = Benchmark(session, results / "icons")
+    unknown = set(chosen) - set(FIGURES)
+    if unknown:
+        sys.exit(f"benchmark: no figure {', '.join(unknown)}; there are {', '.join(FIGURES)}")
+    results.mkdir(parents=True, exist_ok=True)
+    found = []
+    with Session() as session:
+        benchmark = Benchmark(session, build / "benchmarks", session.directory / "icons")
         for name in chosen:
             started = time.monotonic()
-            rows += FIGURES[name](benchmark)
+            found += FIGURES[name](benchmark)
             print(f"benchmark: {name} ({time.monotonic() - started:.0f} s)", flush=True)
-    shutil.rmtree(results / "home", ignore_errors=True)
-    here = machine()
-    (results / "figures.json").write_text(
-        json.dumps({"machine": here, "rows": [vars(row) for row in rows]}, ensure_ascii=False, indent=2) + "\n"
-    )
-    print(f"\n{here['cores']} cores ({here['processor']}), {here['memory_gib']} GiB, Linux {here['kernel']}\n")
-    print(table(rows))
+    figures = {"machine": machine(), "rows": [row._asdict() for row in found]}
+    (results / "figures.json").write_text(json.dumps(figures, ensure_ascii=False, indent=2) + "\n")
+    print(f"\n{machine()}, load {os.getloadavg()[0]:.1f}\n\n{table(found)}")
 
 
 if __name__ == "__main__":

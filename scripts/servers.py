@@ -33,10 +33,10 @@ def start_server(spawn, words):
     return server, line
 
 
-def start_bus(spawn, address=None):
-    """Starts a session bus; what `spawn` returned, and the bus's address."""
-    words = ["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address={}"]
-    return start_server(spawn, words + ([f"--address={address}"] if address else []))
+def start_bus(spawn, address):
+    """Starts a session bus at that address; what `spawn` returned."""
+    words = ["dbus-daemon", "--session", "--nofork", "--nopidfile", "--print-address={}", f"--address={address}"]
+    return start_server(spawn, words)[0]
 
 
 def start_display(spawn, width, height):

@@ -1,9 +1,9 @@
-"""A watcher, and a panel that reads: watcher.py [told].
+"""A watcher, and a panel that reads: watcher.py.
 
-Each registration is a line on standard output: "registered NAME PATH". All properties of the item, and its whole menu,
-are read when the item registers and again for each of their signals. With "told", the menu is read for each line on
-standard input instead, and further lines are "ready", "read" for properties, and "layout COUNT" for a menu with COUNT
-entries on top. The bus that dies ends the watcher.
+It reads all properties of the item when the item registers and for each of the item's signals; it reads the whole menu
+when the item registers and for each line on standard input. It writes lines to standard output: "ready",
+"registered NAME PATH", "read" for properties, and "layout COUNT" for a menu with COUNT entries on top. If the bus dies,
+the watcher ends.
 """
 
 import sys
@@ -15,12 +15,6 @@ INTERFACE = f"""<node><interface name="{NAME}">
 <method name="RegisterStatusNotifierItem"><arg type="s" direction="in"/></method>
 <property name="IsStatusNotifierHostRegistered" type="b" access="read"/></interface></node>"""
 ITEM, MENU = "/StatusNotifierItem", "/MenuBar"
-TOLD = sys.argv[1:] == ["told"]
-
-
-def report(line):
-    if TOLD:
-        print(line, flush=True)
 
 
 class Panel:
@@ -29,18 +23,16 @@ class Panel:
         self.item = None
         node = Gio.DBusNodeInfo.new_for_xml(INTERFACE).interfaces[0]
         self.bus.register_object("/StatusNotifierWatcher", node, self.registered, lambda *_: GLib.Variant("b", True), None)
-        for path, read in ((ITEM, self.read_item), *([] if TOLD else [(MENU, self.read_menu)])):
-            self.bus.signal_subscribe(None, None, None, path, None, Gio.DBusSignalFlags.NONE, read)
-        if TOLD:
-            GLib.io_add_watch(GLib.IOChannel.unix_new(0), GLib.PRIORITY_DEFAULT, GLib.IOCondition.IN, self.told)
+        self.bus.signal_subscribe(None, None, None, ITEM, None, Gio.DBusSignalFlags.NONE, self.read_item)
+        GLib.io_add_watch(GLib.IOChannel.unix_new(0), GLib.PRIORITY_DEFAULT, GLib.IOCondition.IN, self.on_line)
         Gio.bus_own_name_on_connection(self.bus, NAME, Gio.BusNameOwnerFlags.REPLACE, None, None)
 
-    def call(self, path, interface, member, arguments, done):
+    def call(self, path, interface, member, arguments, line):
         def answered(bus, result):
             try:
-                report(done(bus.call_finish(result)))
+                print(line(bus.call_finish(result)), flush=True)
             except GLib.Error:
-                pass  # it went, or has no menu
+                pass  # the item has gone, or has no menu
 
         self.bus.call(self.item, path, interface, member, arguments, None, Gio.DBusCallFlags.NONE, -1, None, answered)
 
@@ -48,7 +40,7 @@ class Panel:
         arguments = GLib.Variant("(s)", ("org.kde.StatusNotifierItem",))
         self.call(ITEM, "org.freedesktop.DBus.Properties", "GetAll", arguments, lambda answer: "read")
 
-    def read_menu(self, *_):
+    def read_menu(self):
         def entries(answer):
             return f"layout {answer.get_child_value(1).get_child_value(2).n_children()}"
 
@@ -59,14 +51,13 @@ class Panel:
         self.item = sender
         invocation.return_value(None)
         self.read_item()
-        if not TOLD:
-            self.read_menu()
+        self.read_menu()
 
-    def told(self, *_):
+    def on_line(self, *_):
         self.read_menu()
         return sys.stdin.readline() != ""
 
 
 panel = Panel()
-report("ready")
+print("ready", flush=True)
 GLib.MainLoop().run()
