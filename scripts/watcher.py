@@ -25,7 +25,11 @@ class Panel:
         self.bus.register_object("/StatusNotifierWatcher", node, self.registered, lambda *_: GLib.Variant("b", True), None)
         self.bus.signal_subscribe(None, None, None, ITEM, None, Gio.DBusSignalFlags.NONE, self.read_item)
         GLib.io_add_watch(GLib.IOChannel.unix_new(0), GLib.PRIORITY_DEFAULT, GLib.IOCondition.IN, self.on_line)
-        Gio.bus_own_name_on_connection(self.bus, NAME, Gio.BusNameOwnerFlags.REPLACE, None, None)
+        Gio.bus_own_name_on_connection(self.bus, NAME, Gio.BusNameOwnerFlags.REPLACE, self.ready, None)
+
+    @staticmethod
+    def ready(*_):
+        print("ready", flush=True)
 
     def call(self, path, interface, member, arguments, line):
         def answered(bus, result):
@@ -59,5 +63,4 @@ class Panel:
 
 
 panel = Panel()
-print("ready", flush=True)
 GLib.MainLoop().run()
