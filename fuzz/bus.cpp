@@ -5,11 +5,13 @@
 #include <sys/un.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstddef>
 #include <cstdlib>
 #include <set>
+#include <sstream>
 #include <vector>
 
 #include "bus_text.h"
@@ -39,12 +41,8 @@ class Listener {
     require(listen(socket_.number(), 8) == 0);
     setenv("DBUS_SESSION_BUS_ADDRESS", ("unix:abstract=" + name).c_str(), 1);
   }
-  /// A connection that was asked for; negative: none.
+  /// The connection that the item has asked for; negative if there is none.
   int accept() { return accept4(socket_.number(), nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC); }
-  /// Of an item before, which tried once more.
-  void dropWaiting() {
-    for (int waiting = accept(); waiting >= 0; waiting = accept()) close(waiting);
-  }
 
  private:
   posix::FileDescriptor socket_;
@@ -171,10 +169,10 @@ class Host : public Responder, public std::enable_shared_from_this<Host> {
   }
 
   /// Titles; "[" and "]" around those below the entry before, "-" a separator, "!…" disabled, "*…" checked.
-  void showMenu(std::string_view line) {
-    Words words(line);
+  void showMenu(const std::string& line) {
+    std::istringstream words(line);
     std::vector<std::shared_ptr<Menu>> open = {std::make_shared<Menu>()};
-    for (auto word = words.next(); !word.empty(); word = words.next()) {
+    for (std::string word; words >> word;) {
       const auto entries = open.back()->items();
       if (word == "[" && !entries.empty()) {
         open.push_back(entries.back()->submenu = std::make_shared<Menu>());
@@ -209,9 +207,9 @@ class Host : public Responder, public std::enable_shared_from_this<Host> {
 };
 
 /// None, one of a single size and one of two.
-std::optional<Image> iconAt(freedesktop::Desktop& desktop, std::int64_t number) {
+std::optional<Image> iconAt(freedesktop::Desktop& desktop, std::uint32_t number) {
   constexpr std::array kSides = {0, 16, 48};
-  const int side = kSides[static_cast<std::size_t>(number) % kSides.size()];
+  const int side = kSides[number % kSides.size()];
   if (side == 0) return std::nullopt;
   const auto bytes = static_cast<std::size_t>(side * side * 4);
   Image icon(std::make_shared<Pixels>(side, side, std::pmr::vector<std::uint8_t>(bytes, 255)), {22, 22});
@@ -220,8 +218,9 @@ std::optional<Image> iconAt(freedesktop::Desktop& desktop, std::int64_t number) 
 }
 
 /// Each line is a message (bus_text.h), or what the host does: `shows <menu>` or `icon <number>`.
-void run(Listener& listener, std::string_view text) {
-  listener.dropWaiting();
+void run(std::string text) {
+  std::ranges::replace(text, '\0', ' ');  // no text on a bus holds U+0000
+  Listener listener;
   freedesktop::Desktop desktop;
   auto host = std::make_shared<Host>(desktop);
   host->start();
@@ -233,14 +232,16 @@ void run(Listener& listener, std::string_view text) {
   wire.send("DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n");
   wire.send(messageOf("reply 1 ('" + std::string(kItemName) + "',)", 1)->bytes);
 
-  for (std::uint32_t serial = 2; !text.empty() && !wire.isClosed(); ++serial) {
-    const auto line = text.substr(0, text.find('\n'));
-    text.remove_prefix(std::min(line.size() + 1, text.size()));
+  std::istringstream lines(text);
+  std::uint32_t serial = 2;
+  for (std::string line; std::getline(lines, line) && !wire.isClosed(); ++serial) {
     if (const auto message = messageOf(line, serial)) wire.send(*message, serial);
-    Words words(line);
-    const auto verb = words.next();
-    if (verb == "shows") host->showMenu(line.substr(line.find("shows") + 5));
-    if (verb == "icon") host->showIcon(iconAt(desktop, words.nextNumber()));
+    std::istringstream words(line);
+    std::string verb;
+    words >> verb;
+    std::uint32_t number = 0;
+    if (verb == "shows") host->showMenu(line.substr(line.find(verb) + verb.size()));
+    if (verb == "icon" && words >> number) host->showIcon(iconAt(desktop, number));
     wire.settle();
   }
   require(wire.isClosed() || wire.isAllAnswered());
@@ -260,7 +261,6 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static quill::fuzz::Listener listener;
-  quill::fuzz::run(listener, {reinterpret_cast<const char*>(data), size});
+  quill::fuzz::run({reinterpret_cast<const char*>(data), size});
   return 0;
 }

@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <sstream>
 
 #include "glib_handles.h"
 #include "gobject_handles.h"
@@ -34,25 +34,12 @@ constexpr std::array kKinds{
 
 }  // namespace
 
-std::string_view Words::next() {
-  constexpr std::string_view kBlanks(" \0", 2);  // no text on a bus holds U+0000
-  rest_.remove_prefix(std::min(rest_.find_first_not_of(kBlanks), rest_.size()));
-  const auto word = rest_.substr(0, rest_.find_first_of(kBlanks));
-  rest_.remove_prefix(word.size());
-  return word;
-}
-
-std::int64_t Words::nextNumber() {
-  const auto word = next();
-  std::int64_t number = 0;
-  std::from_chars(word.data(), word.data() + word.size(), number);
-  return number;
-}
-
-std::optional<Message> messageOf(std::string_view line, std::uint32_t serial) {
+std::optional<Message> messageOf(const std::string& line, std::uint32_t serial) {
   const bool isQuiet = line.starts_with('-');
-  Words words(isQuiet ? line.substr(1) : line);
-  const auto* const kind = std::ranges::find(kKinds, words.next(), &Kind::word);
+  std::istringstream words(isQuiet ? line.substr(1) : line);
+  std::string word;
+  words >> word;
+  const auto* const kind = std::ranges::find(kKinds, word, &Kind::word);
   if (kind == kKinds.end()) return std::nullopt;
 
   const freedesktop::ObjectPointer<GDBusMessage> message(g_dbus_message_new());
@@ -65,18 +52,23 @@ std::optional<Message> messageOf(std::string_view line, std::uint32_t serial) {
   const bool isCall = kind->type == G_DBUS_MESSAGE_TYPE_METHOD_CALL;
   const bool isError = kind->type == G_DBUS_MESSAGE_TYPE_ERROR;
   if (isCall || kind->type == G_DBUS_MESSAGE_TYPE_SIGNAL) {
-    const std::string member(words.next());
-    if (g_dbus_is_member_name(member.c_str()) == FALSE) return std::nullopt;
-    g_dbus_message_set_member(message.get(), member.c_str());
+    words >> word;
+    if (g_dbus_is_member_name(word.c_str()) == FALSE) return std::nullopt;
+    g_dbus_message_set_member(message.get(), word.c_str());
   } else {
-    g_dbus_message_set_reply_serial(message.get(), static_cast<std::uint32_t>(words.nextNumber()));
-    const std::string name(isError ? words.next() : "");
-    if (isError && g_dbus_is_error_name(name.c_str()) == FALSE) return std::nullopt;
-    if (isError) g_dbus_message_set_error_name(message.get(), name.c_str());
+    std::uint32_t answered = 0;
+    words >> answered;
+    g_dbus_message_set_reply_serial(message.get(), answered);
+    if (isError) {
+      words >> word;
+      if (g_dbus_is_error_name(word.c_str()) == FALSE) return std::nullopt;
+      g_dbus_message_set_error_name(message.get(), word.c_str());
+    }
   }
   if (kind->type != G_DBUS_MESSAGE_TYPE_SIGNAL) g_dbus_message_set_destination(message.get(), kItemName.data());
 
-  auto text = words.rest();
+  std::string text;
+  std::getline(words, text);
   if (g_utf8_validate_len(text.data(), text.size(), nullptr) == FALSE) text = "";
   GVariant* const values = g_variant_parse(nullptr, text.data(), text.data() + text.size(), nullptr, nullptr);
   const freedesktop::VariantPointer owned(values);
