@@ -1,11 +1,19 @@
-"""How well an icon is seen in panels: panel_contrast.py BUILD_DIRECTORY PICTURE_DIRECTORY [PANEL…]
+"""How well an icon is seen in panels:
+
+    panel_contrast.py BUILD_DIRECTORY PICTURE_DIRECTORY [PANEL…]
+    panel_contrast.py BUILD_DIRECTORY --switches [COUNT]
 
 Starts each panel in each of its themes, and switches each running panel to the others. Prints a table with the
 contrast of the icon and the bar, beside the contrast that is wanted on a bar of that colour. Leaves an enlarged picture
 of each look. Exit status 1: an icon has less than is wanted, or no panel is installed.
+
+--switches changes GTK's theme and xfce4-panel's dark mode at random, in the same order in each run. Prints each switch
+after which the icon has less contrast than is wanted of text, or not the colour of the panel's clock. Exit status 1:
+there is one.
 """
 
 import pathlib
+import random
 import sys
 import time
 from typing import NamedTuple
@@ -13,11 +21,14 @@ from typing import NamedTuple
 from desktops import DESKTOPS
 from panel_session import NotInstalled, PanelSession
 from panels import PANELS
-from PIL import Image
-from pictures import draw_shapes, icon_contrast, wanted_contrast
+from pictures import beside, contrast, draw_shapes, icon_contrast, ink_colour, main_colour, wanted_contrast, zoomed
+from xfce_settings import set_xfconf
 
 AFTER_SWITCH = 2.0  # seconds in which an icon may take on the new theme
-ZOOM = 6
+TEXT = 4.5  # the contrast that WCAG 2.1, 1.4.3, asks of text
+SAME = 4  # units of 255 between the edge of a letter and its colour
+THEMES = ("Adwaita", "Adwaita-dark", "Arc", "Arc-Dark", "BlackMATE", "Blue-Submarine", "BlueMenta", "Greybird")
+THEMES += ("Green-Submarine", "Greybird-dark", "Menta", "Numix", "TraditionalOk")
 
 
 class Row(NamedTuple):
@@ -26,11 +37,19 @@ class Row(NamedTuple):
     bar: tuple  # its colour
     contrasts: dict  # by shape
 
+    @property
+    def is_seen(self):
+        return min(self.contrasts.values()) >= wanted_contrast(self.bar)
+
+    def __str__(self):
+        wanted, bar = wanted_contrast(self.bar), "#%02x%02x%02x" % self.bar
+        ratios = (f"{ratio:.2f}" if ratio >= wanted else f"**{ratio:.2f}**" for ratio in self.contrasts.values())
+        return f"| {self.panel} | {self.look} | `{bar}` | {wanted:g} | {' | '.join(ratios)} |"
+
 
 class Measurement:
-    def __init__(self, session, host, directory):
+    def __init__(self, session, build, directory):
         self.session = session
-        self.host = host
         self.directory = directory
         self.shapes = draw_shapes(session.directory)
         self.empty = {session.theme: session.empty}
@@ -41,19 +60,15 @@ class Measurement:
         if len(self.empty) > 1:
             session.switch_theme(session.theme)
             session.settled()
-
-    def start(self):
-        self.host.tell("create")
-        self.host.tell(f"icon {self.shapes['solid']}")
-        return self.look(self.session.theme)
+        self.host = session.start_item(build, self.shapes["solid"])
 
     def switched(self, theme):
         """The shape that is there is looked at as the switch left it, the other as it comes."""
-        before = self.session.look
+        name = f"{self.session.look} to {theme}"
         self.session.switch_theme(theme)
         time.sleep(AFTER_SWITCH)
         self.session.empty = self.empty[theme]
-        return self.look(f"{before} to {theme}")
+        return self.look(name)
 
     def look(self, name):
         icon = self.session.wait_for_icon()
@@ -66,16 +81,9 @@ class Measurement:
             if shape not in contrasts:
                 picture = self.session.settled()
                 contrasts[shape] = icon_contrast(picture, icon)
-                crops.append(picture.crop(icon.box._replace(left=icon.box.left - 8, right=icon.box.right + 8)))
-        self.save(name, crops)
+                crops.append(zoomed(picture.crop(icon.box._replace(left=icon.box.left - 8, right=icon.box.right + 8)), 6))
+        beside(crops).save(self.directory / f"{self.session.name} {name}.png".replace(" ", "-").replace("#", ""))
         return Row(self.session.name, name, icon.ground, contrasts)
-
-    def save(self, name, crops):
-        width, height = crops[0].width * ZOOM, crops[0].height * ZOOM
-        strip = Image.new("RGB", (width * len(crops), height))
-        for index, crop in enumerate(crops):
-            strip.paste(crop.resize((width, height), Image.Resampling.NEAREST), (index * width, 0))
-        strip.save(self.directory / f"{self.session.name} {name}.png".replace(" ", "-").replace("#", ""))
 
 
 def looks(panel):
@@ -86,9 +94,8 @@ def measure(panel, build, directory):
     """Gives each row as soon as it is measured."""
     for theme in {**PANELS, **DESKTOPS}[panel].themes:
         with PanelSession(panel, theme) as session:
-            host = session.start_host([build / "tests/panel/panel_host"])
-            measurement = Measurement(session, host, directory)
-            yield measurement.start()
+            measurement = Measurement(session, build, directory)
+            yield measurement.look(theme)
             for other in looks(session.panel) if theme == session.panel.themes[0] else session.panel.themes:
                 if other != theme:
                     yield measurement.switched(other)
@@ -96,32 +103,64 @@ def measure(panel, build, directory):
                     session.settled()
 
 
-def is_seen(row):
-    return min(row.contrasts.values()) >= wanted_contrast(row.bar)
-
-
-def cells(row):
-    wanted, bar = wanted_contrast(row.bar), "#%02x%02x%02x" % row.bar
-    ratios = (f"{ratio:.2f}" if ratio >= wanted else f"**{ratio:.2f}**" for ratio in row.contrasts.values())
-    return f"| {row.panel} | {row.look} | `{bar}` | {wanted:g} | {' | '.join(ratios)} |"
-
-
-def main():
-    build, directory = (pathlib.Path(argument).resolve() for argument in sys.argv[1:3])
+def measure_panels(build, directory, *panels):
+    directory = pathlib.Path(directory).resolve()
     directory.mkdir(parents=True, exist_ok=True)
     print("| panel | theme | bar | wanted | solid | strokes |\n|---|---|---|---|---|---|", flush=True)
     rows = []
-    for panel in sys.argv[3:] or [*PANELS, *DESKTOPS]:
+    for panel in panels or [*PANELS, *DESKTOPS]:
         try:
             for row in measure(panel, build, directory):
-                print(cells(row), flush=True)
+                print(row, flush=True)
                 rows.append(row)
         except NotInstalled as missing:
             print(f"panels: no {panel} here, not installed: {missing}", file=sys.stderr)
     lowest = min((ratio for row in rows for ratio in row.contrasts.values()), default=0)
     print(f"\nlowest contrast: {lowest:.2f}")
-    return 0 if rows and all(is_seen(row) for row in rows) else 1
+    return bool(rows) and all(row.is_seen for row in rows)
+
+
+def random_switches(count):
+    """Every third one switches the dark mode, the others the theme."""
+    chosen = random.Random(5)
+    theme, is_dark = "Adwaita", True
+    for number in range(count):
+        if number % 3 == 2:
+            is_dark = not is_dark
+            yield f"{theme}, dark mode {is_dark}", ("xfce4-panel", "/panels/dark-mode", "bool", str(is_dark).lower())
+        else:
+            before, theme = theme, chosen.choice([name for name in THEMES if name != theme])
+            yield f"{before} to {theme}, dark mode {is_dark}", ("xsettings", "/Net/ThemeName", "string", theme)
+
+
+def measure_switches(build, count=45):
+    missing = [name for name in THEMES if not pathlib.Path("/usr/share/themes", name, "gtk-3.0").exists()]
+    if missing:
+        sys.exit(f"panels: themes not installed: {', '.join(missing)}")
+    low, stale, lowest = 0, 0, 21.0
+    with PanelSession("xfce4-panel", "dark", has_neighbours=True) as session:
+        session.start_item(build, draw_shapes(session.directory)["solid"])
+        places = session.panel.own_colour(session.bar)
+        for name, setting in random_switches(int(count)):
+            set_xfconf(session, *setting)
+            time.sleep(AFTER_SWITCH)
+            picture = session.settled()
+            bar = main_colour(picture, session.bar)
+            clock, icon = (ink_colour(picture, place, bar) for place in places)
+            ratio = contrast(icon, bar)
+            is_stale = max(abs(a - b) for a, b in zip(icon, clock)) > SAME
+            low += ratio < TEXT
+            stale += is_stale
+            lowest = min(lowest, ratio)
+            if ratio < TEXT or is_stale:
+                print(f"{name}: contrast {ratio:.2f}, bar {bar}, clock {clock}, icon {icon}", flush=True)
+    print(f"{count} switches: {low} below {TEXT}, {stale} not in the clock's colour, lowest contrast {lowest:.2f}")
+    return not low and not stale
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    build, *arguments = sys.argv[1:]
+    build = pathlib.Path(build).resolve()
+    if arguments[0] == "--switches":
+        sys.exit(not measure_switches(build, *arguments[1:]))
+    sys.exit(not measure_panels(build, *arguments))

@@ -82,9 +82,10 @@ def switch_lxqt(session, theme):
 
 def configure_lxqt(session):
     switch_lxqt(session, session.theme)
-    plugins = "statusnotifier"
+    plugins = ["statusnotifier"]
     if session.has_neighbours:
-        plugins = f"showdesktop, directorymenu, {plugins}, mount, worldclock"
+        plugins = ["showdesktop", "directorymenu", *plugins, "mount", "worldclock"]
+    sections = "".join(f"\n[{plugin}]\ntype={plugin}\nalignment=Right\n" for plugin in plugins)
     session.write(
         "lxqt/panel.conf",
         f"""panels=panel1
@@ -99,28 +100,8 @@ iconSize=22
 width=100
 width-percent=true
 animation-duration=0
-plugins={plugins}
-
-[statusnotifier]
-type=statusnotifier
-alignment=Right
-
-[showdesktop]
-type=showdesktop
-alignment=Right
-
-[directorymenu]
-type=directorymenu
-alignment=Right
-
-[mount]
-type=mount
-alignment=Right
-
-[worldclock]
-type=worldclock
-alignment=Right
-""",
+plugins={", ".join(plugins)}
+{sections}""",
     )
 
 

@@ -100,6 +100,31 @@ def draw_shapes(directory):
     return files
 
 
+def zoomed(picture, zoom):
+    return picture.resize((picture.width * zoom, picture.height * zoom), Image.Resampling.NEAREST)
+
+
+def beside(pictures):
+    """One picture of several, from left to right."""
+    sheet = Image.new("RGB", (sum(each.width for each in pictures), max(each.height for each in pictures)), "white")
+    left = 0
+    for each in pictures:
+        sheet.paste(each, (left, 0))
+        left += each.width
+    return sheet
+
+
+def stacked(pictures, gap=0):
+    """One picture of several, from top to bottom."""
+    width, height = max(each.width for each in pictures), sum(each.height + gap for each in pictures) - gap
+    sheet = Image.new("RGB", (width, height), "white")
+    top = 0
+    for each in pictures:
+        sheet.paste(each, (0, top))
+        top += each.height + gap
+    return sheet
+
+
 class Icon(NamedTuple):
     box: Box
     ground: tuple  # the colour under it
