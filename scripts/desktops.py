@@ -252,7 +252,7 @@ DESKTOPS["plasma-wayland"] = replace(
     screen=KWinScreen,
     menu_border=8,
     companions=([f"kded{PLASMA}"],),
-    environment={**WAYLAND, **KDE, "KWIN_SCREENSHOT_NO_PERMISSION_CHECKS": "1"},
+    environment={**WAYLAND, **KDE},
 )
 DESKTOPS["gnome-wayland"] = replace(
     DESKTOPS["gnome"],

@@ -1,68 +1,36 @@
 """The Wayland compositors of Plasma and GNOME without a monitor, with a hand on the mouse."""
 
-import contextlib
-import pathlib
 import shutil
-import subprocess
 
 from PIL import Image
-from screens import BUTTONS
+from screens import BUTTONS, XScreen
 from servers import wait_for
 
 SOCKET = "tray-session"
 CLIENTS = {"WAYLAND_DISPLAY": SOCKET, "GDK_BACKEND": "wayland", "QT_QPA_PLATFORM": "wayland"}
 
 
-class KWinScreen:
-    programs = ("kwin_wayland",)
+class KWinScreen(XScreen):
+    """KWin in a window of Xvfb, because KWin 6 needs a GPU for pictures of a screen without a monitor.
+
+    KWin handles the X server's clicks as a user's and grants activation tokens for them.
+    """
+
+    programs = (*XScreen.programs, "kwin_wayland")
     refuses_root = True
     needs_bus = True
 
     def start(self, session):
-        self.session = session
-        # KWin looks up what a client may do in the desktop file of the client's program, here the interpreter's own. Without
-        # such checks it would give plasmashell no activation tokens, because it finds out in the same place who may have any.
-        python = pathlib.Path("/usr/bin/python3").resolve()
-        entry = session.directory / f"data/applications/{python.name}.desktop"
-        entry.parent.mkdir()
-        may = "X-KDE-Wayland-Interfaces=org_kde_kwin_fake_input"
-        entry.write_text(f"[Desktop Entry]\nType=Application\nName=Pointer\nExec={python}\n{may}\n")
-        # Its file capability, for a real-time priority, keeps it from starting in a container. A copy has none.
+        super().start(session)
+        # The file capability of KWin, for a real-time priority, prevents a start in a container. A copy has none.
         kwin = shutil.copy(shutil.which("kwin_wayland"), session.directory / "kwin_wayland")
         size = ["--width", session.size[0], "--height", session.size[1]]
         options = ["--socket", SOCKET, "--no-lockscreen", "--no-global-shortcuts", "--no-kactivities"]
-        session.spawn([kwin, "--virtual", *size, *options])
-        path = session.directory / "run" / SOCKET
-        wait_for(path.exists, "kwin")
+        session.spawn([kwin, "--x11-display", self.name, *size, *options])
+        wait_for((session.directory / "run" / SOCKET).exists, "kwin")
         wait_for(lambda: session.name_has_owner("org.kde.KWin"), "kwin on the bus")
+        del session.environment["DISPLAY"]  # KWin's alone
         session.environment.update(CLIENTS)
-        client = pathlib.Path(__file__).with_name("kwin_client.py")
-        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
-        self.client = session.spawn(["/usr/bin/python3", "-B", client, path, *session.size], **pipes)
-
-    def _tell(self, command, answer=1):
-        self.client.stdin.write(f"{command}\n".encode())
-        self.client.stdin.flush()
-        data = self.client.stdout.read(answer)
-        if len(data) < answer:
-            raise RuntimeError(f"{command} failed: {self.session.log_tail()}")
-        return data
-
-    def picture(self):
-        width, height = self.session.size
-        return Image.frombytes("RGBA", (width, height), self._tell("look", 4 * width * height), "raw", "BGRA").convert("RGB")
-
-    def move(self, x, y):
-        self._tell(f"move {x} {y}")
-
-    def press(self, button, times=1):
-        for _ in range(times):
-            self._tell(f"press {BUTTONS[button]}")
-
-    def stop(self):
-        with contextlib.suppress(AttributeError):
-            self.client.stdin.close()
-            self.client.stdout.close()
 
 
 # A pointer in the shell itself, which lets nobody but portals make an input device. A press ends with the frame that
