@@ -11,7 +11,6 @@ namespace quill::freedesktop {
 std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
   const auto address = sessionBusAddress();
   if (!address) return nullptr;
-  iconFolders_.sweepOnce();
   return StatusItem::make(length, mainQueue_,
                           std::make_unique<StatusNotifierPresenter>(*this, mainQueue_, iconFolders_, *address));
 }

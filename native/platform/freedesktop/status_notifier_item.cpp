@@ -68,7 +68,7 @@ const sd_bus_vtable StatusNotifierItem::kVtable[] = {
     SD_BUS_VTABLE_END};
 
 StatusNotifierItem::StatusNotifierItem(Bus& bus, GlibMainQueue& queue, std::function<void(EventType)> clicked)
-    : bus_(bus), clicked_(std::move(clicked)), replaced_(queue), rest_(queue, [this] {
+    : bus_(bus), clicked_(std::move(clicked)), rest_(queue, [this] {
         isMoving_ = false;
         writeFile();
         signal("NewIcon");
@@ -134,16 +134,17 @@ void StatusNotifierItem::setBar(const Bar& bar) {
 }
 
 void StatusNotifierItem::repaint() {
-  if (!file_) return;
+  if (fileName_.empty()) return;
   hasLongPath_ = panel_->keepsPaintedIcon && !hasLongPath_;
   signal("NewIcon");
 }
 
 void StatusNotifierItem::writeFile() {
-  replaced_.keep(std::exchange(file_, nullptr));
+  fileName_.clear();
   if (!folder_ || !icon_ || isMoving_ || bar_.isOfOtherColours) return;
   const auto svg = symbolicSvg(icon_->shape(), *panel_);
-  if (!svg.empty()) file_ = folder_->file(symbolicName(svg), svg);
+  auto name = symbolicName(svg);
+  if (!svg.empty() && folder_->write(name, svg)) fileName_ = std::move(name);
 }
 
 void StatusNotifierItem::signal(const char* member, const char* argument) {
@@ -178,8 +179,8 @@ std::string StatusNotifierItem::themePath() const {
 }
 
 void StatusNotifierItem::appendIconName(MessageWriter& to) const {
-  if (!file_) return appendEmpty(to);
-  to.append(panel_->icon == IconForm::file ? folder_->path() + '/' + file_->name() + ".svg" : file_->name());
+  const bool isPath = panel_->icon == IconForm::file && !fileName_.empty();
+  to.append(isPath ? folder_->path() + '/' + fileName_ + ".svg" : fileName_);
 }
 
 void StatusNotifierItem::appendIconThemePath(MessageWriter& to) const { to.append(themePath()); }

@@ -13,7 +13,6 @@
 #include "icon_folder.h"
 #include "icon_rendering.h"
 #include "panel.h"
-#include "replaced_icons.h"
 #include "status_item.h"
 
 namespace quill::freedesktop {
@@ -76,13 +75,12 @@ class StatusNotifierItem {
   std::shared_ptr<const IconRendering> icon_;  // null: no icon
   const Panel* panel_ = &kUnknownPanel;
   std::shared_ptr<IconFolder> folder_;
-  std::shared_ptr<const IconFile> file_;  // null where the panel reads pixels
+  std::string fileName_;  // in folder_, without ".svg"; empty where the panel reads pixels
   Bar bar_;
   bool hasLongPath_ = false;  // the folder's path has one slash more
   bool isMoving_ = false;
   std::shared_ptr<const IconRendering> atRest_;  // the last icon that was shown for longer than a moment
   std::chrono::nanoseconds shownAt_{};           // of CLOCK_MONOTONIC
-  ReplacedIcons replaced_;
   OneShotTimer rest_;
   ActivationToken activationToken_;
 };

@@ -1,49 +1,45 @@
 #pragma once
 
-#include <map>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "file_descriptor.h"
 
 namespace quill::freedesktop {
 
-class IconFile;
-
 /// A folder for icons that a panel reads as files. The destructor removes it. Only this user can read it. It lies in
-/// the user's runtime directory, which is in memory, so that a write waits for no disk. Any thread.
-class IconFolder : public std::enable_shared_from_this<IconFolder> {
+/// the user's runtime directory, which is in memory, so that a write waits for no disk. Main thread.
+class IconFolder {
  public:
-  /// Null where there is no runtime directory, or one that panels do not see: a sandbox's own.
+  /// The number of files that the folder keeps, because a panel may read an icon's name before the icon is replaced and
+  /// open the file after it.
+  static constexpr std::size_t kMaxFiles = 64;
+
+  /// Also removes the folders of processes that were killed. Null where there is no runtime directory, or one that
+  /// panels do not see: a sandbox's own.
   static std::shared_ptr<IconFolder> make();
-  /// Removes what processes that were killed have left behind.
-  static void sweep();
   /// For make(), which has just made the folder.
   explicit IconFolder(std::string path);
   IconFolder(const IconFolder&) = delete;
   IconFolder& operator=(const IconFolder&) = delete;
-  ~IconFolder();
+  ~IconFolder() { remove(); }
 
   const std::string& path() const { return path_; }
-  /// Writes `text`, or returns the file that already has that name, because a name belongs to one text. Null if the
-  /// file cannot be written.
-  std::shared_ptr<const IconFile> file(const std::string& name, std::string_view text);
-  /// Removes the folder for good, unless another call is under way.
-  void remove();
+  /// Makes `name` the newest file, with `text`, and removes the oldest beyond kMaxFiles. Writes nothing if the folder
+  /// has the file, because a name belongs to one text. False if the file cannot be written.
+  bool write(const std::string& name, std::string_view text);
+  /// Removes the folder for good. Any thread.
+  void remove() const;
 
  private:
-  friend class IconFile;
-  bool write(const std::string& fileName, std::string_view text) const;
-  void release(const std::string& name);
+  bool writeNew(const std::string& name, std::string_view text) const;
 
   const std::string path_;
   posix::FileDescriptor directory_;  // locked as long as the folder is in use
-  std::mutex mutex_;                 // guards what follows
-  bool isRemoved_;
-  std::map<std::string, std::weak_ptr<const IconFile>> files_;
+  std::deque<std::string> names_;    // of the files, the oldest first
 };
 
 /// The folder that all items of the process share while a panel reads files. Any thread.
@@ -53,30 +49,11 @@ class IconFolders {
   std::shared_ptr<IconFolder> open();
   /// Removes the folder for good, as the process ends.
   void close();
-  /// Removes what killed processes left behind; does so the first time only.
-  void sweepOnce();
 
  private:
   std::mutex mutex_;  // guards what follows
-  bool isSwept_ = false;
   bool isClosed_ = false;
   std::weak_ptr<IconFolder> folder_;
-};
-
-/// One icon in a folder; its file is removed with the object.
-class IconFile {
- public:
-  IconFile(std::weak_ptr<IconFolder> folder, std::string name) : folder_(std::move(folder)), name_(std::move(name)) {}
-  IconFile(const IconFile&) = delete;
-  IconFile& operator=(const IconFile&) = delete;
-  ~IconFile();
-
-  /// As panels ask for it: without the file's ".svg".
-  const std::string& name() const { return name_; }
-
- private:
-  std::weak_ptr<IconFolder> folder_;
-  std::string name_;
 };
 
 }  // namespace quill::freedesktop
