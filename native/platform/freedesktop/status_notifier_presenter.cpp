@@ -24,7 +24,8 @@ StatusNotifierPresenter::StatusNotifierPresenter(quill::Desktop& desktop, GlibMa
             }}),
       item_(bus_, queue, [this](EventType type) { clicked(type); }),
       menu_(bus_, hostCalls_, [this] { return item_.takeActivationToken(); }),
-      barColours_(bus_, queue, {[this] { item_.repaint(); }, [this](const Bar& bar) { item_.setBar(bar); }}),
+      barColours_(
+          bus_, queue, [this] { item_.repaint(); }, [this](const Bar& bar) { item_.setBar(bar); }),
       xembedTray_(queue, StatusNotifierItem::kPath, [this] { item_.setBar({}); }),
       registration_(queue, StatusNotifierItem::kPath, xembedTray_, [this, &iconFolders](const Panel& panel) {
         item_.setPanel(panel, panel.icon != IconForm::pixels ? iconFolders.open() : nullptr);

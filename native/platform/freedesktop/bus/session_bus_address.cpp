@@ -5,7 +5,6 @@
 #include <sys/un.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <string_view>
 
 #include "glib_handles.h"
@@ -77,7 +76,7 @@ std::optional<std::string> usableAddress(std::string_view address) {
 }  // namespace
 
 std::optional<std::string> sessionBusAddress() {
-  if (const char* address = std::getenv("DBUS_SESSION_BUS_ADDRESS"); address != nullptr && *address != '\0') {
+  if (const auto address = environmentVariable("DBUS_SESSION_BUS_ADDRESS"); !address.empty()) {
     return usableAddress(address);
   }
   const auto directory = runtimeDirectory();

@@ -3,29 +3,69 @@
 #include <utility>
 
 #include "member_callbacks.h"
+#include "process_queue.h"
+#include "report.h"
 
 namespace quill::freedesktop {
+namespace {
 
-BarColours::BarColours(Bus& bus, GlibMainQueue& queue, Handlers handlers)
+/// Reads the bar, and reads it again whenever the last reading's descriptor becomes readable.
+class ReadSource final : public BarSource {
+ public:
+  ReadSource(GlibMainQueue& queue, Told told, ReadBar read)
+      : queue_(queue), told_(std::move(told)), read_(std::move(read)) {}
+
+  /// The thread ends with the answer.
+  void ask() override {
+    if (!read_) return;
+    posix::ProcessQueue queue("quill.tray.panel", posix::Priority::utility);
+    queue.submit([answered = std::weak_ptr(answered_), read = read_] {
+      completes([&] {
+        GlibMainQueue().post([answered, reading = read()] {
+          if (const auto handler = answered.lock()) (*handler)(reading);
+        });
+      });
+    });
+  }
+
+ private:
+  void answered(const BarReading& reading) {
+    if (reading.descriptor >= 0) change_ = callWhenReadable(queue_, reading.descriptor, [this] { ask(); });
+    if (reading.tone) told_({*reading.tone, false});
+  }
+
+  GlibMainQueue& queue_;
+  Told told_;
+  ReadBar read_;  // empty: nothing tells
+  SourceHandle change_;
+  std::shared_ptr<std::function<void(const BarReading&)>> answered_ =
+      std::make_shared<std::function<void(const BarReading&)>>([this](const auto& reading) { answered(reading); });
+};
+
+}  // namespace
+
+BarColours::BarColours(Bus& bus, GlibMainQueue& queue, const std::function<void()>& changed, BarSource::Told told)
     : bus_(bus),
       queue_(queue),
-      handlers_(std::move(handlers)),
-      repaints_{OneShotTimer(queue, handlers_.changed), OneShotTimer(queue, handlers_.changed)} {}
+      told_(std::move(told)),
+      repaints_{OneShotTimer(queue, changed), OneShotTimer(queue, changed)} {}
 
 void BarColours::follow(const Panel& panel) {
   leave();
   panel_ = &panel;
-  sd_bus* const bus = bus_.connection();
   for (std::size_t i = 0; i < matches_.size(); ++i) {
-    if (panel.themeSignals[i] == nullptr || bus == nullptr) continue;
     sd_bus_slot* slot = nullptr;
-    sd_bus_add_match_async(bus, &slot, panel.themeSignals[i], call<&BarColours::onThemeSignal>, nullptr, this);
+    if (panel.themeSignals[i] != nullptr) {
+      sd_bus_add_match_async(bus_.connection(), &slot, panel.themeSignals[i], call<&BarColours::onThemeSignal>, nullptr,
+                             this);
+    }
     matches_[i].reset(slot);
   }
-  if (panel.toneSource == ToneSource::xfconf) source_ = makeXfceBar(bus_, handlers_.told);
-  if (panel.toneSource == ToneSource::lxqtTheme) source_ = makeReadBar(queue_, handlers_.told, lxqtBar());
-  if (panel.toneSource == ToneSource::plasmaStyle) source_ = makeReadBar(queue_, handlers_.told, plasmaBar());
-  if (panel.toneSource == ToneSource::trayColours) source_ = makeReadBar(queue_, handlers_.told, x11TrayBar());
+  const auto follow = [this](ReadBar read) { source_ = std::make_unique<ReadSource>(queue_, told_, std::move(read)); };
+  if (panel.toneSource == ToneSource::xfconf) source_ = makeXfceBar(bus_, told_);
+  if (panel.toneSource == ToneSource::lxqtTheme) follow(lxqtBar());
+  if (panel.toneSource == ToneSource::plasmaStyle) follow(plasmaBar());
+  if (panel.toneSource == ToneSource::trayColours) follow(x11TrayBar());
   if (source_) source_->ask();
 }
 

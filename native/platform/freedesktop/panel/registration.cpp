@@ -198,17 +198,11 @@ void Registration::recognise() {
 
 void Registration::registerItem() {
   ++attempts_;
-  sd_bus_message* created = nullptr;
-  if (sd_bus_message_new_method_call(bus_, &created, kWatcher, kWatcherPath, kWatcher, "RegisterStatusNotifierItem") <
-      0) {
-    return;  // the connection is closed, and the next one queries again
-  }
-  const MessageHandle request(created);
   sd_bus_slot* slot = nullptr;
-  if (sd_bus_message_set_auto_start(created, 0) >= 0 && sd_bus_message_append(created, "s", path_) >= 0 &&
-      sd_bus_call_async(bus_, &slot, created, call<&Registration::onRegistered>, this, 0) >= 0) {
-    registration_.reset(slot);
-  }
+  // Fails if the connection is closed; the next connection queries again.
+  sd_bus_call_method_async(bus_, &slot, kWatcher, kWatcherPath, kWatcher, "RegisterStatusNotifierItem",
+                           call<&Registration::onRegistered>, this, "s", path_);
+  registration_.reset(slot);
 }
 
 }  // namespace quill::freedesktop

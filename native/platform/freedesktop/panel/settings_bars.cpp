@@ -1,13 +1,13 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <cstdlib>
 #include <fstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "bar_source.h"
+#include "bar_colours.h"
+#include "sandbox.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -15,16 +15,11 @@ namespace {
 /// Themes of lxqt-themes with a light bar.
 constexpr std::array<std::string_view, 4> kLightLxqtThemes = {"Clearlooks", "KDE-Plasma", "light", "system"};
 
-std::string variable(const char* name) {
-  const char* const value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
-
 /// The files of that name in which a desktop looks for its settings, the user's first.
 std::vector<std::string> settingsFiles(std::string_view name) {
-  auto home = variable("XDG_CONFIG_HOME");
-  if (home.empty()) home = variable("HOME") + "/.config";
-  auto directories = variable("XDG_CONFIG_DIRS");
+  auto home = environmentVariable("XDG_CONFIG_HOME");
+  if (home.empty()) home = environmentVariable("HOME") + "/.config";
+  auto directories = environmentVariable("XDG_CONFIG_DIRS");
   if (directories.empty()) directories = "/etc/xdg";
   const auto searched = home + ':' + directories + ":/usr/share";
   std::vector<std::string> files;

@@ -6,7 +6,8 @@
 #include <optional>
 #include <string>
 
-#include "bar_source.h"
+#include "bar_colours.h"
+#include "sandbox.h"
 #include "shared_library.h"
 
 namespace quill::freedesktop {
@@ -111,10 +112,10 @@ class TrayColours : XcbLibrary {
 }  // namespace
 
 ReadBar x11TrayBar() {
-  const char* const display = std::getenv("DISPLAY");
-  if (display == nullptr || std::getenv("WAYLAND_DISPLAY") != nullptr) return {};
+  auto display = environmentVariable("DISPLAY");
+  if (display.empty() || !environmentVariable("WAYLAND_DISPLAY").empty()) return {};
   // The connection is made in the first reading, because it waits for the disk and the display.
-  return [display = std::string(display), colours = std::make_shared<std::unique_ptr<TrayColours>>()] {
+  return [display = std::move(display), colours = std::make_shared<std::unique_ptr<TrayColours>>()] {
     if (!*colours) *colours = std::make_unique<TrayColours>(display);
     return (*colours)->read();
   };

@@ -1,10 +1,9 @@
 #include "xembed_tray.h"
 
-#include <cstdlib>
-#include <string_view>
 #include <utility>
 
 #include "member_callbacks.h"
+#include "sandbox.h"
 
 namespace quill::freedesktop {
 namespace {
@@ -21,13 +20,9 @@ constexpr std::chrono::milliseconds kMaxCallDelay{3'600'000};
 /// If the program ran for longer, its end has a new cause, and the delays start at the first one.
 constexpr std::chrono::minutes kSettled{1};
 
-std::string_view setting(const char* name) {
-  const char* const value = std::getenv(name);
-  return value != nullptr ? value : "";
-}
-
 bool isPossible() {
-  return !setting("DISPLAY").empty() && setting("WAYLAND_DISPLAY").empty() && setting("QUILL_TRAY_XEMBED") != "0";
+  return !environmentVariable("DISPLAY").empty() && environmentVariable("WAYLAND_DISPLAY").empty() &&
+         environmentVariable("QUILL_TRAY_XEMBED") != "0";
 }
 
 }  // namespace
@@ -90,8 +85,8 @@ void XEmbedTray::show() {
     programEnd_.reset(std::exchange(slot, nullptr));
   }
   sd_bus_call_method_async(bus_, &slot, kTrayProgram, kTrayProgramPath, kTrayProgram, "Show",
-                           call<&XEmbedTray::onShown>, this, "oss", path_, setting("DISPLAY").data(),
-                           setting("XAUTHORITY").data());
+                           call<&XEmbedTray::onShown>, this, "oss", path_, environmentVariable("DISPLAY").c_str(),
+                           environmentVariable("XAUTHORITY").c_str());
   request_.reset(slot);
   use_ = Use::asked;
 }

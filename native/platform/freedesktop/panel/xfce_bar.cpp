@@ -4,7 +4,7 @@
 #include <string_view>
 #include <utility>
 
-#include "bar_source.h"
+#include "bar_colours.h"
 #include "member_callbacks.h"
 #include "sd_bus_handles.h"
 
@@ -36,14 +36,9 @@ class XfceBar final : public BarSource {
 
  private:
   void query(sd_bus_message_handler_t answered, const char* method, const char* channel, const char* property) {
-    sd_bus* const bus = bus_.connection();
-    sd_bus_message* created = nullptr;
-    if (bus == nullptr || sd_bus_message_new_method_call(bus, &created, kXfconf, kXfconfPath, kXfconf, method) < 0)
-      return;
-    const MessageHandle request(created);
     sd_bus_slot* slot = nullptr;
-    if (sd_bus_message_set_auto_start(created, 0) >= 0 && sd_bus_message_append(created, "ss", channel, property) >= 0)
-      sd_bus_call_async(bus, &slot, created, answered, this, 0);
+    sd_bus_call_method_async(bus_.connection(), &slot, kXfconf, kXfconfPath, kXfconf, method, answered, this, "ss",
+                             channel, property);
     query_.reset(slot);
   }
 

@@ -3,22 +3,23 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <utility>
 
 namespace quill::freedesktop {
-namespace {
 
-bool isSet(const char* variable) {
-  const char* value = std::getenv(variable);
-  return value != nullptr && *value != '\0';
+std::string environmentVariable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value != nullptr ? value : "";
 }
 
-}  // namespace
-
-bool isSandboxed() { return isSet("SNAP") || isSet("container") || access("/.flatpak-info", F_OK) == 0; }
+bool isSandboxed() {
+  return !environmentVariable("SNAP").empty() || !environmentVariable("container").empty() ||
+         access("/.flatpak-info", F_OK) == 0;
+}
 
 std::optional<std::string> runtimeDirectory() {
-  const char* const directory = std::getenv("XDG_RUNTIME_DIR");
-  return directory != nullptr && *directory == '/' ? std::optional<std::string>(directory) : std::nullopt;
+  auto directory = environmentVariable("XDG_RUNTIME_DIR");
+  return directory.starts_with('/') ? std::optional(std::move(directory)) : std::nullopt;
 }
 
 }  // namespace quill::freedesktop
