@@ -33,7 +33,7 @@ class Suite:
         versions = dict(line.split() for line in self.read("versions").splitlines())
         for library, package in LIBRARIES.items():
             self.cells[library] = versions.get(package, "")
-        for step, what in (("setup", "package"), ("setup-panels", "panel")):
+        for step, what in (("setup", "package"), ("setup-panels", "panel"), ("setup-desktops", "desktop")):
             self.require(step, f"not every {what} can be installed")
         if self.require("build", "it does not build"):
             for run in ("tests", "panels"):
