@@ -1,13 +1,39 @@
 #include "common_log_manager.h"
 
+#include <chrono>
 #include <new>
 #include <utility>
 
-#include "log_line.h"
 #include "no_destructor.h"
 
 namespace quill {
 
+namespace {
+
+/// "yyyy-MM-dd HH:mm:ss.SSS"
+std::string timestampOf(std::chrono::local_time<std::chrono::milliseconds> time) {
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(time - day);
+  std::string stamp = "0000-00-00 00:00:00.000";
+  const auto put = [&stamp](std::size_t end, std::size_t digits, auto number) {
+    auto value = static_cast<unsigned>(number);
+    for (auto at = end; at > end - digits; value /= 10) stamp[--at] = static_cast<char>('0' + value % 10);
+  };
+  put(4, 4, static_cast<int>(date.year()));
+  put(7, 2, static_cast<unsigned>(date.month()));
+  put(10, 2, static_cast<unsigned>(date.day()));
+  put(13, 2, clock.hours().count());
+  put(16, 2, clock.minutes().count());
+  put(19, 2, clock.seconds().count());
+  put(23, 3, clock.subseconds().count());
+  return stamp;
+}
+
+}  // namespace
+
+/// The bytes of a line beside its three texts: timestamp, punctuation and line feed.
+constexpr std::size_t kLineOverhead = 31;
 /// The memory of a waiting line beside its text, in bytes.
 constexpr std::size_t kJobSize = 256;
 
@@ -38,9 +64,12 @@ std::optional<std::filesystem::path> CommonLogManager::getLogFileURL() {
 }
 
 void CommonLogManager::log(std::string_view message, std::string_view level, std::string_view module) {
-  LogLine line(environment_.now(), level, module, message);
-  environment_.writeConsole(line.forConsole());
-  auto text = std::move(line).forFile();
+  std::string text;
+  text.reserve(kLineOverhead + level.size() + module.size() + message.size());
+  text.append("[").append(timestampOf(environment_.now())).append("][").append(level).append("]");
+  const auto consoleStart = text.size();  // the console's line is the tail of the file's
+  text.append("[").append(module).append("] ").append(message) += '\n';
+  environment_.writeConsole(std::string_view(text).substr(consoleStart));
   const auto size = kJobSize + text.size();
   // Subtracts the line's size when the job is destroyed, also by a queue that had no memory for it.
   const auto subtract = [self = shared_from_this(), size](void*) { self->waitingBytes_ -= size; };
