@@ -42,14 +42,14 @@ void requireRoundTrip(const Records& records) {
 }
 
 void requireSendable(const freedesktop::MenuEntry& entry, const freedesktop::Panel& panel) {
-  freedesktop::EntryProperties::all().forEach([&](freedesktop::EntryProperty property) {
-    const auto value = entry.value(property, panel);
-    if (!value) return;
+  for (unsigned number = 0; number < freedesktop::kEntryProperties; ++number) {
+    const auto value = entry.value(freedesktop::EntryProperty{number}, panel);
+    if (!value) continue;
     if (const auto* text = std::get_if<std::string>(&*value)) require(isSendable(*text));
     if (const auto* keys = std::get_if<freedesktop::KeyNames>(&*value)) {
       for (const auto& key : *keys) require(isSendable(key));
     }
-  });
+  }
 }
 
 void readMenu(const std::string& text) {

@@ -26,7 +26,6 @@ int refuseSize(sd_bus_error* error) {
 
 /// Reads a list of property names; an empty list means all. Negative: the error.
 int readProperties(sd_bus_message* from, EntryProperties& properties, sd_bus_error* error) {
-  properties = {};
   int names = 0;
   int result = sd_bus_message_enter_container(from, 'a', "s");
   for (const char* name = nullptr; result > 0; ++names) {
@@ -35,7 +34,7 @@ int readProperties(sd_bus_message* from, EntryProperties& properties, sd_bus_err
     if (names == kMaxNames) return refuseSize(error);
     if (const auto property = entryPropertyNamed(name)) properties.insert(*property);
   }
-  if (names == 0) properties = EntryProperties::all();
+  for (unsigned i = 0; names == 0 && i < kEntryProperties; ++i) properties.insert(EntryProperty{i});
   return result < 0 ? result : sd_bus_message_exit_container(from);
 }
 
@@ -127,7 +126,7 @@ void DBusMenu::signalChanges(sd_bus* bus, const std::vector<MenuLayout::Change>&
       to.container('r', "ias", [&] {
         to.append(change.id);
         to.container('a', "s", [&] {
-          change.removed.forEach([&](EntryProperty property) { to.append(nameOf(property).data()); });
+          for (const auto property : change.removed) to.append(nameOf(property).data());
         });
       });
     }

@@ -25,23 +25,23 @@ void appendVariant(MessageWriter& to, const EntryValue& value) {
   }
 }
 
-void appendProperties(MessageWriter& to, const MenuEntry& entry, const Panel& panel, EntryProperties properties,
-                      EntryProperties always) {
+void appendProperties(MessageWriter& to, const MenuEntry& entry, const Panel& panel, const EntryProperties& properties,
+                      const EntryProperties& always) {
   to.container('a', "{sv}", [&] {
-    properties.forEach([&](EntryProperty property) {
+    for (const auto property : properties) {
       auto value = entry.value(property, panel);
       if (!value && always.contains(property)) value = defaultOf(property);
-      if (!value) return;
+      if (!value) continue;
       to.container('e', "sv", [&] {
         to.append(nameOf(property).data());
         appendVariant(to, *value);
       });
-    });
+    }
   });
 }
 
 void appendEntry(MessageWriter& to, const MenuLayout& layout, std::size_t index, const Panel& panel,
-                 EntryProperties properties, std::int32_t depth) {
+                 const EntryProperties& properties, std::int32_t depth) {
   const auto& entries = layout.entries();
   to.container('r', "ia{sv}av", [&] {
     to.append(layout.idOf(index));

@@ -173,13 +173,14 @@ std::optional<std::vector<MenuLayout::Change>> MenuLayout::updateInPlace(const F
     const auto before = entry;
     take(entry, *item);
     Change change{idOf(i), {}, {}};
-    EntryProperties::all().forEach([&](EntryProperty property) {
+    for (unsigned number = 0; number < kEntryProperties; ++number) {
+      const EntryProperty property{number};
       const auto value = entry.value(property, kUnknownPanel);
-      if (value == before.value(property, kUnknownPanel)) return;
+      if (value == before.value(property, kUnknownPanel)) continue;
       // Some panels leave an entry grey until the signal says that it is enabled.
       (value || property == EntryProperty::enabled ? change.updated : change.removed).insert(property);
-    });
-    if (!change.updated.empty() || !change.removed.empty()) changes.push_back(change);
+    }
+    if (!change.updated.empty() || !change.removed.empty()) changes.push_back(std::move(change));
   }
   return changes;
 }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -38,28 +39,7 @@ using EntryValue = std::variant<bool, std::int32_t, std::string, KeyNames>;
 /// The value that a panel assumes for a property that is not sent.
 EntryValue defaultOf(EntryProperty property);
 
-class EntryProperties {
- public:
-  static constexpr EntryProperties all() {
-    EntryProperties properties;
-    properties.bits_ = (1U << kEntryProperties) - 1;
-    return properties;
-  }
-  constexpr void insert(EntryProperty property) { bits_ |= bit(property); }
-  constexpr bool contains(EntryProperty property) const { return (bits_ & bit(property)) != 0; }
-  constexpr bool empty() const { return bits_ == 0; }
-
-  template <typename Visit>
-  void forEach(Visit visit) const {
-    for (unsigned i = 0; i < kEntryProperties; ++i) {
-      if (contains(EntryProperty{i})) visit(EntryProperty{i});
-    }
-  }
-
- private:
-  static constexpr unsigned bit(EntryProperty property) { return 1U << static_cast<unsigned>(property); }
-  unsigned bits_ = 0;
-};
+using EntryProperties = std::set<EntryProperty>;
 
 /// An item of a menu or of a menu below it. A list of them holds each item before the items below it.
 struct FlatItem {
