@@ -76,7 +76,7 @@ std::optional<Message> messageOf(const std::string& line, std::uint32_t serial) 
     g_dbus_message_set_body(message.get(), values);
   }
   gsize size = 0;
-  const std::unique_ptr<guchar, freedesktop::GFree> bytes(
+  const std::unique_ptr<guchar, Deleter<g_free>> bytes(
       g_dbus_message_to_blob(message.get(), &size, G_DBUS_CAPABILITY_FLAGS_NONE, nullptr));
   if (!bytes) return std::nullopt;
   return Message{std::string(reinterpret_cast<const char*>(bytes.get()), size), isCall && !isQuiet};

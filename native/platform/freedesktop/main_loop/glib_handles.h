@@ -4,6 +4,8 @@
 
 #include <memory>
 
+#include "deleter.h"
+
 namespace quill::freedesktop {
 
 struct SourceEnd {
@@ -17,9 +19,6 @@ using SourceHandle = std::unique_ptr<GSource, SourceEnd>;
 /// The ready time of a source that has none.
 constexpr gint64 kNever = -1;
 
-struct GFree {
-  void operator()(void* memory) const { g_free(memory); }
-};
-using GCharPointer = std::unique_ptr<char, GFree>;
+using GCharPointer = std::unique_ptr<char, Deleter<g_free>>;
 
 }  // namespace quill::freedesktop

@@ -5,24 +5,20 @@
 #include <memory>
 #include <utility>
 
+#include "deleter.h"
+
 namespace quill::freedesktop {
 
-struct ObjectUnref {
-  void operator()(gpointer object) const { g_object_unref(object); }
-};
 /// A reference of our own.
 template <typename Object>
-using ObjectPointer = std::unique_ptr<Object, ObjectUnref>;
+using ObjectPointer = std::unique_ptr<Object, Deleter<g_object_unref>>;
 
 template <typename Object>
 ObjectPointer<Object> holdObject(Object* object) {
   return ObjectPointer<Object>(static_cast<Object*>(g_object_ref(object)));
 }
 
-struct VariantUnref {
-  void operator()(GVariant* variant) const { g_variant_unref(variant); }
-};
-using VariantPointer = std::unique_ptr<GVariant, VariantUnref>;
+using VariantPointer = std::unique_ptr<GVariant, Deleter<g_variant_unref>>;
 
 /// A signal handler that this object disconnects. The object holds a reference to the sender. Connecting and
 /// disconnecting may call the host, because the host may watch its objects' references.

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "bar_colours.h"
+#include "deleter.h"
 #include "sandbox.h"
 #include "shared_library.h"
 
@@ -38,12 +39,9 @@ struct XcbLibrary : posix::SharedLibrary {
   QUILL_FUNCTION(xcb_get_property_value_length);
 };
 
-struct Free {
-  void operator()(void* memory) const { std::free(memory); }  // NOLINT(cppcoreguidelines-*): as libxcb allocates
-};
 template <typename Reply>
-std::unique_ptr<Reply, Free> own(Reply* reply) {
-  return std::unique_ptr<Reply, Free>(reply);
+std::unique_ptr<Reply, Deleter<std::free>> own(Reply* reply) {
+  return std::unique_ptr<Reply, Deleter<std::free>>(reply);
 }
 
 /// A connection to a display, to read the colour of its tray's text. One thread at a time.

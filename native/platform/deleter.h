@@ -1,0 +1,14 @@
+#pragma once
+
+namespace quill {
+
+/// Makes a std::unique_ptr call `function` for the object that it owns.
+template <auto function>
+struct Deleter {
+  template <typename Object>
+  void operator()(Object* object) const {
+    function(object);
+  }
+};
+
+}  // namespace quill
