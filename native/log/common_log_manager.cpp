@@ -10,12 +10,12 @@ namespace quill {
 
 namespace {
 
-/// "yyyy-MM-dd HH:mm:ss.SSS"
-std::string timestampOf(std::chrono::local_time<std::chrono::milliseconds> time) {
+/// Appends "yyyy-MM-dd HH:mm:ss.SSS".
+void appendTimestamp(std::string& text, std::chrono::local_time<std::chrono::milliseconds> time) {
   const auto day = std::chrono::floor<std::chrono::days>(time);
   const std::chrono::year_month_day date(day);
   const std::chrono::hh_mm_ss clock(time - day);
-  std::string stamp = "0000-00-00 00:00:00.000";
+  char stamp[] = "0000-00-00 00:00:00.000";
   const auto put = [&stamp](std::size_t end, std::size_t digits, auto number) {
     auto value = static_cast<unsigned>(number);
     for (auto at = end; at > end - digits; value /= 10) stamp[--at] = static_cast<char>('0' + value % 10);
@@ -27,7 +27,7 @@ std::string timestampOf(std::chrono::local_time<std::chrono::milliseconds> time)
   put(16, 2, clock.minutes().count());
   put(19, 2, clock.seconds().count());
   put(23, 3, clock.subseconds().count());
-  return stamp;
+  text.append(stamp);
 }
 
 }  // namespace
@@ -66,7 +66,9 @@ std::optional<std::filesystem::path> CommonLogManager::getLogFileURL() {
 void CommonLogManager::log(std::string_view message, std::string_view level, std::string_view module) {
   std::string text;
   text.reserve(kLineOverhead + level.size() + module.size() + message.size());
-  text.append("[").append(timestampOf(environment_.now())).append("][").append(level).append("]");
+  text += '[';
+  appendTimestamp(text, environment_.now());
+  text.append("][").append(level).append("]");
   const auto consoleStart = text.size();  // the console's line is the tail of the file's
   text.append("[").append(module).append("] ").append(message) += '\n';
   environment_.writeConsole(std::string_view(text).substr(consoleStart));
