@@ -5,25 +5,28 @@
 
 namespace quill {
 
-/// Runs the application's loop until `done`; false: the deadline came first.
+/// Runs the application's loop in `mode`, which is one of the common modes, until `done`. Returns false at the
+/// deadline.
 inline bool runUntil(const std::function<bool()>& done, NSString* mode = NSDefaultRunLoopMode) {
   const auto deadline = std::chrono::steady_clock::now() + 15s;
   while (!done() && std::chrono::steady_clock::now() < deadline) {
     @autoreleasepool {
-      [[NSApplication sharedApplication] nextEventMatchingMask:NSAnyEventMask
-                                                     untilDate:[NSDate dateWithTimeIntervalSinceNow:0.001]
-                                                        inMode:mode
-                                                       dequeue:YES];
+      // GNUstep takes the common modes for a mode of their own (gnustep-base 1.28).
+      for (NSString* each in @[ mode, NSRunLoopCommonModes ]) {
+        [[NSRunLoop mainRunLoop] runMode:each beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.001]];
+      }
     }
   }
   return done();
 }
 
-/// Until all that was posted so far has been presented.
+/// Runs the application's loop until the library has presented all changes so far, and until the loop's next turn,
+/// which releases old items.
 inline void settle() {
-  bool isPast = false;
-  appkit::Desktop::current().mainQueue().post([&] { isPast = true; });
-  EXPECT_TRUE(runUntil([&] { return isPast; }));
+  int turns = 0;
+  auto& queue = appkit::Desktop::current().mainQueue();
+  queue.post([&] { queue.post([&] { ++turns; }); });
+  EXPECT_TRUE(runUntil([&] { return turns > 0; }));
 }
 
 }  // namespace quill

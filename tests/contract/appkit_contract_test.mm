@@ -9,10 +9,7 @@ struct OnAppKit {
   MainQueue& queue = desktop.mainQueue();
   std::weak_ptr<StatusItem> item;
 
-  OnAppKit() {
-    standin::install();
-    desktop.mainQueue().repeat(std::chrono::hours(1), [] {});
-  }  // the first one takes a while to make
+  OnAppKit() { standin::install(); }
 
   std::chrono::nanoseconds now() { return std::chrono::steady_clock::now().time_since_epoch(); }
   void stall(std::chrono::nanoseconds duration) { std::this_thread::sleep_for(duration); }
@@ -28,29 +25,25 @@ struct OnAppKit {
     NSStatusBarButton* const button = [standin::newestItem button];
     return [button image] != nil && ![button isHidden] && standin::isVisible;
   }
-  void rightClick(const std::function<void(NSMenu*)>& user) {
+  void open(const std::function<void(NSMenu*)>& user) {
     settle();
     standin::user = user;
-    @autoreleasepool {
-      item.lock()->popUp(*item.lock()->announcedMenu(), {});
-    }
+    item.lock()->popUp(*item.lock()->announcedMenu(), {});
   }
   bool has(const std::string& title) {
     bool isThere = false;
-    rightClick([&](NSMenu* menu) { isThere = Value(standin::itemsOf(menu), Contains(title)); });
+    open([&](NSMenu* menu) { isThere = [menu indexOfItemWithTitle:appkit::toNSString(title)] >= 0; });
     return isThere;
+  }
+  void choose(const std::string& title) {
+    open([&](NSMenu* menu) { standin::choose(menu, title.c_str()); });
   }
   void click() {
     settle();
     standin::click(NSLeftMouseUp);
   }
-  void choose(const std::string& title) {
-    rightClick([&](NSMenu* menu) { standin::choose(menu, title); });
-  }
   bool isEmpty() {
-    @autoreleasepool {
-      settle();
-    }
+    settle();
     return standin::newestItem == nil;
   }
 };

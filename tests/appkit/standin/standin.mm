@@ -1,144 +1,146 @@
-// Enough of a menu bar to run the library under GNUstep. Proves what the library tells the platform, never what a Mac
+// Enough of a menu bar to run the library under GNUstep. Shows what the library calls on the platform, never what a Mac
 // makes of it.
 #include <QuartzCore/QuartzCore.h>
 
-#include <algorithm>
-#include <concepts>
-#include <map>
-
-namespace standin {
-std::vector<std::string> record;
-bool isDark = false, isVisible = false, refusesItems = false, namesNoDirectory = false;
-NSStatusItem* newestItem = nil;
-std::vector<NSView*> layered;
-std::string throwsAt;
-std::function<void(NSMenu*)> user = [](NSMenu*) {};
-}  // namespace standin
+#include <bit>
 
 namespace {
 
-NSEvent* currentEvent = nil;
-
-/// GNUstep knows the name of the common modes, but not what it means.
-NSArray* commonModes() { return @[ NSDefaultRunLoopMode, NSEventTrackingRunLoopMode, NSModalPanelRunLoopMode ]; }
+void print(NSString* format, ...) {
+  va_list values;
+  va_start(values, format);
+  std::printf("  %s\n", [[[[NSString alloc] initWithFormat:format arguments:values] autorelease] UTF8String]);
+  va_end(values);
+  std::fflush(stdout);
+}
 
 NSString* textOf(id value) {
-  if ([value isKindOfClass:[NSString class]]) return value;
   if ([value isKindOfClass:[NSFont class]]) return [NSString stringWithFormat:@"%g", [(NSFont*)value pointSize]];
-  if ([value isKindOfClass:[NSImage class]]) return NSStringFromSize([(NSImage*)value size]);
-  if ([value isKindOfClass:[NSURL class]]) return [value absoluteString];
-  if ([value isKindOfClass:[NSAppearance class]]) return [value name];
-  if ([value isKindOfClass:[NSColor class]]) return [value isEqual:[NSColor clearColor]] ? @"clear" : @"other";
-  if (![value isKindOfClass:[NSAttributedString class]]) return NSStringFromClass([value class]);
-  NSFont* const font = [value attribute:NSFontAttributeName atIndex:0 effectiveRange:nullptr];
-  return [NSString stringWithFormat:@"%@ in size %@", [value string], textOf(font)];
-}
-NSString* textOf(SEL value) { return NSStringFromSelector(value); }
-NSString* textOf(NSRect value) { return NSStringFromRect(value); }
-NSString* textOf(std::convertible_to<double> auto value) {
-  return [NSString stringWithFormat:@"%g", static_cast<double>(value)];
+  if ([value isKindOfClass:[NSImage class]]) {
+    return [NSString stringWithFormat:@"%@ template %d", NSStringFromSize([(NSImage*)value size]), [value isTemplate]];
+  }
+  if ([value isKindOfClass:[NSImageView class]]) {
+    NSImageView* const view = value;
+    return [NSString stringWithFormat:@"view %lu in superview %d hidden %d alpha %g resized %lu scaled %lu showing %@",
+                                      [[[view superview] subviews] indexOfObject:view], [view superview] != nil,
+                                      [view isHidden], [view alphaValue], [view autoresizingMask], [view imageScaling],
+                                      textOf([view image])];
+  }
+  return NSStringFromClass([value class]);
 }
 
-template <typename Value>
-void note(const std::string& what, Value value) {
-  const char* const where = [NSThread isMainThread] ? "" : "off the main thread: ";
-  standin::record.push_back(where + what + " " + [textOf(value) UTF8String]);
-  if (what != standin::throwsAt) return;
+/// For messages with one argument.
+void print(NSInvocation* message) {
+  NSInteger bits = 0;
+  [message getArgument:&bits atIndex:2];
+  NSString* value = [NSString stringWithFormat:@"%ld", bits];
+  const char type = *[[message methodSignature] getArgumentTypeAtIndex:2];
+  if (type == '@') value = textOf(reinterpret_cast<id>(bits));
+  if (type == ':') value = NSStringFromSelector(reinterpret_cast<SEL>(bits));
+  if (type == 'd') value = [NSString stringWithFormat:@"%g", std::bit_cast<double>(bits)];
+
+  NSString* const name = NSStringFromSelector([message selector]);
+  print(@"%@ %@ %@", textOf([message target]), name, value);
+  if (standin::throwsAt != [name UTF8String]) return;
   standin::throwsAt.clear();
   [NSException raise:NSInternalInconsistencyException format:@"not today"];
 }
 
-std::map<std::string, IMP> originals;
-
-template <typename Value>
-void recorded(id self, SEL setter, Value value) {
-  note(sel_getName(setter), value);
-  const auto original = reinterpret_cast<void (*)(id, SEL, Value)>(originals[sel_getName(setter)]);
-  if (original != nullptr) original(self, setter, value);
-}
-
-void replace(Class owner, SEL selector, IMP replacement, bool callsOriginal) {
-  if (callsOriginal && class_respondsToSelector(owner, selector)) {
-    originals[sel_getName(selector)] = class_getMethodImplementation(owner, selector);
-  }
-  const bool isAdded = class_addMethod(owner, selector, replacement, "v@:@");
-  if (!isAdded) class_replaceMethod(owner, selector, replacement, "v@:@");
-}
-
-/// Makes objects of `owner` record these setters, and then do what they did before.
-template <typename Value>
-void record(Class owner, std::initializer_list<SEL> setters, bool callsOriginal = true) {
-  for (SEL setter : setters) replace(owner, setter, reinterpret_cast<IMP>(recorded<Value>), callsOriginal);
-}
-
 }  // namespace
 
-@interface StandInButton : NSStatusBarButton {
- @public
-  NSInteger mask;
-}
-@end
-@implementation StandInButton
-- (BOOL)isFlipped {
-  return YES;
-}
-- (NSInteger)sendActionOn:(NSInteger)on {
-  return mask = on;
-}
-- (void)setFrame:(NSRect)frame {
-  [super setFrame:frame];
-  [self performSelectorOnMainThread:@selector(layOut) withObject:nil waitUntilDone:NO];
-}
-- (void)layOut {
-  [super setFrame:NSMakeRect(0, 0, 22, 37)];
-}
-- (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation {
-  note(orientation == NSLayoutConstraintOrientationHorizontal ? "hug horizontally" : "hug vertically", priority);
-}
-@end
-
-@interface StandInItem : NSStatusItem {
-  StandInButton* button;
+/// An item that is its own button.
+@interface StandInItem : NSObject {
+  NSStatusBarButton* button;
 }
 @end
 @implementation StandInItem
-- (id)initWithLength:(CGFloat)length {
-  if ((self = [super init]) == nil) return nil;
-  button = [[StandInButton alloc] initWithFrame:NSMakeRect(0, 0, 22, 22)];
-  standin::record.clear();  // what the button's own making told it
-  note("statusItemWithLength:", length);
-  standin::newestItem = self;
+- (id)init {
+  button = [[NSStatusBarButton alloc] initWithFrame:NSMakeRect(0, 0, 22, 22)];
+  standin::newestItem = static_cast<id>(self);
   return self;
 }
 - (void)dealloc {
-  standin::record.push_back("the item leaves the bar");
-  if (standin::newestItem == self) standin::newestItem = nil;
+  print(@"the item leaves the bar");
+  if (standin::newestItem == static_cast<id>(self)) standin::newestItem = nil;
   [button release];
   [super dealloc];
 }
 - (NSStatusBarButton*)button {
-  return button;
+  return static_cast<id>(self);
 }
 - (void)setVisible:(BOOL)flag {
-  note("setVisible:", standin::isVisible = flag);
+  print(@"setVisible: %d", flag);
+  standin::isVisible = flag;
 }
-@end
-
-@implementation CALayer
-- (void)setBackgroundColor:(CGColorRef)color {
-  note("setBackgroundColor:", (id)color);
+- (void)setFrame:(NSRect)frame {
+  print(@"setFrame: %@", NSStringFromRect(frame));
+  [button setFrame:frame];
+  [self performSelectorOnMainThread:@selector(layOut) withObject:nil waitUntilDone:NO];
+}
+- (void)layOut {
+  [button setFrame:NSMakeRect(0, 0, 22, 37)];
+}
+- (void)setContentHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation {
+  print(@"setContentHuggingPriority: %g forOrientation: %d", static_cast<double>(priority), orientation);
+}
+- (NSMethodSignature*)methodSignatureForSelector:(SEL)selector {
+  return [button methodSignatureForSelector:selector];
+}
+- (void)forwardInvocation:(NSInvocation*)message {
+  if ([[message methodSignature] numberOfArguments] > 2) print(message);
+  [message invokeWithTarget:button];
 }
 @end
 
 #pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wincomplete-implementation"            // what is missing is forwarded
 #pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"  // what GNUstep has, but not so
-@implementation NSStatusBar (StandIn)
-+ (NSStatusBar*)systemStatusBar {
-  static NSStatusBar* const bar = [[NSStatusBar alloc] init];
-  return bar;
+@implementation NSObject (Mac)
+- (void)forwardInvocation:(NSInvocation*)message {
+  if (![NSStringFromSelector([message selector]) hasPrefix:@"set"]) [self doesNotRecognizeSelector:[message selector]];
+  print(message);
 }
-- (NSStatusItem*)statusItemWithLength:(CGFloat)length {
-  return standin::refusesItems ? nil : [[[StandInItem alloc] initWithLength:length] autorelease];
+- (void)performSelectorOnMainThread:(SEL)selector withObject:(id)object waitUntilDone:(BOOL)waits {
+  [self performSelectorOnMainThread:selector withObject:object waitUntilDone:waits modes:@[ NSRunLoopCommonModes ]];
+}
+- (CALayer*)layer {
+  static CALayer* const layer = [CALayer new];
+  return layer;
+}
+- (NSAppearance*)effectiveAppearance {
+  NSString* const name = standin::isDark ? NSAppearanceNameDarkAqua : NSAppearanceNameAqua;
+  return [[NSAppearance appearanceNamed:name] autorelease];  // gnustep-gui 0.29 does not
+}
+- (void)setAppearance:(NSAppearance*)appearance {
+  print(@"%@ setAppearance: %@", textOf(self), [appearance name]);
+}
+- (BOOL)popUpMenuPositioningItem:(NSMenuItem*)item atLocation:(NSPoint)point inView:(NSView*)view {
+  print(@"menu opens at %@ in %@", NSStringFromPoint(point), textOf(view));
+  for (NSMenuItem* each in [(NSMenu*)self itemArray]) {
+    NSString* const key = [each keyEquivalent];
+    const NSUInteger modifiers = [key length] > 0 ? [each keyEquivalentModifierMask] : 0;
+    NSString* const title = [each isSeparatorItem] ? @"-" : [each title];
+    print(@"- %@ %lx %@ %@ %@", title, modifiers, key, textOf([each target]), NSStringFromSelector([each action]));
+  }
+  standin::user((NSMenu*)self);
+  print(@"menu closes");
+  return YES;
+}
+// The flag that nothing on this screen asks for; a copy keeps it, as a Mac's keeps the template flag.
+- (BOOL)isTemplate {
+  return ![(NSImage*)self prefersColorMatch];
+}
+- (void)setTemplate:(BOOL)flag {
+  [(NSImage*)self setPrefersColorMatch:!flag];
+}
+- (NSArray*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)mask {
+  if (standin::namesNoDirectory) return @[];
+  return @[ [NSURL fileURLWithPath:[NSString stringWithUTF8String:getenv("HOME")] isDirectory:YES] ];
+}
+@end
+@implementation CALayer
+- (void)setBackgroundColor:(CGColorRef)color {
+  print(@"CALayer setBackgroundColor: %d", [(id)color isEqual:[NSColor clearColor]]);
 }
 @end
 @implementation NSColor (StandIn)
@@ -146,114 +148,59 @@ void record(Class owner, std::initializer_list<SEL> setters, bool callsOriginal 
   return (CGColorRef)self;
 }
 @end
-@implementation NSAppearance (StandIn)
-- (NSString*)bestMatchFromAppearancesWithNames:(NSArray*)names {
-  return [names containsObject:[self name]] ? [self name] : nil;
+@implementation NSMenuItem (StandIn)
+- (void)setAttributedTitle:(NSAttributedString*)title {
+  print(@"setAttributedTitle: %@ %@", [title string],
+        textOf([title attribute:NSFontAttributeName atIndex:0 effectiveRange:nullptr]));
 }
 @end
-@implementation NSObject (StandIn)
-- (void)performSelectorOnMainThread:(SEL)selector withObject:(id)object waitUntilDone:(BOOL)waits {
-  [self performSelectorOnMainThread:selector withObject:object waitUntilDone:waits modes:commonModes()];
+@implementation NSStatusBar (StandIn)
++ (NSStatusBar*)systemStatusBar {
+  static NSStatusBar* const bar = [[NSStatusBar alloc] init];
+  return bar;
 }
-@end
-@implementation NSView (StandIn)
-- (void)setWantsLayer:(BOOL)flag {
-  if (flag && [self layer] == nil) standin::layered.push_back(self);
-}
-- (CALayer*)layer {
-  static CALayer* const layer = [CALayer new];
-  return std::count(standin::layered.begin(), standin::layered.end(), self) > 0 ? layer : nil;
+- (NSStatusItem*)statusItemWithLength:(CGFloat)length {
+  if (standin::refusesItems) return nil;
+  print(@"statusItemWithLength: %g", length);
+  return static_cast<id>([[[StandInItem alloc] init] autorelease]);
 }
 @end
 @implementation NSApplication (StandIn)
-- (NSAppearance*)effectiveAppearance {
-  return [NSAppearance appearanceNamed:standin::isDark ? NSAppearanceNameDarkAqua : NSAppearanceNameAqua];
-}
-- (NSEvent*)currentEvent {
-  return currentEvent;
+- (void)terminate:(id)sender {
+  print(@"terminate: %@", textOf(sender));
 }
 @end
-@implementation NSMenu (StandIn)
-- (BOOL)popUpMenuPositioningItem:(NSMenuItem*)item atLocation:(NSPoint)point inView:(NSView*)view {
-  note("popUp at", NSStringFromPoint(point));
-  standin::user(self);
-  note("closed over", view);
+@implementation NSWorkspace (StandIn)
+// GNUstep's own workspace starts the daemon gdnc and then waits for lock files that all processes of a user share.
+// After some seconds it throws "Failed to lock names" (gnustep-base 1.28, NSMessagePortNameServer).
++ (NSWorkspace*)sharedWorkspace {
+  static id const workspace = NSAllocateObject([NSWorkspace class], 0, nullptr);
+  return workspace;
+}
+- (BOOL)openURL:(NSURL*)url {
+  print(@"openURL: %@", [url absoluteString]);
   return YES;
 }
 @end
-@implementation NSImage (StandIn)
-// The flag that nothing on this screen asks for; a copy keeps it, as a Mac's keeps the template flag.
-- (BOOL)isTemplate {
-  return ![self prefersColorMatch];
-}
-- (void)setTemplate:(BOOL)flag {
-  [self setPrefersColorMatch:!flag];
-}
-@end
-@implementation NSFileManager (StandIn)
-- (NSArray*)URLsForDirectory:(NSSearchPathDirectory)directory inDomains:(NSSearchPathDomainMask)mask {
-  if (standin::namesNoDirectory) return @[];
-  return @[ [NSURL fileURLWithPath:[NSString stringWithUTF8String:getenv("HOME")] isDirectory:YES] ];
-}
-@end
 #pragma clang diagnostic pop
-
-static void addTimer(id loop, SEL selector, NSTimer* timer, NSString* mode) {
-  if (![NSThread isMainThread]) note("addTimer:", timer);
-  const auto addInOneMode = reinterpret_cast<decltype(&addTimer)>(originals.at("addTimer:forMode:"));
-  const bool isCommon = [mode isEqualToString:NSRunLoopCommonModes];
-  for (NSString* each in isCommon ? commonModes() : @[ mode ]) addInOneMode(loop, selector, timer, each);
-}
 
 void standin::install() {
   // The first thread that is not NSThread's replaces GNUstep's locks while the main thread may hold one, which then
   // throws "failed to unlock mutex" (gnustep-base 1.28, GSLazyRecursiveLock). An NSThread replaces them now.
   [NSThread detachNewThreadSelector:@selector(self) toTarget:[NSObject class] withObject:nil];
-  Class const button = [StandInButton class];
-  ::record<id>(button, { @selector(setImage:), @selector(setTarget:) });
-  ::record<BOOL>(button, { @selector(setBordered:), @selector(setHidden:), @selector(setTransparent:) });
-  ::record<CGFloat>(button, { @selector(setAlphaValue:) });
-  ::record<NSInteger>(button, { @selector(sendActionOn:), @selector(setImagePosition:) });
-  ::record<NSRect>(button, { @selector(setFrame:) });
-  ::record<SEL>(button, { @selector(setAction:) });
-  ::record<BOOL>([NSImage class], { @selector(setTemplate:) });
-  ::record<CGFloat>([NSMenu class], { @selector(setMinimumWidth:) });
-  ::record<id>([NSMenu class], { @selector(setAppearance:), @selector(setFont:) });
-  ::record<id>([NSMenuItem class], { @selector(setAttributedTitle:) });
-  ::record<id>([NSApplication class], { @selector(terminate:) }, false);
-  ::record<id>([NSWorkspace class], { @selector(openURL:) }, false);
-  replace([NSRunLoop class], @selector(addTimer:forMode:), reinterpret_cast<IMP>(addTimer), true);
+  [NSRunLoop mainRunLoop];  // without it gnustep-base 1.28 performs posted work at once
 }
 
-std::vector<std::string> standin::itemsOf(NSMenu* menu) {
-  std::vector<std::string> items;
-  for (NSMenuItem* each in [menu itemArray]) {
-    const auto mask = static_cast<unsigned long>([each keyEquivalentModifierMask]);
-    NSString* const key = [each keyEquivalent];
-    items.push_back([[each title] UTF8String]);
-    if ([key length] > 0) items.back() += [[NSString stringWithFormat:@" %lx %@", mask, key] UTF8String];
-  }
-  return items;
-}
-
-void standin::choose(NSMenu* menu, const std::string& title) {
-  const NSInteger index = [menu indexOfItemWithTitle:[NSString stringWithUTF8String:title.c_str()]];
+void standin::choose(NSMenu* menu, const char* title) {
+  const NSInteger index = [menu indexOfItemWithTitle:[NSString stringWithUTF8String:title]];
   if (index >= 0) [menu performActionForItemAtIndex:index];
 }
 
-void standin::click(NSEventType type) {
-  StandInButton* const button = (StandInButton*)[newestItem button];
-  if ((button->mask & (1 << type)) == 0) return;
-  currentEvent = [NSEvent mouseEventWithType:type
-                                    location:NSMakePoint(11, 11)
-                               modifierFlags:0
-                                   timestamp:0
-                                windowNumber:0
-                                     context:nil
-                                 eventNumber:0
-                                  clickCount:1
-                                    pressure:1];
-  [NSApp sendAction:[button action] to:[button target] from:button];
-  currentEvent = nil;
-  note("clicked", button);
+void standin::click(NSEventType type, std::function<void(NSMenu*)> inTheMenu) {
+  user = std::move(inTheMenu);
+  NSEvent* const event = [[[NSEvent alloc] init] autorelease];
+  [event setValue:@(type) forKey:@"event_type"];
+  [NSApp setValue:event forKey:@"current_event"];
+  [NSApp sendAction:[[newestItem button] action] to:[[newestItem button] target] from:nil];
+  print(@"the click is over");
 }
