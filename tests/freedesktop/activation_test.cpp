@@ -24,9 +24,10 @@ class Activation : public PanelTest {
 
  public:
   /// What a window finds that is presented now: for Qt and others, and for GTK.
-  std::string visible() const {
-    const char* const variable = std::getenv(kVariable);
-    return std::string(variable != nullptr ? variable : "unset") + "|" + find<const char* (*)()>("startup_id")();
+  std::string visible() const { return variable(kVariable) + "|" + find<const char* (*)()>("startup_id")(); }
+  static std::string variable(const char* name) {
+    const char* const value = std::getenv(name);
+    return value != nullptr ? value : "unset";
   }
 
  private:
@@ -51,7 +52,7 @@ TEST_F(Activation, TokenIsVisibleInOneEventsCallbackAlone) {
       {"group", {kMenu, "EventGroup", "([(1, 'clicked', <0>, uint32 0), (1, 'clicked', <0>, 0)],)"}}};
   const auto filled = [](const std::string& text) {
     const auto step = std::regex_replace(text, std::regex("LONGEST"), std::string(ActivationToken::kMaxSize, 'x'));
-    return std::regex_replace(step, std::regex("MEBIBYTE"), std::string(1024 * 1024, 'x'));
+    return std::regex_replace(step, std::regex("MEBIBYTE"), std::string(1 << 20, 'x'));
   };
   const auto provide = [&](const std::string& token) {
     panel->call(kItem, "ProvideXdgActivationToken", ("('" + token + "',)").c_str());
@@ -164,7 +165,7 @@ TEST_F(Activation, EnvironmentReadByOtherThreadsKeepsItsVariablesWhileTokensChan
   }
   // The host's own variables stay, whatever it does.
   setenv("QUILL_NEW", "new", 1), unsetenv(kVariable);
-  runWithActivationToken(token, [&] { told = {visible(), std::getenv("QUILL_NEW"), std::getenv("QUILL_LAST")}; });
+  runWithActivationToken(token, [&] { told = {visible(), variable("QUILL_NEW"), variable("QUILL_LAST")}; });
   EXPECT_THAT(told, ElementsAre("t|t", "new", "there"));
   setenv(kVariable, "the host's", 1);
   runWithActivationToken(token, [&] { told = {visible()}; });
