@@ -211,10 +211,10 @@ int DBusMenu::event(sd_bus_message* call, sd_bus_error* error) {
   const char* name = nullptr;
   if (const int result = sd_bus_message_read(call, "is", &id, &name); result < 0) return result;
   auto found = history_.find(id);
-  if (!found.isKnown) return refuseId(error, id);
+  if (!found) return refuseId(error, id);
   if (!hostCalls_->canTake(1)) return refuseSize(error);
   const int result = sd_bus_reply_method_return(call, nullptr);
-  if (std::string_view(name) == kClicked) chooseLater(std::move(found.item));
+  if (std::string_view(name) == kClicked) chooseLater(*std::move(found));
   return result;
 }
 
@@ -233,12 +233,12 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
     if (result >= 0) result = sd_bus_message_exit_container(call);
     if (result < 0) break;
     auto found = history_.find(id);
-    if (!found.isKnown) {
+    if (!found) {
       unknown.push_back(id);
       continue;
     }
     anyKnown = true;
-    if (std::string_view(name) == kClicked) clicked.push_back(std::move(found.item));
+    if (std::string_view(name) == kClicked) clicked.push_back(*std::move(found));
   }
   if (result < 0) return result;
   if (!anyKnown && !unknown.empty()) return refuseId(error, unknown.front());
@@ -251,7 +251,7 @@ int DBusMenu::eventGroup(sd_bus_message* call, sd_bus_error* error) {
 int DBusMenu::aboutToShow(sd_bus_message* call, sd_bus_error* error) {
   std::int32_t id = 0;
   if (const int result = sd_bus_message_read(call, "i", &id); result < 0) return result;
-  if (!history_.find(id).isKnown) return refuseId(error, id);
+  if (!history_.find(id)) return refuseId(error, id);
   return reply(call, [&](MessageWriter& to) { to.append(needsUpdate(id)); });
 }
 
@@ -262,7 +262,7 @@ int DBusMenu::aboutToShowGroup(sd_bus_message* call, sd_bus_error* error) {
   std::vector<std::int32_t> unknown;
   for (const auto id : ids) {
     if (needsUpdate(id) && unread.empty()) unread.push_back(id);
-    if (!history_.find(id).isKnown) unknown.push_back(id);
+    if (!history_.find(id)) unknown.push_back(id);
   }
   if (!ids.empty() && unknown.size() == ids.size()) return refuseId(error, unknown.front());
   return reply(call, [&](MessageWriter& to) {

@@ -192,11 +192,10 @@ OneShotTimer::OneShotTimer(GlibMainQueue& queue, std::function<void()> call) {
   });
 }
 
-void OneShotTimer::setDue(std::chrono::nanoseconds due) {
+void OneShotTimer::setDueIn(std::chrono::nanoseconds delay) {
+  const auto due = monotonicNow() + delay;
   g_source_set_ready_time(source_.get(), std::chrono::ceil<std::chrono::microseconds>(due).count());
 }
-
-void OneShotTimer::setDueIn(std::chrono::nanoseconds delay) { setDue(monotonicNow() + delay); }
 
 void OneShotTimer::cancel() { g_source_set_ready_time(source_.get(), kNever); }
 

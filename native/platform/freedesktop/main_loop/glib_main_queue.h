@@ -57,8 +57,7 @@ class OneShotTimer {
   OneShotTimer(GlibMainQueue& queue, std::function<void()> call);
   OneShotTimer(const OneShotTimer&) = delete;
   OneShotTimer& operator=(const OneShotTimer&) = delete;
-  /// `due` is a point of CLOCK_MONOTONIC; an earlier setting is forgotten.
-  void setDue(std::chrono::nanoseconds due);
+  /// Replaces an earlier setting.
   void setDueIn(std::chrono::nanoseconds delay);
   void cancel();
 

@@ -200,12 +200,11 @@ MenuHistory::Update MenuHistory::setMenu(const Menu* menu) {
   return {{}, true};
 }
 
-MenuHistory::Found MenuHistory::find(std::int32_t id) const {
-  for (const auto* layout : {&current_, readBefore_ ? &*readBefore_ : nullptr}) {
-    if (layout == nullptr) continue;
-    if (const auto index = layout->indexOf(id)) return {true, layout->entries()[*index].item};
-  }
-  return {};
+std::optional<std::shared_ptr<const MenuItem>> MenuHistory::find(std::int32_t id) const {
+  if (const auto index = current_.indexOf(id)) return current_.entries()[*index].item;
+  const auto index = readBefore_ ? readBefore_->indexOf(id) : std::nullopt;
+  if (!index) return std::nullopt;
+  return readBefore_->entries()[*index].item;
 }
 
 }  // namespace quill::freedesktop

@@ -112,12 +112,9 @@ class MenuHistory {
   void markRead() { isRead_ = true; }
   bool isRead() const { return isRead_; }
 
-  /// The item under an id of the current layout, or of the last earlier layout that a panel has read.
-  struct Found {
-    bool isKnown = false;
-    std::shared_ptr<const MenuItem> item;  ///< null for the root
-  };
-  Found find(std::int32_t id) const;
+  /// The item under an id of the current layout, or of the last earlier layout that a panel has read; null for the
+  /// root. Empty if neither layout has the id.
+  std::optional<std::shared_ptr<const MenuItem>> find(std::int32_t id) const;
 
  private:
   MenuLayout current_{{}, 1};
