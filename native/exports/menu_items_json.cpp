@@ -59,7 +59,8 @@ std::optional<std::vector<TrayManager::MenuItemData>> readMenuItems(std::string_
   const auto text = withShortNumbers(json);
   if (!text) return std::nullopt;
   const auto list = Json::parse(*text, nullptr, false);  // no array for invalid text
-  if (!list.is_array() || !std::ranges::all_of(list, &Json::is_object)) return std::nullopt;
+  const auto isObject = [](const Json& entry) { return entry.is_object(); };
+  if (!list.is_array() || !std::all_of(list.begin(), list.end(), isObject)) return std::nullopt;
   std::vector<TrayManager::MenuItemData> records;
   for (const auto& object : list) {
     const auto* const id = textIn(object, "id");
