@@ -18,7 +18,7 @@ class AppKitTest : public ForkedHost {
         standin::install();
         host();
       }
-      posix::drainQueues();  // at its exit GNUstep's Foundation is gone before the library
+      posix::drainQueues();  // because GNUstep's Foundation ends before the library at the process's exit
     });
   }
   /// Prints `title`, then runs `body` and what it leaves to the main loop.

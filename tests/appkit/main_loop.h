@@ -11,7 +11,7 @@ inline bool runUntil(const std::function<bool()>& done, NSString* mode = NSDefau
   const auto deadline = std::chrono::steady_clock::now() + 15s;
   while (!done() && std::chrono::steady_clock::now() < deadline) {
     @autoreleasepool {
-      // GNUstep takes the common modes for a mode of their own (gnustep-base 1.28).
+      // In gnustep-base 1.28 the common modes are a mode of their own, which no other mode includes.
       for (NSString* each in @[ mode, NSRunLoopCommonModes ]) {
         [[NSRunLoop mainRunLoop] runMode:each beforeDate:[NSDate dateWithTimeIntervalSinceNow:0.001]];
       }

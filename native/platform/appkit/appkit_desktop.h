@@ -8,7 +8,8 @@
 
 namespace quill::appkit {
 
-/// The main run loop in its common modes. Posted work runs even if this object is gone by then.
+/// Posts work and timers to the main run loop in its common modes. Posted work also runs after this object's
+/// destruction.
 class MainQueue : public quill::MainQueue {
  public:
   bool isCurrent() const override;
@@ -19,11 +20,11 @@ class MainQueue : public quill::MainQueue {
 /// A Mac's menu bar.
 class Desktop : public quill::Desktop {
  public:
-  /// The one that quill::Desktop::current() answers with.
+  /// The Desktop object that quill::Desktop::current() returns. Any thread.
   static Desktop& current();
 
   MainQueue& mainQueue() override { return mainQueue_; }
-  /// Null where there is no menu bar, as in a process without a window server.
+  /// Returns null without a menu bar, for example in a process without a window server. Main thread.
   std::shared_ptr<StatusItem> makeStatusItem(double length) override;
   void present(std::shared_ptr<View> group) override;
   void prepare(Image& image) override;
@@ -31,10 +32,11 @@ class Desktop : public quill::Desktop {
   void openUrl(const Url& url) override;
   void terminate() override;
 
-  /// What stands for `responder` as the target of actions, which do not own it; lives as long as the responder. Main
-  /// thread.
+  /// Returns the object that buttons and menu items have as their target for `responder`, or nil if `responder` is
+  /// expired. This class owns the object, because AppKit does not retain targets, and releases the object after the
+  /// responder's destruction. Main thread.
   QuillTrayManager* objectFor(const std::weak_ptr<Responder>& responder);
-  /// Makes `application` say what NSApp says now.
+  /// Updates `application` from NSApp. Main thread.
   void readApplication();
 
  private:
@@ -44,7 +46,7 @@ class Desktop : public quill::Desktop {
   };
 
   MainQueue mainQueue_;
-  std::vector<Object> objects_;  // a handful at most
+  std::vector<Object> objects_;  // one for each responder, a handful at most
 };
 
 }  // namespace quill::appkit

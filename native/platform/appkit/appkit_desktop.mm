@@ -21,7 +21,7 @@ Desktop& Desktop::current() {
 std::shared_ptr<StatusItem> Desktop::makeStatusItem(double length) {
   std::shared_ptr<StatusItem> made;
   guarded([&] {
-    [NSApplication sharedApplication];  // without it there is no bar
+    [NSApplication sharedApplication];  // the bar needs an application object
     readApplication();
     NSStatusItem* const item = [[NSStatusBar systemStatusBar] statusItemWithLength:length];
     if (item == nil) return;

@@ -9,7 +9,7 @@
 
 namespace quill::appkit {
 
-/// An image as the platform decoded it.
+/// A picture that wraps an NSImage and retains it.
 struct NativePicture : Picture {
   explicit NativePicture(NSImage* image);
   NSImage* image() const { return image_.get(); }
@@ -18,10 +18,10 @@ struct NativePicture : Picture {
   Handle<NSImage> image_;
 };
 
-/// `image` with its size and its flag, not copied.
+/// Wraps `image` without a copy, with the size and the template flag of `image`.
 Image imageOf(NSImage* image);
 
-/// What views and buttons are given; nil for none.
+/// Returns the NSImage of `image`, or nil for no image. The image keeps its ownership.
 NSImage* nativeImage(const std::optional<Image>& image);
 
 }  // namespace quill::appkit

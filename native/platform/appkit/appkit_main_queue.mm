@@ -23,8 +23,9 @@ bool MainQueue::isCurrent() const { return [NSThread isMainThread] != NO; }
 void MainQueue::post(std::function<void()> work) {
   guarded([&] {
     const auto target = Handle<QuillTrayManager>::adopt([[QuillTrayManager alloc] initWithWork:std::move(work)]);
-    // The common modes include those of menus and modal dialogs. The main dispatch queue would not do, because a run
-    // loop inside one of its own blocks does not drain it.
+    // The common modes include the modes of menus and modal dialogs. The main dispatch queue is not used, because a run
+    // loop that a host starts inside a block of that queue does not drain the queue: __CFRunLoopRun() in CFRunLoop.c of
+    // https://github.com/swiftlang/swift-corelibs-foundation tests __CFTSDKeyIsInGCDMainQ.
     [target.get() performSelectorOnMainThread:@selector(updateAnimation) withObject:nil waitUntilDone:NO];
   });
 }

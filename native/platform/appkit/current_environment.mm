@@ -5,7 +5,8 @@
 namespace quill {
 namespace {
 
-/// Asks the system for the user's directory. Not guarded: the error line would need that directory.
+/// Asks NSFileManager for the user's directory. userDirectory() does not use guarded(), because an error line
+/// would need that directory.
 class MacEnvironment : public posix::Environment {
  public:
   using posix::Environment::Environment;
@@ -20,7 +21,7 @@ class MacEnvironment : public posix::Environment {
   }
 };
 
-/// By the rules of the time zone that is the process's now.
+/// Returns a function that uses the rules of the process's time zone at the time of this call.
 posix::Environment::UtcOffset utcOffset() {
   @autoreleasepool {
     return [zone = appkit::Handle<NSTimeZone>([NSTimeZone defaultTimeZone])](std::chrono::sys_seconds at) {

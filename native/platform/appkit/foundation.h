@@ -10,14 +10,14 @@
 
 namespace quill::appkit {
 
-/// A strong reference to an Objective-C object, or to none. Counted by hand, so that every runtime takes the same
-/// source.
+/// A strong reference to an Objective-C object, or to none. It retains and releases by hand, because GNUstep's runtime
+/// for GCC has no automatic reference counting.
 template <typename Object>
 class Handle {
  public:
   Handle() = default;
   explicit Handle(Object* object) : object_(static_cast<Object*>([object retain])) {}
-  /// Takes over the reference that `alloc`, `new` and `copy` hand out.
+  /// Takes ownership of `object` without retaining it, for a result of `alloc`, `new` or `copy`.
   static Handle adopt(Object* object) {
     Handle adopted;
     adopted.object_ = object;
@@ -38,11 +38,11 @@ class Handle {
   Object* object_ = nil;
 };
 
-/// From well-formed UTF-8, U+0000 included; lives as long as the pool around the call.
+/// Converts well-formed UTF-8, which may contain U+0000. The caller's autorelease pool owns the result. Any thread.
 NSString* toNSString(std::string_view text);
-/// Empty for nil.
+/// Converts to UTF-8. Returns an empty string for nil. Any thread.
 std::string toString(NSString* text);
-/// Null for the empty selector.
+/// Returns null for the empty selector.
 SEL toSEL(Selector selector);
 
 inline NSRect toNSRect(Rect rect) {
@@ -50,8 +50,8 @@ inline NSRect toNSRect(Rect rect) {
 }
 inline Rect toRect(NSRect rect) { return {{rect.origin.x, rect.origin.y}, {rect.size.width, rect.size.height}}; }
 
-/// Runs `work` with an autorelease pool of its own. An exception of the platform ends here, as an error line. Every way
-/// into this folder goes through it. Any thread.
+/// Runs `work` with an autorelease pool, and logs an NSException instead of throwing it. The core and the
+/// platform call this folder through guarded(), except for MacEnvironment. Any thread.
 template <typename Work>
 void guarded(Work work) {
   @autoreleasepool {

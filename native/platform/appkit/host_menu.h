@@ -7,23 +7,23 @@
 
 namespace quill::appkit {
 
-/// A host's NSMenu, retained for as long as this object lives. AppKit shows its items and sends their actions; the
-/// library does not take part. Main thread.
+/// A host's NSMenu, which this object retains. AppKit shows the items and sends their actions without the library. Main
+/// thread.
 class HostMenu : public Menu {
  public:
   explicit HostMenu(NSMenu* menu) : menu_(menu) {}
-  /// Null for nil and for an object that is no NSMenu.
+  /// Returns null for nil and for an object that is no NSMenu.
   static std::shared_ptr<HostMenu> adopt(id menu);
 
   NSMenu* native() const { return menu_.get(); }
-  /// Returns items that have only a title, read again at each call.
+  /// Reads the items at each call. The returned items have only a title.
   Items items() const override;
   void lookChanged() override;
   std::string description() const override;
 
  private:
   const Handle<NSMenu> menu_;
-  mutable std::vector<std::weak_ptr<MenuItem>> items_;  // as they were read last, while the reader holds them
+  mutable std::vector<std::weak_ptr<MenuItem>> items_;  // of the last items(), while its caller holds them
 };
 
 }  // namespace quill::appkit

@@ -7,12 +7,12 @@
 
 namespace quill::appkit {
 
-/// The host's own menu, of which only the appearance is set; for any other menu one that is made now. Main thread.
+/// Makes an NSMenu from `menu`. For a host's menu, sets its appearance and returns the host's NSMenu. Main thread.
 Handle<NSMenu> nativeMenu(const Menu& menu, Desktop& desktop);
 
-/// Sets font, minimum width and appearance.
+/// Sets the font, the minimum width and the appearance of `native` to those of `menu`.
 void applyLook(NSMenu* native, const Menu& menu);
-/// Sets the attributed title where `item` has one.
+/// Sets the attributed title of `native` if `item` has one.
 void applyTitle(NSMenuItem* native, const MenuItem& item);
 
 }  // namespace quill::appkit

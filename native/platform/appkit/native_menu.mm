@@ -40,7 +40,7 @@ Handle<NSMenu> nativeMenu(const Menu& menu, Desktop& desktop) {
   }
   auto native = Handle<NSMenu>::adopt([[NSMenu alloc] initWithTitle:@""]);
   applyLook(native.get(), menu);
-  [native.get() setAutoenablesItems:NO];  // MenuItem decides what is enabled, not the responder chain
+  [native.get() setAutoenablesItems:NO];  // otherwise AppKit enables items by the responder chain
   for (const auto& item : menu.items()) [native.get() addItem:nativeItem(*item, desktop).get()];
   return native;
 }

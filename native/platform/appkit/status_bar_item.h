@@ -9,7 +9,8 @@
 
 namespace quill::appkit {
 
-/// One status item, with its button. It leaves the bar soon after this object is gone. Main thread.
+/// One NSStatusItem with its button. The main loop removes the item from the bar after this object's destruction. Main
+/// thread.
 class StatusBarItem : public StatusItemPresenter {
  public:
   StatusBarItem(Desktop& desktop, NSStatusItem* item) : desktop_(desktop), item_(item) {}
@@ -30,7 +31,7 @@ class StatusBarItem : public StatusItemPresenter {
 
   Desktop& desktop_;
   const Handle<NSStatusItem> item_;
-  // The settings that the platform accepted last.
+  // The last values that the platform accepted without an exception.
   std::optional<bool> isVisible_;
   std::optional<Setting> setting_;
   std::optional<Look> look_;

@@ -6,8 +6,8 @@
 namespace quill::appkit {
 namespace {
 
-/// Calls `send` if `now` differs from the value that was sent last. An exception of `send` leaves that as it was, so
-/// that the next call tries again.
+/// Calls `send` if `now` differs from `sent`, the last value that was sent. After an exception of `send` the next call
+/// sends again, because `sent` is unchanged.
 template <typename Value, typename Send>
 void sendNews(std::optional<Value>& sent, const Value& now, Send send) {
   if (sent == now) return;
@@ -18,8 +18,8 @@ void sendNews(std::optional<Value>& sent, const Value& now, Send send) {
 }  // namespace
 
 StatusBarItem::~StatusBarItem() {
-  // The item's own button may be in the middle of its action. The call retains the item until the main loop runs in its
-  // default mode.
+  // A host may replace the item from the action of the item's own button. Therefore this call retains the item until
+  // the main loop's next turn in its default mode.
   guarded([this] { [item_.get() performSelector:@selector(self) withObject:nil afterDelay:0]; });
 }
 
@@ -47,7 +47,7 @@ void StatusBarItem::show(StatusBarButton& button) {
                        forOrientation:NSLayoutConstraintOrientationVertical];
   });
 
-  if (!button.image()) return;  // before the first one the platform's own look stays
+  if (!button.image()) return;  // a button without an image keeps the platform's look
   const Look look(button.imagePosition(), button.isBordered(), button.isTransparent(), button.alphaValue());
   sendNews(look_, look, [&] {
     [native setImagePosition:static_cast<NSCellImagePosition>(button.imagePosition())];

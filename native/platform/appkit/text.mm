@@ -22,14 +22,15 @@ SEL toSEL(Selector selector) { return selector.empty() ? nullptr : NSSelectorFro
 
 }  // namespace appkit
 
-/// The tab, and Unicode's space separators.
+/// Returns true for the tab and for Unicode's space separators.
 static bool isBlank(char16_t character) {
   constexpr std::u16string_view kBlanks =
       u"\t \u00A0\u1680\u2000\u2001\u2002\u2003\u2004\u2005\u2006\u2007\u2008\u2009\u200A\u202F\u205F\u3000";
   return kBlanks.find(character) != std::u16string_view::npos;
 }
 
-// Foundation refuses ill-formed text whole; a JSON string is mended where it is ill-formed.
+// Uses the JSON library, because Foundation rejects a text with an ill-formed part as a whole. The JSON library
+// replaces the ill-formed part alone.
 std::string utf8Text(const char* text) {
   using nlohmann::json;
   return json::parse(json(text).dump(-1, ' ', false, json::error_handler_t::replace)).get<std::string>();

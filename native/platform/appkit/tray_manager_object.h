@@ -11,8 +11,9 @@ namespace quill::appkit {
 class Desktop;
 }
 
-/// The tray manager as the platform's objects see it: they call its operations by name. It holds the manager weakly.
-/// The main queue and its timers use an object of this class, too, which holds their work. Main thread.
+/// The Objective-C object through which AppKit and a host call the tray manager's operations by name. The object
+/// does not own the manager. The main queue and its timers wrap their work in an object of this class, too. Main
+/// thread.
 @interface QuillTrayManager : NSObject {
  @private
   quill::appkit::Desktop* _desktop;
@@ -20,11 +21,11 @@ class Desktop;
   std::function<void()> _work;
 }
 
-/// That of the process, made on first use.
+/// The object of the process's tray manager, which the first call makes.
 + (QuillTrayManager*)shared;
 
 - (instancetype)initWithManager:(std::weak_ptr<quill::Responder>)manager desktop:(quill::appkit::Desktop*)desktop;
-/// An object whose `updateAnimation` runs `work`.
+/// Makes an object whose `updateAnimation` runs `work`.
 - (instancetype)initWithWork:(std::function<void()>)work;
 
 - (void)createTray;

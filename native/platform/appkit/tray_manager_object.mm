@@ -8,7 +8,7 @@
 namespace quill::appkit {
 namespace {
 
-/// Calls `use` with the manager as a `Kind`; not at all if it is gone or no such thing.
+/// Calls `use` with the manager if the manager exists and is a `Kind`.
 template <typename Kind, typename Use>
 void with(const std::weak_ptr<Responder>& manager, Use use) {
   guarded([&] {
@@ -44,7 +44,7 @@ using quill::Tray;
   return self;
 }
 
-// The four that buttons, menu items and timers call.
+// Buttons, menu items and timers call these four methods.
 
 - (void)handleClick {
   with<Responder>(_manager, [&](Responder& manager) {
@@ -67,12 +67,12 @@ using quill::Tray;
 }
 
 - (void)updateAnimation {
-  const appkit::Handle<QuillTrayManager> held(self);  // the work may end its timer, which releases this object
+  const appkit::Handle<QuillTrayManager> held(self);  // because `_work` may end the timer that owns this object
   if (_work) return appkit::guarded(_work);
   with<Responder>(_manager, [](Responder& manager) { manager.perform("updateAnimation", nullptr); });
 }
 
-// The others.
+// Hosts call the methods below.
 
 - (void)createTray {
   with<Tray>(_manager, [](Tray& tray) { tray.createTray(); });

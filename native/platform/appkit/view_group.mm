@@ -7,7 +7,7 @@
 namespace quill::appkit {
 namespace {
 
-/// A view of the platform, kept with the view that it stands for.
+/// The NSView of a View, which owns it.
 struct NativeView : ViewRendering {
   explicit NativeView(Handle<NSView> its) : view(std::move(its)) {}
   const Handle<NSView> view;
@@ -50,7 +50,7 @@ void show(View& view) {
 
 }  // namespace
 
-// Nothing of it is ever on screen, so that all of it may be set anew.
+// Sets every property at each call. That costs no redrawing, because these views are never on screen.
 void Desktop::present(std::shared_ptr<View> group) {
   mainQueue_.post([group = std::move(group)] { show(*group); });
 }

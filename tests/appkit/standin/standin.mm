@@ -93,8 +93,8 @@ void print(NSInvocation* message) {
 @end
 
 #pragma clang diagnostic push
-#pragma clang diagnostic ignored "-Wincomplete-implementation"            // what is missing is forwarded
-#pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"  // what GNUstep has, but not so
+#pragma clang diagnostic ignored "-Wincomplete-implementation"  // forwardInvocation: handles the missing methods
+#pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"  // replaces methods of GNUstep
 @implementation NSObject (Mac)
 - (void)forwardInvocation:(NSInvocation*)message {
   if (![NSStringFromSelector([message selector]) hasPrefix:@"set"]) [self doesNotRecognizeSelector:[message selector]];
@@ -109,7 +109,7 @@ void print(NSInvocation* message) {
 }
 - (NSAppearance*)effectiveAppearance {
   NSString* const name = standin::isDark ? NSAppearanceNameDarkAqua : NSAppearanceNameAqua;
-  return [[NSAppearance appearanceNamed:name] autorelease];  // gnustep-gui 0.29 does not
+  return [[NSAppearance appearanceNamed:name] autorelease];  // gnustep-gui 0.29 leaves that out
 }
 - (void)setAppearance:(NSAppearance*)appearance {
   print(@"%@ setAppearance: %@", textOf(self), [appearance name]);
@@ -126,7 +126,7 @@ void print(NSInvocation* message) {
   print(@"menu closes");
   return YES;
 }
-// The flag that nothing on this screen asks for; a copy keeps it, as a Mac's keeps the template flag.
+// Keeps the template flag where copies of an image keep it too, in a flag that matters on no screen with colours.
 - (BOOL)isTemplate {
   return ![(NSImage*)self prefersColorMatch];
 }
@@ -185,10 +185,11 @@ void print(NSInvocation* message) {
 #pragma clang diagnostic pop
 
 void standin::install() {
-  // The first thread that is not NSThread's replaces GNUstep's locks while the main thread may hold one, which then
-  // throws "failed to unlock mutex" (gnustep-base 1.28, GSLazyRecursiveLock). An NSThread replaces them now.
+  // gnustep-base 1.28 replaces its locks when the first thread starts (GSLazyRecursiveLock). A thread that NSThread did
+  // not start replaces them while the main thread may hold one, and then "failed to unlock mutex" is thrown. Therefore
+  // an NSThread starts first.
   [NSThread detachNewThreadSelector:@selector(self) toTarget:[NSObject class] withObject:nil];
-  [NSRunLoop mainRunLoop];  // without it gnustep-base 1.28 performs posted work at once
+  [NSRunLoop mainRunLoop];  // without a main run loop gnustep-base 1.28 performs posted work at once
 }
 
 void standin::choose(NSMenu* menu, const char* title) {
