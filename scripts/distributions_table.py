@@ -82,7 +82,7 @@ class Suite:
             value = rows[figure]["ours"]
             self.cells[figure] = f"{value:.3g}" if value < 1000 else f"{value:,.0f}"
         decoding = min(rows[SET_ICON]["peers"].values())
-        self.cells["the same, beside decoding alone"] = f"{rows[SET_ICON]['ours'] / decoding:.2f} ×"
+        self.cells["the same, as a multiple of libpng's decoding alone"] = f"{rows[SET_ICON]['ours'] / decoding:.2f} ×"
         for figure, most in ((THREADS, 2), (CHILDREN, 0), (STRAY, 0)):  # one thread is the log's
             if rows[figure]["ours"] > most:
                 self.faults.append(f"{figure}: {self.cells[figure]}")
