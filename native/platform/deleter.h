@@ -7,7 +7,7 @@ template <auto function>
 struct Deleter {
   template <typename Object>
   void operator()(Object* object) const {
-    function(object);
+    function(object);  // NOLINT(cppcoreguidelines-*): as the library of the object asks
   }
 };
 
