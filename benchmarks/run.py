@@ -8,33 +8,25 @@ import ctypes
 import json
 import os
 import pathlib
-import platform
 import statistics
-import subprocess
 import sys
 import time
 from collections import defaultdict
-from typing import NamedTuple
 
 from PIL import Image, ImageDraw
+from rows import OURS, Row, machine, rows, table
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "scripts"))
 from panel_session import PanelSession  # noqa: E402
 from private_session import PrivateSession  # noqa: E402
 from servers import start_display, wait_for  # noqa: E402
 
-OURS, BARE, QT, WRITE = "ours", "bare sd-bus", "Qt 6", "write(2) alone"
+BARE, QT, WRITE = "bare sd-bus", "Qt 6", "write(2) alone"
 ITEMS = {OURS: "quill", BARE: "bare", QT: "qt"}
 LOGS = {OURS: "ours", WRITE: "write"}
 TICK = 0.035  # seconds
 REST = 0.25  # seconds without a wakeup after which a process counts as at rest
 FEW, MANY = 5, 10_000
-
-
-class Row(NamedTuple):
-    figure: str
-    ours: float
-    peers: dict
 
 
 class Session(PrivateSession):
@@ -82,15 +74,6 @@ def make_icons(directory):
         for side in (22, 44, 64):
             icon.resize((side, side), Image.Resampling.BOX).save(directory / f"{side}-{index}.png")
     return [directory / f"{side}-{index}.png" for side in (22, 44) for index in (0, 1)]
-
-
-def rows(figures, found):
-    """A row for each figure, from the numbers that each program has for all of them."""
-    return [Row(figure, *split({name: values[i] for name, values in found.items()})) for i, figure in enumerate(figures)]
-
-
-def split(values):
-    return values[OURS], {name: value for name, value in values.items() if name != OURS}
 
 
 class Benchmark:
@@ -268,26 +251,6 @@ FIGURES = {
     "menu": Benchmark.menu,
     "log-call": Benchmark.log_call,
 }
-
-
-def amount(value):
-    return f"{value:,.0f}" if value == int(value) or value >= 100 else f"{value:.3g}"
-
-
-def table(found):
-    """In Markdown, and readable as it is."""
-    lines = [("Figure", "Ours", "Peers"), ("---", "---", "---")]
-    for row in found:
-        peers = ", ".join(f"{name} {amount(value)}" for name, value in row.peers.items())
-        lines.append((row.figure, amount(row.ours), peers))
-    widths = [max(map(len, column)) for column in zip(*lines)]
-    return "\n".join("| " + " | ".join(map(str.ljust, line, widths)) + " |" for line in lines)
-
-
-def machine():
-    processor = subprocess.run("lscpu | sed -n 's/^Model name: *//p'", shell=True, stdout=subprocess.PIPE, text=True).stdout
-    memory = os.sysconf("SC_PAGE_SIZE") * os.sysconf("SC_PHYS_PAGES") / 2**30
-    return f"{os.cpu_count()} cores ({processor.strip()}), {memory:.1f} GiB, Linux {platform.release()}"
 
 
 def main():
