@@ -23,10 +23,10 @@ inline bool runUntil(const std::function<bool()>& done, NSString* mode = NSDefau
 /// Runs the application's loop until the library has presented all changes so far, and until the loop's next turn,
 /// which releases old items.
 inline void settle() {
-  int turns = 0;
+  bool isPast = false;
   auto& queue = appkit::Desktop::current().mainQueue();
-  queue.post([&] { queue.post([&] { ++turns; }); });
-  EXPECT_TRUE(runUntil([&] { return turns > 0; }));
+  queue.post([&] { queue.post([&] { isPast = true; }); });
+  EXPECT_TRUE(runUntil([&] { return isPast; }));
 }
 
 }  // namespace quill
