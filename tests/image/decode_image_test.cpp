@@ -96,10 +96,7 @@ TEST(DecodeImage, VectorsAreDrawnAtOneSize) {
     EXPECT_EQ(drawn("<svg xmlns='http://www.w3.org/2000/svg' " + inside + "</svg>"), expected) << inside;
   EXPECT_EQ(drawn(svg("width='9' height='9'", times(1 << 18, " "))), "refused");
   if (kIsSanitized) return;  // a sanitizer reserves addresses without end
-  rlimit addresses{};
-  getrlimit(RLIMIT_AS, &addresses);
-  addresses.rlim_cur = std::stoul(contents("/proc/self/statm")) * static_cast<rlim_t>(getpagesize()) + (128U << 20);
-  setrlimit(RLIMIT_AS, &addresses);
+  limitAddresses(128 << 20);
   EXPECT_EQ(drawn(svg("width='22' height='22'", "<path d='M0 0h22v22H0z'/>")), "22x22, 88x88, 0 0 0 255");
 }
 

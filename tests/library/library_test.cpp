@@ -1,6 +1,5 @@
 // What a host sees of the library.
 
-#include <gio/gio.h>
 #include <sys/resource.h>
 
 #include <atomic>
@@ -13,7 +12,7 @@
 #include "host_fixture.h"
 #include "typical_run.h"
 
-/// Of the process; the last one fails.
+/// Counts down the process's allocations. The one that reaches 0 fails.
 static std::atomic<int> allocationsLeft = INT_MAX;
 
 void* operator new(std::size_t size) {
@@ -24,8 +23,6 @@ void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace quill::tests {
-
-void addFrame() { quill_tray_manager_add_animation_frame(kOnePixelGif, sizeof kOnePixelGif); }
 
 TEST_F(HostTest, HostWithoutASessionBusKeepsMenuAndUrls) {
   unsetenv("DBUS_SESSION_BUS_ADDRESS");
@@ -67,7 +64,23 @@ void animate() {
   quill_tray_manager_reset_animation();
 }
 
-/// Runs the main context on this thread once it has not been run for a while.
+/// All eleven functions.
+const std::function<void()> kCalls[] = {
+    addFrame,
+    quill_tray_manager_start_animation,
+    quill_tray_manager_stop_animation,
+    quill_tray_manager_reset_animation,
+    quill_tray_manager_create,
+    setIcon,
+    setItem,
+    [menu = g_menu_new()] { quill_tray_manager_set_menu_ptr(menu); },
+    [] { quill_tray_manager_set_click_callback(nullptr); },
+    [] { quill_tray_manager_set_menu_item_callback(nullptr); },
+    [] { quill_tray_manager_open_url(nullptr); },
+};
+
+/// Calls on another thread while this one does not run the main context, then runs it until the call returns. Returns
+/// whether the call waited.
 bool waitsForTheLoop(const std::function<void()>& call) {
   auto called = std::async(std::launch::async, call);
   const bool waits = called.wait_for(50ms) == std::future_status::timeout;
@@ -77,13 +90,13 @@ bool waitsForTheLoop(const std::function<void()>& call) {
 
 TEST_F(HostTest, ThreadThatRunsTheLoopIsTheMainThread) {
   const std::function<void()> hosts[] = {
-      [] {  // runs it on the first thread; its own sources call, too
+      [] {  // the first thread runs it, and a source calls the library as well
         g_autoptr(GMainLoop) loop = g_main_loop_new(nullptr, FALSE);
         const auto end = [](gpointer of) { return animate(), g_main_loop_quit(static_cast<GMainLoop*>(of)), FALSE; };
         const std::jthread other([&] { animate(), g_idle_add(end, loop); });
         g_main_loop_run(loop);
       },
-      [] {  // on another thread
+      [] {  // another thread runs it
         g_autoptr(GMainLoop) loop = g_main_loop_new(nullptr, FALSE);
         const std::jthread other(g_main_loop_run, loop);
         while (g_main_loop_is_running(loop) == FALSE) std::this_thread::yield();
@@ -91,17 +104,17 @@ TEST_F(HostTest, ThreadThatRunsTheLoopIsTheMainThread) {
         std::thread(animate).join();
         g_main_loop_quit(loop);
       },
-      [] {  // by hand, and not at first
+      [] {  // the first thread iterates it later
         animate();
         EXPECT_TRUE(waitsForTheLoop(animate));
       },
-      [] {  // on another thread, not at first
+      [] {  // another thread iterates it later and ends, so that the first one need not wait
         std::thread([] {
           animate();
           while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
           EXPECT_TRUE(waitsForTheLoop(animate));
         }).join();
-        animate();  // that thread has ended: nobody runs it, and the first one need not wait
+        animate();
       },
   };
   const std::string refused = "WARN 动画无法启动：按钮不存在\n", stopped = "WARN 动画停止：按钮不存在\n";
@@ -113,29 +126,15 @@ TEST_F(HostTest, ThreadThatRunsTheLoopIsTheMainThread) {
 }
 
 TEST_F(HostTest, ThreadThatRunsTheLoopLaterLogsLikeTheFirstThread) {
-  const std::function<void()> firstCalls[] = {
-      addFrame,
-      quill_tray_manager_start_animation,
-      quill_tray_manager_stop_animation,
-      quill_tray_manager_reset_animation,
-      animate,
-      quill_tray_manager_create,
-      [] { quill_tray_manager_set_main_icon(kOnePixelGif, sizeof kOnePixelGif); },
-      [] { quill_tray_manager_set_menu_items_json("[]"); },
-      [] {
-        g_autoptr(GMenu) menu = g_menu_new();
-        quill_tray_manager_set_menu_ptr(menu);
-      },
-      [] { quill_tray_manager_set_click_callback(nullptr), quill_tray_manager_set_menu_item_callback(nullptr); },
-      [] { quill_tray_manager_open_url(nullptr); }};
-  for (const auto& first : firstCalls) {
+  for (const auto& first : kCalls) {
     const auto host = [&] {
       first();
+      animate();
       addFrame();
       quill_tray_manager_create();
-      quill_tray_manager_set_main_icon(kOnePixelGif, sizeof kOnePixelGif);
+      setIcon();
       quill_tray_manager_start_animation();
-      while (contents(console).find("恢复按钮主图标") == std::string::npos) g_main_context_iteration(nullptr, TRUE);
+      iterateUntilLogged("恢复按钮主图标");
     };
     const auto onTheFirst = joined(run(host));
     EXPECT_THAT(onTheFirst, HasSubstr("开始动画"));
@@ -161,7 +160,7 @@ TEST_F(HostTest, EightThreadsAnimateWhileTheMenuIsReplaced) {
       g_autoptr(GMenu) menu = g_menu_new();
       quill_tray_manager_set_menu_ptr(menu);
       g_menu_append(menu, "One", "app.one");
-      quill_tray_manager_set_menu_items_json(R"([{"id": "a", "title": "A"}])");
+      setItem();
       g_main_context_iteration(nullptr, FALSE);  // by hand, which leaves moments in which nobody runs it
     }
     isOver = true;
@@ -175,25 +174,25 @@ TEST_F(HostTest, ForkedChildReturnsFromEachCall) {
   const auto callAllInAChild = [](const std::function<void()>& first) {
     const pid_t child = fork();
     if (child == 0) {
-      alarm(10), first(), animate();
-      quill_tray_manager_create(), quill_tray_manager_set_main_icon(kOnePixelGif, sizeof kOnePixelGif);
-      quill_tray_manager_set_menu_items_json("[]"), quill_tray_manager_set_menu_ptr(nullptr);
-      quill_tray_manager_set_click_callback(nullptr), quill_tray_manager_set_menu_item_callback(nullptr);
-      quill_tray_manager_open_url(nullptr);
+      alarm(10);
+      first();
+      for (const auto& call : kCalls) call();
       kIsSanitized ? _exit(0) : exit(0);  // the leak sanitizer would wait for threads that the child lacks
     }
     EXPECT_EQ(statusOf(child), 0);
   };
   run([&] {
-    quill_tray_manager_create(), addFrame(), quill_tray_manager_start_animation();
+    quill_tray_manager_create();
+    addFrame();
+    quill_tray_manager_start_animation();
     callAllInAChild([] { g_main_context_iteration(nullptr, TRUE); });  // the tick is the parent's
-    while (contents(console).find("动画已停止") == std::string::npos) g_main_context_iteration(nullptr, TRUE);
+    iterateUntilLogged("动画已停止");
     std::atomic<bool> isOver = false;
-    std::vector<std::jthread> threads(4);
-    for (auto& thread : threads)
-      thread = std::jthread([&] {
-        while (!isOver) animate();
-      });
+    const auto animateOn = [&isOver] {
+      while (!isOver) animate();
+    };
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back(animateOn);
     waitsForTheLoop([&] {
       for (int i = 0; i < 9; ++i) callAllInAChild([] { close_range(STDERR_FILENO + 1, ~0U, 0); });  // as a daemon
       callAllInAChild([] {
@@ -201,7 +200,8 @@ TEST_F(HostTest, ForkedChildReturnsFromEachCall) {
         std::ignore = pipe(ends) + dup2(ends[1], STDOUT_FILENO);
         std::ignore = write(STDOUT_FILENO, std::string(65536, 'x').data(), 65536);  // full
       });
-      isOver = true, threads.clear();
+      isOver = true;
+      threads.clear();
     });
   });
   EXPECT_EQ(lines(console).size(), lines(file).size() + 10) << "a line of each child but the last one";
@@ -212,41 +212,38 @@ TEST_F(HostTest, CallWithoutMemoryLogsAnErrorAndKeepsTheState) {
   bus.start();
   const auto logged = run([] {
     quill_tray_manager_create();
-    quill_tray_manager_set_menu_items_json(R"([{"id": "a", "title": "A"}])");
+    setItem();
     const std::string huge = R"([{"id": "a", "title": ")" + std::string(64 << 20, 'x') + R"("}])";
-    // 4096 pixels a side, of which none is there.
-    constexpr std::uint8_t kBitmap[54] = {'B', 'M', 0, 0, 0,  0, 0, 0, 0,  0, 54, 0, 0, 0, 40,
-                                          0,   0,   0, 0, 16, 0, 0, 0, 16, 0, 0,  1, 0, 32};
-    rlimit all{};
-    getrlimit(RLIMIT_AS, &all);
-    const auto pages = std::stoul(contents("/proc/self/statm"));
-    const rlimit little{pages * static_cast<std::size_t>(getpagesize()) + (16U << 20), all.rlim_max};
-    setrlimit(RLIMIT_AS, &little);
+    auto large = std::to_array(kOnePixelGif);
+    large[6] = large[8] = 0;
+    large[7] = large[9] = 16;  // 4096 pixels a side
+    limitAddresses(16 << 20);
     quill_tray_manager_set_menu_items_json(huge.c_str());
-    quill_tray_manager_set_main_icon(kBitmap, sizeof kBitmap);
-    quill_tray_manager_add_animation_frame(kBitmap, sizeof kBitmap);
+    quill_tray_manager_set_main_icon(large.data(), large.size());
+    quill_tray_manager_add_animation_frame(large.data(), large.size());
     quill_tray_manager_open_url(huge.c_str());
-    setrlimit(RLIMIT_AS, &all);
-    quill_tray_manager_create();  // which counts the entries
+    quill_tray_manager_create();  // counts the entries
   });
   EXPECT_EQ(std::count(logged.begin(), logged.end(), "ERROR 内存不足"), 4);
   EXPECT_THAT(logged, Contains("INFO 已使用动态菜单数据创建菜单，菜单项数量: 1"));
 }
 
-TEST_F(HostTest, OutlivesEachAllocationThatFailsInItsThreadsAndInTheMainLoop) {
+TEST_F(HostTest, AnimationOutlivesEachAllocationThatFails) {
   if (kIsSanitized) GTEST_SKIP() << "a sanitizer allocates, too";
   bus.start();
   constexpr int kRounds = 60;
   const auto logged = run([] {
-    quill_tray_manager_create(), addFrame();
+    quill_tray_manager_create();
+    addFrame();
     for (int failing = 1; failing <= kRounds; ++failing) {
       const auto callWithout = [failing](const auto& call) {
         allocationsLeft = failing, call(), allocationsLeft = INT_MAX;
       };
-      quill_tray_manager_set_menu_items_json(R"([{"id": "a", "title": "A"}])");
-      quill_tray_manager_set_main_icon(kOnePixelGif, sizeof kOnePixelGif);
+      setItem();
+      setIcon();
       callWithout(quill_tray_manager_start_animation);
-      quill_tray_manager_start_animation(), quill_tray_manager_stop_animation();
+      quill_tray_manager_start_animation();
+      quill_tray_manager_stop_animation();
       quill_tray_manager_open_url("nobody-opens:a");
       callWithout([] {
         while (g_main_context_iteration(nullptr, FALSE) != FALSE) continue;
@@ -258,7 +255,7 @@ TEST_F(HostTest, OutlivesEachAllocationThatFailsInItsThreadsAndInTheMainLoop) {
   EXPECT_GT(std::count(logged.begin(), logged.end(), "ERROR 内存不足"), 20);
 }
 
-TEST_F(HostTest, SaysSoWhereThereIsNoDescriptorAndGoesOn) {
+TEST_F(HostTest, CallWithoutADescriptorLogsItAndTheHostGoesOn) {
   if (kIsSanitized) GTEST_SKIP() << "a sanitizer needs descriptors itself";
   run([] {
     rlimit files{};

@@ -8,8 +8,6 @@
 #include <atomic>
 #include <thread>
 
-#include <gio/gio.h>
-
 #include "host_fixture.h"
 
 namespace quill::tests {

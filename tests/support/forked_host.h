@@ -2,14 +2,16 @@
 
 #include <sys/wait.h>
 
+#include <regex>
+
 #include "testing.h"
 
 namespace quill {
 
-/// As scripts/soak wants it.
+/// Set by scripts/soak.
 inline const bool isLong = std::getenv("QUILL_SOAK") != nullptr;
 
-/// Hosts that are forked children with a home of their own.
+/// A test whose hosts are forked children with a home of their own.
 class ForkedHost : public Test {
  protected:
   ForkedHost() { setenv("HOME", home.c_str(), 1); }
@@ -25,13 +27,13 @@ class ForkedHost : public Test {
     }
     EXPECT_EQ(statusOf(child), expected) << contents(console);
   }
-  /// Of a child, once it has ended.
+  /// Waits until the child ends and returns its exit status.
   static int statusOf(pid_t child) {
     int status = -1;
     waitpid(child, &status, 0);
     return status;
   }
-  // Every line must have its end.
+  // Expects that every line ends in a line feed.
   static Lines lines(const fs::path& of) {
     Lines all;
     std::ifstream text(of);
@@ -39,13 +41,11 @@ class ForkedHost : public Test {
     return all;
   }
 
-  /// What the hosts logged, as "LEVEL message"; the lines of others as they are.
+  /// The log file's lines, each as "LEVEL [module] message", and those of the tray manager as "LEVEL message".
   Lines logged() const {
+    static const std::regex start(R"(^\[[-0-9]{10} [:0-9]{8}\.\d{3}\]\[(\w+)\](\[TrayManager\] \[TrayManager\])? ?)");
     auto all = lines(file);
-    const std::string names = "][TrayManager] [TrayManager]";
-    for (auto& line : all) {  // the level is behind 26 characters of brackets and time
-      if (const auto at = line.find(names); at != std::string::npos) line.erase(at, names.size()).erase(0, 26);
-    }
+    for (auto& line : all) line = std::regex_replace(line, start, "$1 ", std::regex_constants::format_first_only);
     return all;
   }
   static std::string joined(const Lines& lines) {
