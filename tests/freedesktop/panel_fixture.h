@@ -81,6 +81,9 @@ struct Peer {
   std::string get(const char* property) const { return call(kItem, "Get", "(%s, %s)", kItem, property); }
   std::string menu() const { return call(kMenu, "GetLayout", "(0, -1, @as [])"); }
   std::string choose(std::int32_t id) const { return call(kMenu, "Event", "(%i, 'clicked', <0>, uint32 0)", id); }
+  void emit(const char* path, const char* interface, const char* signal, GVariant* arguments = nullptr) const {
+    g_dbus_connection_emit_signal(connection.get(), nullptr, path, interface, signal, arguments, nullptr);
+  }
   /// What the item has signalled since the last call, once all is shown that was changed before.
   Lines takeSignals() {
     bool presented = false;
@@ -90,12 +93,11 @@ struct Peer {
     return std::exchange(signals, {});
   }
 
-  std::string itemName;         ///< whose signals are noted: who has called last
-  Lines received;               ///< calls
-  int refusals = 0;             ///< of the next calls
-  std::optional<bool> hasHost;  ///< empty: the watcher has no such property
+  std::string itemName;  ///< whose signals are noted: who has called last
+  Lines received;        ///< calls
+  int refusals = 0;      ///< of the next calls
   Lines signals;
-  std::map<std::string, std::string> replies;  ///< by method; nothing for other methods
+  std::map<std::string, std::string> replies;  ///< by method or property; others return nothing, or an error
 
   static void onCall(GDBusConnection*, const char* sender, const char*, const char*, const char* method,
                      GVariant* arguments, GDBusMethodInvocation* call, gpointer self) {
@@ -107,11 +109,11 @@ struct Peer {
     g_dbus_method_invocation_return_value(
         call, reply == peer.replies.end() ? nullptr : g_variant_new_parsed(reply->second.c_str()));
   }
-  static GVariant* onGet(GDBusConnection*, const char*, const char*, const char*, const char*, GError** error,
+  static GVariant* onGet(GDBusConnection*, const char*, const char*, const char*, const char* property, GError** error,
                          gpointer self) {
-    const auto hasHost = static_cast<Peer*>(self)->hasHost;
-    if (!hasHost) g_set_error(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_PROPERTY, "none");
-    return hasHost ? g_variant_new_boolean(*hasHost) : nullptr;
+    const auto& value = static_cast<Peer*>(self)->replies[property];
+    if (value.empty()) g_set_error(error, G_DBUS_ERROR, G_DBUS_ERROR_UNKNOWN_PROPERTY, "none");
+    return value.empty() ? nullptr : g_variant_new_parsed(value.c_str());
   }
   static void onSignal(GDBusConnection*, const char* sender, const char*, const char*, const char* signal,
                        GVariant* arguments, gpointer self) {
@@ -159,6 +161,30 @@ class PanelTest : public Test {
       std::getline(words >> interface >> method >> std::ws, arguments);
       EXPECT_EQ(panel->call(interface, method, arguments.c_str()), reply) << call;
     }
+  }
+  /// What a word of a table's steps does; the argument follows the word behind a colon.
+  using Actions = std::map<std::string, std::function<void(const std::string& argument)>>;
+  /// Compares what the steps of each line let the test note in `told`.
+  void expectSteps(const char* table, const Actions& actions) {
+    for (const auto& [steps, expected] : casesIn(std::string(CASES) + table)) {
+      std::istringstream words(steps);
+      for (std::string word; words >> word; settle()) {
+        const auto name = word.substr(0, word.find(':'));
+        actions.at(name)(word.substr(std::min(name.size() + 1, word.size())));
+      }
+      std::string noted;
+      for (const auto& line : std::exchange(told, {})) noted += (noted.empty() ? "" : ", ") + line;
+      EXPECT_EQ(noted.empty() ? "nothing" : noted, expected) << steps;
+    }
+  }
+  /// Sets a variable of the environment; `setting` is "NAME=value".
+  static void setVariable(const std::string& setting) {
+    const auto end = setting.find('=');
+    setenv(setting.substr(0, end).c_str(), setting.substr(end + 1).c_str(), 1);
+  }
+  /// Called after each step.
+  virtual void settle() {
+    for (const auto& signal : panel->takeSignals()) told.push_back(signal);
   }
   /// Chooses each entry that there ever was; answers with what the host is told.
   Lines chooseAll() {
