@@ -33,7 +33,7 @@ class KWinScreen(XScreen):
         session.environment.update(CLIENTS)
 
 
-# A pointer in the shell itself, which lets nobody but portals make an input device. A press ends with the frame that
+# A pointer in the shell itself, because the shell offers input devices to portals alone. A press ends with the frame that
 # handles its releases. Otherwise the shell would give the click to what is under the pointer's next place.
 POINTER = """const {Clutter, GLib} = imports.gi;
 if (!global.quill) {
