@@ -33,8 +33,8 @@ class KWinScreen(XScreen):
         session.environment.update(CLIENTS)
 
 
-# A pointer in the shell itself, because the shell offers input devices to portals alone. A press ends with the frame that
-# handles its releases. Otherwise the shell would give the click to what is under the pointer's next place.
+# A pointer in the shell itself, because the shell offers input devices to portals alone. A press ends with the frame
+# that handles its releases. Otherwise the shell would give the click to what is under the pointer's next place.
 POINTER = """const {Clutter, GLib} = imports.gi;
 if (!global.quill) {
   const quill = global.quill = {queued: 0, handled: 0};
