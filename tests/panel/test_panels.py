@@ -186,7 +186,8 @@ def run():
     except panel_session.NotInstalled as missing:
         print(f"SKIPPED: no {sys.argv[1]} here, not installed: {missing}")
         sys.exit(77)
-    result = unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2, exit=False).result
+    # After one case failed the others often wait for their deadlines, and a killed test prints no error.
+    result = unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2, exit=False, failfast=True).result
     if result.wasSuccessful() and len(result.skipped) == result.testsRun:
         sys.exit(77)
     sys.exit(not result.wasSuccessful())
