@@ -36,9 +36,8 @@ inline constexpr auto kWatcher = "org.kde.StatusNotifierWatcher";
 
 /// A panel or anybody else on the bus, in the same main context as what it talks to.
 struct Peer {
-  explicit Peer(const PrivateBus& bus, std::initializer_list<const char*> names = {kWatcher}, int refusing = 0)
-      : refusals(refusing),
-        connection(g_dbus_connection_new_for_address_sync(
+  explicit Peer(const PrivateBus& bus, std::initializer_list<const char*> names = {kWatcher})
+      : connection(g_dbus_connection_new_for_address_sync(
             bus.address().c_str(),
             static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                               G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION),
@@ -62,10 +61,8 @@ struct Peer {
   bool waitForItem() const {
     return runUntil([this] { return !itemName.empty(); });
   }
-  /// Calls `interface`, or asks for its properties, with `arguments` as GLib parses them; answers with text().
-  template <typename... Values>
-  std::string call(std::string_view interface, std::string_view method, const char* arguments = "()",
-                   Values... values) const {
+  /// Calls a method of the item or of its menu, or reads properties of theirs. Returns the reply's text().
+  std::string call(std::string_view interface, std::string_view method, const std::string& arguments) const {
     const auto keep = [](GObject* called, GAsyncResult* result, gpointer kept) {
       const VariantPointer reply(g_dbus_connection_call_finish(G_DBUS_CONNECTION(called), result, nullptr));
       *static_cast<std::string*>(kept) = text(reply.get());
@@ -74,13 +71,17 @@ struct Peer {
     g_dbus_connection_call(
         connection.get(), itemName.c_str(), interface == kMenu ? "/MenuBar" : "/StatusNotifierItem",
         method.starts_with("Get") && method.size() < 7 ? "org.freedesktop.DBus.Properties" : interface.data(),
-        method.data(), g_variant_new_parsed(arguments, values...), nullptr, {}, 9000, nullptr, keep, &reply);
+        method.data(), g_variant_new_parsed(arguments.c_str()), nullptr, {}, 9000, nullptr, keep, &reply);
     runUntil([&] { return !reply.empty(); });
     return reply;
   }
-  std::string get(const char* property) const { return call(kItem, "Get", "(%s, %s)", kItem, property); }
+  std::string get(const char* property) const {
+    return call(kItem, "Get", std::string("('") + kItem + "', '" + property + "')");
+  }
   std::string menu() const { return call(kMenu, "GetLayout", "(0, -1, @as [])"); }
-  std::string choose(std::int32_t id) const { return call(kMenu, "Event", "(%i, 'clicked', <0>, uint32 0)", id); }
+  std::string choose(std::int32_t id) const {
+    return call(kMenu, "Event", "(" + std::to_string(id) + ", 'clicked', <0>, uint32 0)");
+  }
   void emit(const char* path, const char* interface, const char* signal, GVariant* arguments = nullptr) const {
     g_dbus_connection_emit_signal(connection.get(), nullptr, path, interface, signal, arguments, nullptr);
   }
@@ -140,9 +141,9 @@ class PanelTest : public Test {
   }
 
   /// A panel that waits for an item.
-  void startPanel(std::initializer_list<const char*> names = {kWatcher}, int refusals = 0) {
+  void startPanel(std::initializer_list<const char*> names = {kWatcher}) {
     panel.reset();
-    panel = std::make_unique<Peer>(bus, names, refusals);
+    panel = std::make_unique<Peer>(bus, names);
     ASSERT_TRUE(panel->waitForItem());
   }
   /// An item with two entries in a panel.
@@ -159,7 +160,7 @@ class PanelTest : public Test {
       std::istringstream words(call);
       std::string interface, method, arguments;
       std::getline(words >> interface >> method >> std::ws, arguments);
-      EXPECT_EQ(panel->call(interface, method, arguments.c_str()), reply) << call;
+      EXPECT_EQ(panel->call(interface, method, arguments), reply) << call;
     }
   }
   /// What a word of a table's steps does; the argument follows the word behind a colon.
