@@ -10,8 +10,8 @@
  *
  *   and with a timestamp to the end of ~/Library/Application Support/com.orvi.tamble/.logs/native.log. Messages and
  *   the built-in menu are in Chinese. ~ is $HOME on Linux (otherwise the home directory of the user database) and the
- * directory that the system names on macOS; if macOS names none, there is no file. The application's umask decides who
- * may read the file: with the usual 022, everybody.
+ *   directory that the system names on macOS; if macOS names none, there is no file. The application's umask decides
+ *   who may read the file: with the usual 022, everybody.
  * - The functions may be called in any order. None of them removes the icon, which exists until the process ends.
  * - The main thread on macOS is the process's first thread. On Linux it is the first of these threads that exists:
  *
