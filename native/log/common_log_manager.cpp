@@ -36,6 +36,8 @@ void appendTimestamp(std::string& text, std::chrono::local_time<std::chrono::mil
 constexpr std::size_t kLineOverhead = 31;
 /// The memory of a waiting line beside its text, in bytes.
 constexpr std::size_t kJobSize = 256;
+/// The limit for the lines that wait for the file.
+constexpr std::size_t kMaxWaitingBytes = std::size_t{64} << 20U;
 
 const std::shared_ptr<CommonLogManager>& CommonLogManager::shared() {
   static NoDestructor<std::shared_ptr<CommonLogManager>> manager(make(Environment::current()));

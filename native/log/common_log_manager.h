@@ -33,12 +33,9 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
   virtual std::optional<std::filesystem::path> getLogFileURL();
 
  public:
-  /// The limit for the lines that wait for the file.
-  static constexpr std::size_t kMaxWaitingBytes = std::size_t{64} << 20U;
-
   /// Writes "[yyyy-MM-dd HH:mm:ss.SSS][level][module] message" to the file, and the part from "[module]" on to the
-  /// console. Accepts any text and changes none. Reports no failure to the caller. A line beyond the limit is on the
-  /// console only.
+  /// console. Accepts any text and changes none. Reports no failure to the caller. While too
+  /// many lines wait for the file, a line is on the console only.
   virtual void log(std::string_view message, std::string_view level = "INFO", std::string_view module = "Native");
 
  private:

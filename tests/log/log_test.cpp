@@ -40,14 +40,6 @@ TEST_F(LogManager, TriesAgainWithTheNextLineAfterAFailure) {
   EXPECT_THAT((manager->log("kept"), environment.logged()), ElementsAre("INFO kept"));
 }
 
-TEST_F(LogManager, KeepsNoLineForTheFileBeyondItsLimit) {
-  for (const char name : {'a', 'b', 'c', 'd', 'e'})
-    manager->log(std::string(CommonLogManager::kMaxWaitingBytes / 4, name));
-  EXPECT_EQ(environment.console().size(), 5U);
-  EXPECT_THAT(environment.logged(), ElementsAre(StartsWith("INFO a"), StartsWith("INFO b"), StartsWith("INFO c")));
-  EXPECT_THAT((manager->log("later"), environment.logged().back()), "INFO later");
-}
-
 TEST(Log, NamesItsLevelAndWhereNobodyDoesItsModule) {
   logInfo("a"), logWarning("b"), logError("c"), logDebug("d");
   auto& environment = memory::Environment::current();
