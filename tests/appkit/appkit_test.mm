@@ -33,8 +33,8 @@ class AppKitTest : public ForkedHost {
     [NSApplication sharedApplication];  // GNUstep's menus need it
     NSMenu* const menu = [[[NSMenu alloc] initWithTitle:@""] autorelease];
     for (NSString* title in @[ @"One", @"Two" ]) [menu addItemWithTitle:title action:nullptr keyEquivalent:@""];
-    const auto runLoop = [](const std::function<bool()>& done) { runUntil(done); };
-    typicalRun(menu, @"no menu", runLoop, console);
+    const auto isOver = [this] { return hasPrinted("动画已停止"); };
+    typicalRun(menu, @"no menu", [&] { runUntil(isOver); });
   }
 };
 
@@ -46,7 +46,7 @@ TEST_F(AppKitTest, TypicalRunIsLoggedInLocalTimeAsOnEveryDesktop) {
     const auto utc = std::chrono::system_clock::now().time_since_epoch();
     EXPECT_EQ(std::chrono::round<std::chrono::minutes>(local - utc), 5h + 30min);
   });
-  EXPECT_EQ(joined(logged()), typicalRunLog());
+  EXPECT_EQ(joined(logged()), contents(CASES "../support/typical_run.txt"));
   EXPECT_THAT(lines(console), Contains("  openURL: nobody-opens:%EF%BF%BD"));
 }
 
@@ -82,8 +82,7 @@ TEST_F(AppKitTest, StepsOfAHostReachThePlatformOnce) {
       for (int frame = 0; frame < 2; ++frame) [manager addAnimationFrame:image];
       [manager startAnimation];
       standin::click(NSRightMouseUp, [this](NSMenu* menu) {
-        const auto isOver = [this] { return contents(console).find("动画已停止") != std::string::npos; };
-        EXPECT_TRUE(runUntil(isOver, NSEventTrackingRunLoopMode));
+        EXPECT_TRUE(runUntil([this] { return hasPrinted("动画已停止"); }, NSEventTrackingRunLoopMode));
         settle();
         for (const char* title : {"B", "C"}) standin::choose(menu, title);
       });

@@ -27,7 +27,7 @@ class HostTest : public ForkedHost {
   }
   /// Runs the main context until the host's console has `text`.
   void iterateUntilLogged(const std::string& text) const {
-    while (contents(console).find(text) == std::string::npos) g_main_context_iteration(nullptr, TRUE);
+    while (!hasPrinted(text)) g_main_context_iteration(nullptr, TRUE);
   }
 
   PrivateBus bus;  // items wait for it until a test starts it

@@ -8,9 +8,6 @@
 
 namespace quill {
 
-/// Set by scripts/soak.
-inline const bool isLong = std::getenv("QUILL_SOAK") != nullptr;
-
 /// A test whose hosts are forked children with a home of their own.
 class ForkedHost : public Test {
  protected:
@@ -20,7 +17,7 @@ class ForkedHost : public Test {
     fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) {
-      alarm(isLong ? 300 : 50);
+      alarm(50);
       if (freopen(console.c_str(), "w", stdout) == nullptr) abort();  // also: no orientation any more
       body();
       exit(HasFailure() ? 1 : 0);
@@ -48,6 +45,7 @@ class ForkedHost : public Test {
     for (auto& line : all) line = std::regex_replace(line, start, "$1 ", std::regex_constants::format_first_only);
     return all;
   }
+  bool hasPrinted(const std::string& text) const { return contents(console).find(text) != std::string::npos; }
   static std::string joined(const Lines& lines) {
     std::string all;
     for (const auto& line : lines) all += withoutAddresses(line) + "\n";

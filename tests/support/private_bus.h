@@ -3,7 +3,6 @@
 #include <csignal>
 #include <cstdio>
 #include <memory>
-#include <stdexcept>
 
 #include "testing.h"
 
@@ -20,7 +19,7 @@ class PrivateBus {
     const std::string command = "echo $$; exec dbus-daemon --session --nofork --nopidfile --print-address --address=";
     output_.reset(popen((command + address()).c_str(), "re"));
     char printed = 0;  // its address, once it listens
-    if (fscanf(output_.get(), "%d %c", &process_, &printed) != 2) throw std::runtime_error("no dbus-daemon");
+    EXPECT_EQ(fscanf(output_.get(), "%d %c", &process_, &printed), 2) << "no dbus-daemon";
   }
   void kill() {
     if (output_) ::kill(process_, SIGKILL);
