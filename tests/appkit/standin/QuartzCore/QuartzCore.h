@@ -1,7 +1,1 @@
-#pragma once
-
-#import <AppKit/AppKit.h>
-
-@interface CALayer : NSObject
-- (void)setBackgroundColor:(CGColorRef)color;
-@end
+// standin.h declares what the library uses of it.
