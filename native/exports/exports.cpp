@@ -1,5 +1,6 @@
-// The exported functions. Each converts its arguments and calls an operation of TrayManager::shared() on the caller's
-// thread. Arguments that cannot be converted create no tray manager. No exception leaves a function.
+// The exported functions. Each calls the body of its name, which converts the arguments and calls an operation of
+// TrayManager::shared() on the caller's thread. Arguments that cannot be converted create no tray manager. No exception
+// leaves a function.
 
 #include "quill_tray_manager.h"
 
@@ -34,11 +35,11 @@ class Uncancelled {
   int before_ = PTHREAD_CANCEL_ENABLE;
 };
 
-template <typename Body>
-void run(const Body& body) noexcept {
+template <typename... Parameters>
+void run(void (*body)(Parameters...), Parameters... arguments) noexcept {
   if (isForkedChild()) return reportForkedChild();
   const Uncancelled uncancelled;
-  completes(body);
+  completes([&] { body(arguments...); });
 }
 
 /// Calls an operation while holding a reference to the manager.
@@ -61,7 +62,30 @@ std::optional<Image> imageFromBytes(const uint8_t* bytes, intptr_t length) {
   return decodeImage({bytes, static_cast<size_t>(length)});
 }
 
-void setMenuItems(const char* jsonData) {
+void quillTrayManagerCreate() { callSharedOnMainThread(&TrayManager::createTray); }
+
+void quillTrayManagerSetMainIcon(const uint8_t* iconData, intptr_t iconLength) {
+  if (const auto image = imageFromBytes(iconData, iconLength))
+    callSharedOnMainThread(&TrayManager::setMainIcon, *image);
+}
+
+void quillTrayManagerAddAnimationFrame(const uint8_t* frameData, intptr_t frameLength) {
+  if (const auto image = imageFromBytes(frameData, frameLength)) callShared(&TrayManager::addAnimationFrame, *image);
+}
+
+void quillTrayManagerStartAnimation() { callShared(&TrayManager::startAnimation); }
+
+void quillTrayManagerStopAnimation() { callShared(&TrayManager::stopAnimation); }
+
+void quillTrayManagerResetAnimation() { callShared(&TrayManager::resetAnimation); }
+
+void quillTrayManagerSetMenuPtr(const void* menuPtr) {
+  if (auto menu = Desktop::current().adoptMenu(menuPtr)) callSharedOnMainThread(&TrayManager::setMenu, std::move(menu));
+}
+
+void quillTrayManagerSetClickCallback(ClickCallback callback) { callShared(&TrayManager::setClickCallback, callback); }
+
+void quillTrayManagerSetMenuItemsJson(const char* jsonData) {
   if (!jsonData) return logError("[TrayManager] 设置菜单项数据失败：JSON 数据为空", kLogModule);
   auto items = readMenuItems(utf8Text(jsonData));
   if (!items) return logError("[TrayManager] 设置菜单项数据失败：JSON 解析失败", kLogModule);
@@ -70,7 +94,11 @@ void setMenuItems(const char* jsonData) {
   logInfo("[TrayManager] 已设置菜单项数据，数量: " + std::to_string(count), kLogModule);
 }
 
-void openUrl(const char* urlString) {
+void quillTrayManagerSetMenuItemCallback(MenuItemCallback callback) {
+  callShared(&TrayManager::setMenuItemCallback, callback);
+}
+
+void quillTrayManagerOpenUrl(const char* urlString) {
   if (!urlString) return logError("[TrayManager] 打开 URL 失败：URL 字符串为空", kLogModule);
   const auto text = utf8Text(urlString);
   const auto url = parseUrl(text);
@@ -81,54 +109,32 @@ void openUrl(const char* urlString) {
 
 }  // namespace
 
-void quill_tray_manager_create(void) {
-  run([] { callSharedOnMainThread(&TrayManager::createTray); });
-}
+void quill_tray_manager_create(void) { run(quillTrayManagerCreate); }
 
 void quill_tray_manager_set_main_icon(const uint8_t* iconData, intptr_t iconLength) {
-  run([=] {
-    if (const auto image = imageFromBytes(iconData, iconLength))
-      callSharedOnMainThread(&TrayManager::setMainIcon, *image);
-  });
+  run(quillTrayManagerSetMainIcon, iconData, iconLength);
 }
 
 void quill_tray_manager_add_animation_frame(const uint8_t* frameData, intptr_t frameLength) {
-  run([=] {
-    if (const auto image = imageFromBytes(frameData, frameLength)) callShared(&TrayManager::addAnimationFrame, *image);
-  });
+  run(quillTrayManagerAddAnimationFrame, frameData, frameLength);
 }
 
-void quill_tray_manager_start_animation(void) {
-  run([] { callShared(&TrayManager::startAnimation); });
-}
+void quill_tray_manager_start_animation(void) { run(quillTrayManagerStartAnimation); }
 
-void quill_tray_manager_stop_animation(void) {
-  run([] { callShared(&TrayManager::stopAnimation); });
-}
+void quill_tray_manager_stop_animation(void) { run(quillTrayManagerStopAnimation); }
 
-void quill_tray_manager_reset_animation(void) {
-  run([] { callShared(&TrayManager::resetAnimation); });
-}
+void quill_tray_manager_reset_animation(void) { run(quillTrayManagerResetAnimation); }
 
-void quill_tray_manager_set_menu_ptr(const void* menuPtr) {
-  run([=] {
-    if (auto menu = Desktop::current().adoptMenu(menuPtr))
-      callSharedOnMainThread(&TrayManager::setMenu, std::move(menu));
-  });
-}
+void quill_tray_manager_set_menu_ptr(const void* menuPtr) { run(quillTrayManagerSetMenuPtr, menuPtr); }
 
 void quill_tray_manager_set_click_callback(quill_tray_manager_click_callback callback) {
-  run([=] { callShared(&TrayManager::setClickCallback, callback); });
+  run(quillTrayManagerSetClickCallback, callback);
 }
 
-void quill_tray_manager_set_menu_items_json(const char* jsonData) {
-  run([=] { setMenuItems(jsonData); });
-}
+void quill_tray_manager_set_menu_items_json(const char* jsonData) { run(quillTrayManagerSetMenuItemsJson, jsonData); }
 
 void quill_tray_manager_set_menu_item_callback(quill_tray_manager_menu_item_callback callback) {
-  run([=] { callShared(&TrayManager::setMenuItemCallback, callback); });
+  run(quillTrayManagerSetMenuItemCallback, callback);
 }
 
-void quill_tray_manager_open_url(const char* urlString) {
-  run([=] { openUrl(urlString); });
-}
+void quill_tray_manager_open_url(const char* urlString) { run(quillTrayManagerOpenUrl, urlString); }
