@@ -29,15 +29,6 @@ void cutOff(int file, off_t count) {
   [[maybe_unused]] const int ignored = ftruncate(file, end - count);
 }
 
-// Whether the file's last line lacks its line feed. Linux ends the write of a process that is killed between two pages
-// of the file, so that a host can leave a part of a line.
-bool endsInsideALine(const std::filesystem::path& file) {
-  const auto opened = openFile(AT_FDCWD, file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0);
-  const auto end = lseek(opened.number(), 0, SEEK_END);
-  char last = '\n';
-  return end > 0 && pread(opened.number(), &last, 1, end - 1) == 1 && last != '\n';
-}
-
 }  // namespace
 
 bool Environment::lock(int file) {
@@ -62,7 +53,6 @@ std::error_code Environment::append(const std::filesystem::path& file, std::stri
   if (!opened.isOpen()) return {errno, std::generic_category()};
 
   const bool isLocked = lock(opened.number());  // until a write that fell short is cut off
-  if (isLocked && endsInsideALine(file)) writeWithoutSignals(opened.number(), "\n");
   const auto written = writeWithoutSignals(opened.number(), bytes);
   if (written > 0 && static_cast<std::size_t>(written) < bytes.size()) cutOff(opened.number(), written);
   if (isLocked) flock(opened.number(), LOCK_UN);  // closing would not: a forked child may have a copy
