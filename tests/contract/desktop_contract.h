@@ -54,7 +54,7 @@ TYPED_TEST(DesktopContract, TimerEndsWithItsObjectEvenInItsOwnTick) {
   loop.queue.repeat(2ms, [&] { ticks += 100; }).reset();
   int later = 0;
   const auto other = loop.queue.repeat(2ms, [&] { ++later; });
-  loop.queue.post([&] { EXPECT_TRUE(loop.runUntil([&] { return later == 5; })) << "timers tick during other work"; });
+  loop.queue.post([&] { EXPECT_TRUE(loop.runUntil([&] { return later >= 5; })) << "timers tick during other work"; });
   EXPECT_TRUE(loop.runUntil([&] { return later >= 5; }));
   EXPECT_EQ(ticks, 1);
 }
