@@ -113,6 +113,12 @@ TEST_F(LoggingHost, KilledHostLeavesWholeLines) {
     fs::resize_file(file, contents(file).rfind('\n') + 1);
     EXPECT_GT(countUp(logged())["INFO [T]"], 50);
   }
+  const auto page = static_cast<unsigned>(getpagesize());
+  for (const auto& [size, start] : {std::pair{page - 1, "["}, {page, "\n["}}) {
+    std::ofstream(file) << std::string(size, 'x');
+    run([] { logInfo("next", "T"); });
+    EXPECT_TRUE(contents(file).substr(size).starts_with(start)) << size;
+  }
 }
 
 TEST_F(LoggingHost, FaultOfTheDiskIsReportedOnTheConsole) {
