@@ -127,8 +127,8 @@ TEST_F(SymbolicIcon, FolderKeepsTheNewestFilesAndRemovesUnusedFolders) {
   fs::create_directory(runtime / "quill-tray-killed");  // which nobody locks
   EXPECT_NE(IconFolder::make(), nullptr);
   EXPECT_EQ(countIn(runtime), 1);
-  for (std::size_t i = 0; i <= IconFolder::kMaxFiles; ++i)
-    EXPECT_TRUE(folder->write(std::to_string(i), "text") && folder->write("shown", "text"));
+  for (std::size_t i = 0; i < IconFolder::kMaxFiles; ++i)
+    EXPECT_TRUE(folder->write("shown", "text") && folder->write(std::to_string(i), "text"));
   EXPECT_EQ(countIn(folder->path()), std::ptrdiff_t{IconFolder::kMaxFiles});
   EXPECT_TRUE(fs::exists(folder->path() + "/shown.svg"));
 }
