@@ -31,6 +31,12 @@ class SymbolicIcon : public PanelTest {
   void setDarkMode(const std::string& isOn) {
     xfconf->replies["GetAllProperties"] = "(@a{sv} {'/panels/dark-mode': <" + isOn + ">},)";
   }
+  /// As xfce4-panel's settings and Plasma do.
+  void signalChange() const {
+    xfconf->emit("/org/xfce/Xfconf", "org.xfce.Xfconf", "PropertyChanged",
+                 g_variant_new_parsed("('xsettings', '/Net/ThemeName', <''>)"));
+    panel->emit("/KGlobalSettings", "org.kde.KGlobalSettings", "notifyChange", g_variant_new("(ii)", 0, 0));
+  }
 
   const fs::path runtime = bus.directory / "run";
   std::optional<Peer> xfconf;  // xfce4-panel's settings
@@ -64,11 +70,6 @@ TEST_F(SymbolicIcon, EachPanelGetsItsFormAndTone) {
     const auto end = settings.find(':');
     std::ofstream(bus.directory / settings.substr(0, end)) << settings.substr(end + 1) << '\n';
   };
-  const auto signalChange = [&](auto&) {
-    xfconf->emit("/org/xfce/Xfconf", "org.xfce.Xfconf", "PropertyChanged",
-                 g_variant_new_parsed("('xfce4-panel', '/panels/dark-mode', <true>)"));
-    panel->emit("/KGlobalSettings", "org.kde.KGlobalSettings", "notifyChange", g_variant_new("(ii)", 0, 0));
-  };
   const auto noteIcon = [&](const std::string& tone) {
     const auto* const opaqueFill = tone == "white" ? "0xff, 0xff, 0xff, 0xff" : "0xff, 0x00, 0x00, 0x00";
     const bool hasTone = runUntil([&] { return panel->get("IconPixmap").find(opaqueFill) != std::string::npos; });
@@ -82,23 +83,29 @@ TEST_F(SymbolicIcon, EachPanelGetsItsFormAndTone) {
                            {"settings", writeSettings},
                            {"dark-mode", [&](auto& isOn) { setDarkMode(isOn); }},
                            {"theme", [&](auto& name) { xfconf->replies["GetProperty"] = "(<'" + name + "'>,)"; }},
-                           {"change", signalChange},
+                           {"change", [&](auto&) { signalChange(); }},
                            {"variable", setVariable},
                            {"icon", noteIcon}});
 }
 
 TEST_F(SymbolicIcon, PlasmaPaintsItAnewOnceAfterAChangeOfColours) {
   showIn("org.kde.kded6");
-  for (const int change : {0, 2})
-    panel->emit("/KGlobalSettings", "org.kde.KGlobalSettings", "notifyChange", g_variant_new("(ii)", change, 0));
+  signalChange();
+  signalChange();
   EXPECT_TRUE(runUntil([&] { return !panel->signals.empty(); }));
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()"));
 }
 
-TEST_F(SymbolicIcon, XfcePaintsItAnewWhenItIsShownAgain) {
+TEST_F(SymbolicIcon, XfcePaintsItAnewAfterAChangeOfThemeAndWhenShown) {
   prctl(PR_SET_NAME, "wrapper-2.0");  // by which the panel is recognised
   showIn("org.example.Panel");
   const auto path = read("IconThemePath");
+  signalChange();
+  for (const auto& painted : {path + "/", path}) {
+    EXPECT_TRUE(runUntil([&] { return !panel->signals.empty(); }));
+    EXPECT_EQ(read("IconThemePath"), painted);
+    EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()"));
+  }
   item->button()->setHidden(true);
   panel->takeSignals();
   item->button()->setHidden(false);
