@@ -90,8 +90,9 @@ void print(NSInvocation* message) {
 - (BOOL)popUpMenuPositioningItem:(NSMenuItem*)item atLocation:(NSPoint)point inView:(NSView*)view {
   GSPrintf(stdout, @"  menu opens at %@ in %@\n", NSStringFromPoint(point), textOf(view));
   for (NSMenuItem* each in [(NSMenu*)self itemArray]) {
-    GSPrintf(stdout, @"  - %@ %lx %@ %@ %@\n", [each title], [each keyEquivalentModifierMask], [each keyEquivalent],
-             textOf([each target]), NSStringFromSelector([each action]));
+    GSPrintf(stdout, @"  - %@ enabled %d %lx %@ %@ %@\n", [each title], [each isEnabled],
+             [each keyEquivalentModifierMask], [each keyEquivalent], textOf([each target]),
+             NSStringFromSelector([each action]));
   }
   user((NSMenu*)self);
   return YES;
