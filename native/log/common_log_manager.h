@@ -34,8 +34,8 @@ class CommonLogManager : public std::enable_shared_from_this<CommonLogManager> {
 
  public:
   /// Writes "[yyyy-MM-dd HH:mm:ss.SSS][level][module] message" to the file, and the part from "[module]" on to the
-  /// console. Accepts any text and changes none. Reports no failure to the caller. While too
-  /// many lines wait for the file, a line is on the console only.
+  /// console. Accepts any text and changes none. Reports no failure to the caller. While too many lines wait for the
+  /// file, a line is on the console only.
   virtual void log(std::string_view message, std::string_view level = "INFO", std::string_view module = "Native");
 
  private:
