@@ -67,7 +67,6 @@ TEST_F(AppKitTest, StepsOfAHostReachThePlatformOnce) {
          [] { quill_tray_manager_set_menu_items_json(R"([{"id":"a","title":"A","keyEquivalent":"Cmd+Shift+É"}])"); });
     step("the bar makes the button higher", [] { [[standin::newestItem button] setFrame:NSMakeRect(0, 0, 22, 37)]; });
     step("icon again", [=] { [manager setMainIcon:image]; });
-    EXPECT_EQ([image size].width, 16) << "the host's own stays as it was";
     step("an icon of another class", [=] { [manager setMainIcon:static_cast<id>(@"no image")]; });
 
     [manager setClickCallback:[] { std::puts("clicked"); }];
@@ -83,6 +82,7 @@ TEST_F(AppKitTest, StepsOfAHostReachThePlatformOnce) {
         EXPECT_TRUE(runUntil([this] { return hasPrinted("动画已停止"); }, NSEventTrackingRunLoopMode));
         settle();
         [menu performActionForItemAtIndex:0];
+        settle();
       });
       [manager stopAnimation];
       [manager resetAnimation];
