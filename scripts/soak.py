@@ -117,7 +117,7 @@ class Life:
 
     def cycle(self, counts):
         self.repeat(counts["icon changes"], lambda number: f"icon {self.icons[number % FRAMES]}")
-        self.repeat(counts["menu replacements"], self.menu)
+        self.repeat(counts["menu replacements"], lambda n: self.menu(n) if n % 2 else f"model Menu {n}")
         self.repeat(counts["status items"], lambda _: "create")
         for _ in range(counts["URLs"]):
             self.open(f"quillsoak:{time.monotonic_ns()}")

@@ -1,7 +1,7 @@
 // A host that obeys. A line on standard input is one command; once it is carried out, and the bus was told, the
 // command's first word comes back on standard output, as does whatever the library tells its host.
 //
-//   items JSON    icon FILE    frame FILE    open URL    start    reset    create    trim    end
+//   items JSON    model TITLE    icon FILE    frame FILE    open URL    start    reset    create    trim    end
 
 #include <gio/gio.h>
 #include <malloc.h>
@@ -21,8 +21,15 @@ void handOver(const char* file, void (*take)(const std::uint8_t* bytes, std::int
   take(reinterpret_cast<const std::uint8_t*>(bytes), static_cast<std::intptr_t>(length));
 }
 
+void showModel(const char* title) {
+  g_autoptr(GMenu) menu = g_menu_new();
+  g_menu_append(menu, title, "app.none");
+  quill_tray_manager_set_menu_ptr(menu);
+}
+
 const std::map<std::string, void (*)(const char*)> commands = {
     {"items", quill_tray_manager_set_menu_items_json},
+    {"model", showModel},
     {"icon", [](const char* file) { handOver(file, quill_tray_manager_set_main_icon); }},
     {"frame", [](const char* file) { handOver(file, quill_tray_manager_add_animation_frame); }},
     {"open", quill_tray_manager_open_url},

@@ -10,7 +10,7 @@ import test_panels
 from panels import PANELS
 from pictures import changed_box
 from servers import wait_for
-from test_panels import FIRST_MENU, SECOND_MENU, items, panel_session
+from test_panels import FIRST_MENU, SECOND_MENU, items
 
 
 class BarTest(test_panels.PanelTest):
@@ -21,22 +21,15 @@ class BarTest(test_panels.PanelTest):
         running = {pid: os.path.realpath(f"/proc/{pid}/exe") for pid in self.session.processes()}
         return [pid for pid, program in running.items() if program == os.path.realpath(os.environ["TRAY_XEMBED"])]
 
-    def assert_clickable(self, host):
-        self.session.click(panel_session.LEFT, self.session.wait_for_icon().box.centre)
-        host.expect("clicked")
-
-    def press(self, *keys):
-        self.session.run(["xdotool", "key", *keys])
-
     def test_menu_is_walked_by_keys_and_replaced_while_it_is_open(self):
         host, icon = self.show()
         self.session.open_menu(icon)
-        self.press("Down", "Down", "Return")
+        self.session.run(["xdotool", "key", "Down", "Down", "Return"])
         host.expect("chosen: " + FIRST_MENU[1][0])
         before = self.session.open_menu(icon).picture
         host.tell(items(SECOND_MENU))
         self.session.settled(lambda now: changed_box(before, now, self.session.desk), "replaced menu")
-        self.press("Down", "Return")
+        self.session.run(["xdotool", "key", "Down", "Return"])
         host.expect("chosen: " + SECOND_MENU[0][0])
 
     def test_one_program_serves_two_hosts_is_started_again_and_ends_with_the_last(self):
