@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -62,14 +61,6 @@ inline std::vector<std::pair<std::string, std::string>> casesIn(const std::strin
 /// How many files there are in a directory.
 inline auto countIn(const fs::path& directory) {
   return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
-}
-
-/// Refuses addresses to the process when it has `more` bytes of them than now.
-inline void limitAddresses(rlim_t more) {
-  rlimit addresses{};
-  getrlimit(RLIMIT_AS, &addresses);
-  addresses.rlim_cur = std::stoul(contents("/proc/self/statm")) * static_cast<rlim_t>(getpagesize()) + more;
-  setrlimit(RLIMIT_AS, &addresses);
 }
 
 inline std::string times(std::size_t count, std::string_view text) {
