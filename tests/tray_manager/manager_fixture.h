@@ -1,6 +1,5 @@
 #pragma once
 
-#include "log.h"
 #include "memory_desktop.h"
 #include "memory_environment.h"
 #include "testing.h"
@@ -8,64 +7,49 @@
 
 namespace quill {
 
-/// What was logged since the last call, as "LEVEL message" without the tag, which each line must have behind its
-/// module; addresses are cut out of descriptions: "<StatusItem>".
+/// Returns what was logged since the last call, as "LEVEL message" without the message's tag and without addresses.
 inline Lines takeLines() {
   auto& environment = memory::Environment::current();
+  EXPECT_THAT(environment.console(), Each(StartsWith("[TrayManager] [TrayManager] ")));
   auto lines = environment.logged();
   const std::string tag = "[TrayManager] ";
   for (auto& line : lines) line = withoutAddresses(line.erase(line.find(tag), tag.size()));
-  EXPECT_THAT(environment.console(), Each(StartsWith("[TrayManager] [TrayManager] ")));
-  return environment.clear(), lines;
+  environment.clear();
+  return lines;
 }
 
-/// A manager on a desktop of its own, with its state laid open.
+/// A manager whose state tests may read. It counts the standard menus that it makes.
 struct Manager : TrayManager {
-  using TrayManager::animatedIconView, TrayManager::animatedView, TrayManager::animationFrames,
-      TrayManager::animationTimer, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
-      TrayManager::mainIcon, TrayManager::mainIconView, TrayManager::make, TrayManager::menu, TrayManager::statusItem,
-      TrayManager::TrayManager;
+  using TrayManager::animationFrames, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
+      TrayManager::mainIcon, TrayManager::make, TrayManager::menu, TrayManager::statusItem, TrayManager::TrayManager;
 
-  bool perform(Selector selector, const MenuItem* sender) override {
-    performed.emplace_back(selector);
-    return TrayManager::perform(selector, sender);
-  }
   std::shared_ptr<Menu> createStandardMenu() override {
-    performed.emplace_back("standard menu");
-    return hasMemory ? TrayManager::createStandardMenu() : throw std::bad_alloc();
+    ++standardMenus;
+    return TrayManager::createStandardMenu();
   }
-  std::shared_ptr<Menu> createBasicMenu() override {
-    return performed.emplace_back("basic menu"), TrayManager::createBasicMenu();
-  }
-  Lines performed;
-  bool hasMemory = true;
+  int standardMenus = 0;
 };
 
-/// Only its size is looked at here.
-inline Image image(int width, int height = 22) {
-  return {std::make_shared<Pixels>(Pixels{width, height, {}}), {1.0 * width, 1.0 * height}};
+/// An image without content. Tests tell images apart by their widths.
+inline Image image(int width) { return {std::make_shared<Pixels>(Pixels{width, 22, {}}), {1.0 * width, 22.0}}; }
+
+/// Whether a user sees the button's image and nothing else.
+inline bool showsImageOnly(const StatusBarButton& button) {
+  return button.imagePosition() == ImagePosition::imageOnly && !button.isBordered() && !button.isTransparent() &&
+         !button.isHidden() && button.alphaValue() == 1.0;
 }
 
-/// All that a host can change about how a button looks, but for its image.
-inline auto look(const StatusBarButton& button) {
-  return std::tuple(button.imagePosition(), button.isBordered(), button.isTransparent(), button.isHidden(),
-                    button.alphaValue());
-}
-inline const std::tuple kImageOnly{ImagePosition::imageOnly, false, false, false, 1.0};
-inline void spoilLook(StatusBarButton& button) {
-  button.setImagePosition(ImagePosition::none), button.setBordered(true), button.setTransparent(true);
-  button.setHidden(true), button.setAlphaValue(0.5);
-}
-
-/// What the host was told since it was last looked at.
+/// The calls of the host's functions, in order.
 inline Lines told;
 inline void tellClick() { told.emplace_back("click"); }
 inline void tellChoice(const char* identifier) { told.emplace_back(identifier); }
 
 class ManagerTest : public Test {
  protected:
-  ManagerTest() { told.clear(); }
-  ~ManagerTest() override { takeLines(); }
+  ~ManagerTest() override {
+    takeLines();
+    told.clear();
+  }
 
   memory::Desktop desktop;
   std::shared_ptr<Manager> manager = Manager::make<Manager>(desktop);
