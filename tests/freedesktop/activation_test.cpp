@@ -116,10 +116,8 @@ TEST_F(Activation, HostsOwnChangesOfTheEnvironmentStay) {
   unsetenv(kVariable);
   EXPECT_EQ(visibleDuring("t2"), "t2");
   EXPECT_STREQ(std::getenv("QUILL_NEW"), "new");
-  setenv(kVariable, "the host's", 1);
-  EXPECT_EQ(visibleDuring("t3"), "t3");
   clearenv();
-  EXPECT_EQ(visibleDuring("t4"), "t4");
+  EXPECT_EQ(visibleDuring("t3"), "t3");
 }
 
 }  // namespace quill::freedesktop::tests
