@@ -85,6 +85,17 @@ TEST_F(HostMenuTest, ModelIsShownAndItsActionsActivatedUntilReplaced) {
   EXPECT_THAT(chooseAll(), IsEmpty()) << "of what the panel may still have open";
 }
 
+TEST_F(HostMenuTest, AttributeOfAnotherTypeIsIgnored) {
+  auto* const menus = static_cast<GMenuModelClass*>(g_type_class_ref(G_TYPE_MENU));
+  menus->get_item_attribute_value = [](GMenuModel*, int, const char* attribute, const GVariantType*) {
+    if (std::string_view(attribute) != G_MENU_ATTRIBUTE_LABEL) return g_variant_ref_sink(g_variant_new_int32(5));
+    return g_variant_ref_sink(g_variant_new_from_data(G_VARIANT_TYPE_STRING, "a\xFF", 3, TRUE, nullptr, nullptr));
+  };
+  append(model, "");
+  showModel();
+  EXPECT_THAT(panel->menu(), HasSubstr("'label': <'a\uFFFD'>"));
+}
+
 TEST_F(HostMenuTest, ChangesInOneTurnAreSignalledOnce) {
   const auto usual = holdObject(action("do_it"));
   append(model, "Plain", "tray.do_it");
