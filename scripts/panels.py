@@ -144,7 +144,7 @@ object-id-list={names}
 
 [org/mate/panel/toplevels/bar]
 orientation='top'
-expand=true
+enable-animations=false
 size=26
 {settings}
 [org/mate/panel/toplevels/bar/background]
