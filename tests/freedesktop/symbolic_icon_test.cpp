@@ -131,7 +131,7 @@ TEST_F(SymbolicIcon, XfceGetsPixelsWhileAnAnimationRuns) {
 
 TEST_F(SymbolicIcon, FolderKeepsTheNewestFilesAndRemovesUnusedFolders) {
   const auto folder = IconFolder::make();
-  fs::create_directory(runtime / "quill-tray-killed");  // which nobody locks
+  fs::create_directory(runtime / "quill-tray-killed");
   EXPECT_NE(IconFolder::make(), nullptr);
   EXPECT_EQ(countIn(runtime), 1);
   for (std::size_t i = 0; i < IconFolder::kMaxFiles; ++i)

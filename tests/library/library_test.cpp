@@ -125,7 +125,7 @@ TEST_F(HostTest, EightThreadsAnimateWhileTheMenuIsReplaced) {
         quill_tray_manager_set_menu_ptr(menu);
         g_menu_append(menu, "One", "app.one");
         setItem();
-        g_main_context_iteration(nullptr, FALSE);  // by hand, which leaves moments in which nobody runs it
+        g_main_context_iteration(nullptr, FALSE);  // between two of these, no thread runs the loop
       }
     };
     quill_tray_manager_create();
