@@ -100,7 +100,7 @@ def switch_plasma(session, theme):
     if style == GLOBAL_THEMES[session.look][1]:
         session.run(["plasma-apply-colorscheme", scheme])
         return
-    session.run(["plasma-apply-desktoptheme", style])  # of which the next tells nobody
+    session.run(["plasma-apply-desktoptheme", style])  # apply-lookandfeel signals no change of it
     session.run(["plasma-apply-lookandfeel", "--apply", f"org.kde.{theme}.desktop"])
 
 

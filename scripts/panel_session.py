@@ -99,7 +99,7 @@ class PanelSession(SessionUser, PrivateSession):
         super().stop()
 
     def write(self, name, text):
-        """A file below the session's configuration directory, replaced as a whole: nobody reads a part."""
+        """Replaces a file below the session's configuration directory as a whole, so that no program reads a part."""
         path = self.directory / "config" / name
         path.parent.mkdir(parents=True, exist_ok=True)
         part = path.with_name(path.name + ".part")

@@ -41,7 +41,7 @@ class Panel:
     refuses_root: bool = False
     menu_button: int = RIGHT  # opens the item's menu; where it is LEFT, no click reaches the host
     has_xembed_tray: bool = False  # and no watcher
-    has_system_bus: bool = False  # asks for one, and gets one on which there is nobody
+    has_system_bus: bool = False  # asks for one, and gets one without services
 
     @property
     def programs(self):

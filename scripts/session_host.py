@@ -64,7 +64,7 @@ class Host:
         self.expect("done: " + command.split()[0])
 
     def private_memory(self):
-        """Memory in KiB that the program has written to and shares with nobody."""
+        """The program's private memory in KiB."""
         rollup = pathlib.Path(f"/proc/{self.process.pid}/smaps_rollup").read_text()
         return int(re.search(r"^Private_Dirty: +(\d+) kB$", rollup, re.MULTILINE)[1])
 

@@ -42,7 +42,7 @@ class SymbolicIcon : public PanelTest {
   std::optional<Peer> xfconf;  // xfce4-panel's settings
 };
 
-TEST_F(SymbolicIcon, PanelThatRecoloursGetsItAsAFile) {
+TEST_F(SymbolicIcon, PanelThatRecoloursGetsAFile) {
   showIn("org.gnome.Shell");
   const fs::path folder = read("IconThemePath");
   for (const int number : {2, 1, 2}) {
@@ -88,7 +88,7 @@ TEST_F(SymbolicIcon, EachPanelGetsItsFormAndTone) {
                            {"icon", noteIcon}});
 }
 
-TEST_F(SymbolicIcon, PlasmaPaintsItAnewOnceAfterAChangeOfColours) {
+TEST_F(SymbolicIcon, PlasmaPaintsTheIconOnceAfterAChangeOfColours) {
   showIn("org.kde.kded6");
   signalChange();
   signalChange();
@@ -96,7 +96,7 @@ TEST_F(SymbolicIcon, PlasmaPaintsItAnewOnceAfterAChangeOfColours) {
   EXPECT_THAT(panel->takeSignals(), ElementsAre("NewIcon()"));
 }
 
-TEST_F(SymbolicIcon, XfcePaintsItAnewAfterAChangeOfThemeAndWhenShown) {
+TEST_F(SymbolicIcon, XfcePaintsTheIconAfterAChangeOfThemeAndWhenShown) {
   prctl(PR_SET_NAME, "wrapper-2.0");  // by which the panel is recognised
   showIn("org.example.Panel");
   const auto path = read("IconThemePath");

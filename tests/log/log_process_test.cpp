@@ -164,7 +164,7 @@ TEST_F(LoggingHost, FullPipeIsWaitedForOnceAndGetsNoTornLine) {
   EXPECT_EQ(logged().size(), 21U);
 }
 
-TEST_F(LoggingHost, StandardOutputThatIsGoneHarmsNobody) {
+TEST_F(LoggingHost, StandardOutputThatIsGoneDoesNoHarm) {
   const std::function<void()> cases[] = {
       [] { close(becomePipe()); },
       [] { close(becomePipe()), fputs("not flushed yet", stdout); },

@@ -26,7 +26,7 @@ TEST_F(LogManager, WritesTheConsoleAtOnceAndTheFileFromItsQueue) {
   EXPECT_THAT(environment.console(), ElementsAre("[Native] first", "[[B]  托盘\r\nd\n", std::string("[] a\0b", 6)));
   EXPECT_THAT(environment.directories, IsEmpty());
 
-  manager.reset();  // what waits holds it
+  manager.reset();  // the waiting jobs hold the manager
   environment.runAll();
   EXPECT_EQ(environment.files[kFile],
             "[2025-03-03 09:05:07.042][INFO][Native] first\n[1969-12-31 23:59:59.999][A]][[B]  托盘\r\nd\n\n" +
@@ -40,7 +40,7 @@ TEST_F(LogManager, TriesAgainWithTheNextLineAfterAFailure) {
   EXPECT_THAT((manager->log("kept"), environment.logged()), ElementsAre("INFO kept"));
 }
 
-TEST(Log, NamesItsLevelAndWhereNobodyDoesItsModule) {
+TEST(Log, LineNamesItsLevelAndADefaultModule) {
   logInfo("a"), logWarning("b"), logError("c"), logDebug("d");
   auto& environment = memory::Environment::current();
   EXPECT_THAT(environment.logged(), ElementsAre("INFO a", "WARN b", "ERROR c", "DEBUG d"));

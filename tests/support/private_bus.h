@@ -8,7 +8,7 @@
 
 namespace quill {
 
-/// A session bus that nobody else is on, at an address that stays the same when it is restarted.
+/// A session bus of the test's own. Its address stays the same when the bus is restarted.
 class PrivateBus {
  public:
   ~PrivateBus() { kill(); }
