@@ -184,7 +184,8 @@ def run(*modules):
     except (ImportError, panel_session.NotInstalled) as missing:
         print(f"SKIPPED: no {sys.argv[1]} here, not installed: {missing}")
         sys.exit(77)
-    result = unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2, exit=False).result
+    # After one case failed the others often wait for their deadlines, and a killed test prints no error.
+    result = unittest.main(argv=sys.argv[:1] + sys.argv[3:], verbosity=2, exit=False, failfast=True).result
     sys.exit(not result.wasSuccessful() or (77 if len(result.skipped) == result.testsRun else 0))
 
 
