@@ -47,6 +47,7 @@ class PrivateSession:
         try:
             self.start()
         except BaseException:
+            print(self.log_tail())
             self.stop()
             raise
         return self
