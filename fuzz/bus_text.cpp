@@ -58,6 +58,7 @@ std::optional<Message> messageOf(const std::string& line, std::uint32_t serial) 
   } else {
     std::uint32_t answered = 0;
     words >> answered;
+    if (answered == 0) return std::nullopt;  // a bus rejects such a message, and libsystemd 257 leaks it
     g_dbus_message_set_reply_serial(message.get(), answered);
     if (isError) {
       words >> word;
