@@ -20,7 +20,8 @@ inline Lines takeLines() {
 
 /// A manager whose state tests may read. It counts the standard menus that it makes.
 struct Manager : TrayManager {
-  using TrayManager::animationFrames, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
+  using TrayManager::animatedIconView, TrayManager::animatedView, TrayManager::mainIconView,
+      TrayManager::animationFrames, TrayManager::currentFrameIndex, TrayManager::delegate, TrayManager::isAnimating,
       TrayManager::mainIcon, TrayManager::make, TrayManager::menu, TrayManager::statusItem, TrayManager::TrayManager;
 
   std::shared_ptr<Menu> createStandardMenu() override {
