@@ -73,4 +73,6 @@ TEST_F(XEmbedTray, HasTheItemWhileNoPanelShowsIt) { expectSteps("xembed_panels.t
 
 TEST_F(XEmbedTray, ProgramThatFailsIsCalledWithGrowingDelays) { expectSteps("xembed_failures.txt", actions); }
 
+TEST_F(XEmbedTray, WatcherThatRefusesTheItemIsCalledEightTimes) { expectSteps("registrations.txt", actions); }
+
 }  // namespace quill::freedesktop::tests
