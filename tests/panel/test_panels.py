@@ -105,8 +105,8 @@ class PanelTest(SessionTest):
         for _ in range(60):
             host.tell(f"frame {self.icon_files['strokes']}")
         host.say("start")
-        self.session.settled(differs, "frame")
-        self.wait_until_seen(icon, "frame")
+        wanted = pictures.wanted_contrast(icon.ground)
+        self.session.settled(lambda now: differs(now) and pictures.icon_contrast(now, icon) >= wanted, "frame with contrast")
         self.session.settled(lambda picture: not differs(picture), "main icon after the animation")
         host.expect("done: start")
 

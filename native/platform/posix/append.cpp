@@ -29,13 +29,15 @@ void cutOff(int file, off_t count) {
   [[maybe_unused]] const int ignored = ftruncate(file, end - count);
 }
 
-// Whether a killed host left a part of a line at the file's end. Linux ends the write of a killed process between two
-// pages of the file. A text without a last line feed that ends elsewhere is not the library's.
-bool endsInAKilledWrite(const std::filesystem::path& file) {
-  const auto opened = openFile(AT_FDCWD, file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0);
-  const auto end = lseek(opened.number(), 0, SEEK_END);
+// Whether a killed host left a part of a line at the end of the file at `path`, of which `file` is a descriptor. Linux
+// ends the write of a killed process between two pages of the file. A text without a last line feed that ends elsewhere
+// is not the library's.
+bool endsInAKilledWrite(int file, const std::filesystem::path& path) {
+  const auto end = lseek(file, 0, SEEK_END);
+  if (end <= 0 || end % getpagesize() != 0) return false;
+  const auto reader = openFile(AT_FDCWD, path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0);
   char last = '\n';
-  return end > 0 && end % getpagesize() == 0 && pread(opened.number(), &last, 1, end - 1) == 1 && last != '\n';
+  return pread(reader.number(), &last, 1, end - 1) == 1 && last != '\n';
 }
 
 }  // namespace
@@ -62,7 +64,7 @@ std::error_code Environment::append(const std::filesystem::path& file, std::stri
   if (!opened.isOpen()) return {errno, std::generic_category()};
 
   const bool isLocked = lock(opened.number());  // until a write that fell short is cut off
-  if (isLocked && endsInAKilledWrite(file)) writeWithoutSignals(opened.number(), "\n");
+  if (isLocked && endsInAKilledWrite(opened.number(), file)) writeWithoutSignals(opened.number(), "\n");
   const auto written = writeWithoutSignals(opened.number(), bytes);
   if (written > 0 && static_cast<std::size_t>(written) < bytes.size()) cutOff(opened.number(), written);
   if (isLocked) flock(opened.number(), LOCK_UN);  // closing would not: a forked child may have a copy
